@@ -1,0 +1,28 @@
+# The two commands of the quick start, and the benchmarks. Everything else is CMake.
+BUILD ?= build
+PRESET ?= default
+
+.PHONY: all demo test bench install clean prereqs configure build
+
+all: build
+
+prereqs:
+	@tools/prereqs
+
+configure: prereqs
+	@cmake --preset $(PRESET) >/dev/null
+
+build: configure
+	@cmake --build $(BUILD)
+
+demo: build
+	@cmake --build $(BUILD) --target run-demo
+
+test: build
+	@ctest --test-dir $(BUILD) --output-on-failure
+
+bench: build
+	@cmake --build $(BUILD) --target run-bench
+
+clean:
+	rm -rf $(BUILD)

@@ -1,0 +1,61 @@
+// The integration layer's shared rules: argument tests in order, the argument
+// failure, the failure path after a JNI call, out-parameter delivery and the type
+// conversions between ks and JNI. Every integration and class support unit uses these.
+#pragma once
+
+#include <initializer_list>
+
+#include "ven/ven.h"
+
+namespace ven::integration {
+
+// One tested argument: whether it holds, and the condition text a failure reports.
+struct Requirement {
+    bool holds;
+    const char* condition;
+};
+
+// Throws java/lang/IllegalArgumentException "<function>: <condition>" (with the
+// exception trace that venThrowNew makes). Always yields KS_FALSE.
+KS_BOOL argumentFailure(JNIEnv* env, lgStream* trace, const char* function, const char* condition);
+
+// Tests the requirements in order; the first that does not hold becomes the
+// argument failure. True when all hold. Costs only the tests on the success path.
+inline bool checkArguments(JNIEnv* env, lgStream* trace, const char* function,
+                           std::initializer_list<Requirement> requirements)
+{
+    for (const Requirement& requirement : requirements) {
+        if (!requirement.holds) [[unlikely]] {
+            argumentFailure(env, trace, function, requirement.condition);
+            return false;
+        }
+    }
+    return true;
+}
+
+// After a failed JNI operation: describes the pending exception when it is
+// unchecked and leaves it pending. Always yields KS_FALSE.
+KS_BOOL jniFailure(JNIEnv* env, lgStream* trace, const char* function);
+
+// Out-parameter rule for local references: store the new one, then delete the old.
+template <typename Ref>
+inline void deliverLocalRef(JNIEnv* env, Ref* result, Ref ref)
+{
+    Ref old = *result;
+    *result = ref;
+    venDeleteLocalRef(env, old);
+}
+
+// Ownership rule for ks objects: store the new one, then release the old.
+template <typename Obj>
+inline void deliverObject(Obj** result, Obj* object)
+{
+    Obj* old = *result;
+    *result = object;
+    ksObjRelease(old);
+}
+
+inline jboolean toJboolean(KS_BOOL value) { return value == KS_TRUE ? JNI_TRUE : JNI_FALSE; }
+inline KS_BOOL toKsBool(jboolean value) { return value == JNI_TRUE ? KS_TRUE : KS_FALSE; }
+
+} // namespace ven::integration
