@@ -1,0 +1,109 @@
+// The registry of the process's one JavaVM and the calling thread's JNIEnv. Every
+// failure here is a programming error of the embedding code and stops the process.
+#include "ven/frame.h"
+
+namespace {
+
+constexpr const char* kIntegrationPath = "source/ven/ven_integration";
+
+// The one registered machine. Written without synchronisation by design: the
+// embedding code registers it before any thread asks for an environment.
+JavaVM* ven___javaVm = nullptr;
+
+// Line numbers are those the fatal-check messages carry.
+namespace line {
+constexpr int setVm = 20;
+constexpr int getEnvVm = 31; // ours: the environment operations need a registered machine
+constexpr int getEnvStatus = 33;
+constexpr int getEnvEnv = 34;
+constexpr int tryGetEnvVm = 46; // ours, as above
+constexpr int tryGetEnvStatus = 49;
+constexpr int tryGetEnvEnv = 50;
+constexpr int attachVm = 57; // ours, as above
+constexpr int attachStatus = 59;
+constexpr int attachEnv = 60;
+constexpr int attachDaemonVm = 67; // ours, as above
+constexpr int attachDaemonStatus = 69;
+constexpr int attachDaemonEnv = 70;
+constexpr int detachVm = 76; // ours, as above
+constexpr int detachStatus = 78;
+} // namespace line
+
+inline void fatalCheck(bool holds, int line, const char* condition)
+{
+    if (!holds) [[unlikely]] {
+        ks___Abort(nullptr, kIntegrationPath, line, condition);
+    }
+}
+
+JavaVM* registeredVm(int line)
+{
+    JavaVM* vm = venGetJavaVm();
+    fatalCheck(vm != nullptr, line, "vm");
+    return vm;
+}
+
+} // namespace
+
+extern "C" {
+
+VEN_API void venSetJavaVm(JavaVM* vm)
+{
+    fatalCheck(vm != nullptr, line::setVm, "vm");
+    ven___javaVm = vm;
+}
+
+VEN_API JavaVM* venGetJavaVm(void) { return ven___javaVm; }
+
+VEN_API void venDelJavaVm(void) { ven___javaVm = nullptr; }
+
+VEN_API JNIEnv* venGetMainJniEnv(void)
+{
+    JavaVM* vm = registeredVm(line::getEnvVm);
+    JNIEnv* env = nullptr;
+    fatalCheck(vm->GetEnv(reinterpret_cast<void**>(&env), JNI_VERSION_1_4) == JNI_OK, line::getEnvStatus,
+               "(*vm)->GetEnv( vm, (void**)&env, JNI_VERSION_1_4 ) == JNI_OK");
+    fatalCheck(env != nullptr, line::getEnvEnv, "env");
+    return env;
+}
+
+VEN_API JNIEnv* venTryGetMainJniEnv(void)
+{
+    JavaVM* vm = registeredVm(line::tryGetEnvVm);
+    JNIEnv* env = nullptr;
+    const jint ret = vm->GetEnv(reinterpret_cast<void**>(&env), JNI_VERSION_1_4);
+    if (ret == JNI_EDETACHED) {
+        return nullptr;
+    }
+    fatalCheck(ret == JNI_OK, line::tryGetEnvStatus, "ret == JNI_OK");
+    fatalCheck(env != nullptr, line::tryGetEnvEnv, "env");
+    return env;
+}
+
+VEN_API JNIEnv* venAttachCurrentThread(void)
+{
+    JavaVM* vm = registeredVm(line::attachVm);
+    JNIEnv* env = nullptr;
+    fatalCheck(vm->AttachCurrentThread(reinterpret_cast<void**>(&env), nullptr) == 0, line::attachStatus,
+               "(*vm)->AttachCurrentThread( vm, (void**)&env, NULL ) == 0");
+    fatalCheck(env != nullptr, line::attachEnv, "env");
+    return env;
+}
+
+VEN_API JNIEnv* venAttachCurrentThreadAsDaemon(void)
+{
+    JavaVM* vm = registeredVm(line::attachDaemonVm);
+    JNIEnv* env = nullptr;
+    fatalCheck(vm->AttachCurrentThreadAsDaemon(reinterpret_cast<void**>(&env), nullptr) == 0,
+               line::attachDaemonStatus, "(*vm)->AttachCurrentThreadAsDaemon( vm, (void**)&env, NULL ) == 0");
+    fatalCheck(env != nullptr, line::attachDaemonEnv, "env");
+    return env;
+}
+
+VEN_API void venDetachCurrentThread(void)
+{
+    JavaVM* vm = registeredVm(line::detachVm);
+    fatalCheck(vm->DetachCurrentThread() == 0, line::detachStatus, "(*vm)->DetachCurrentThread( vm ) == 0");
+}
+
+} // extern "C"
