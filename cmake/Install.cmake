@@ -1,0 +1,22 @@
+# Installation: the three libraries, the public headers, a CMake package giving the
+# imported target ven::ven (with ks, lg and the JNI include directories), and ven.pc.
+include(CMakePackageConfigHelpers)
+
+install(TARGETS ven EXPORT venTargets
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+  INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(DIRECTORY include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h")
+
+set(VEN_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/ven)
+install(EXPORT venTargets NAMESPACE ven:: DESTINATION ${VEN_CMAKE_DIR})
+configure_package_config_file(cmake/venConfig.cmake.in "${PROJECT_BINARY_DIR}/venConfig.cmake"
+  INSTALL_DESTINATION ${VEN_CMAKE_DIR})
+write_basic_package_version_file("${PROJECT_BINARY_DIR}/venConfigVersion.cmake"
+  COMPATIBILITY SameMajorVersion)
+install(FILES "${PROJECT_BINARY_DIR}/venConfig.cmake" "${PROJECT_BINARY_DIR}/venConfigVersion.cmake"
+  DESTINATION ${VEN_CMAKE_DIR})
+
+list(TRANSFORM VEN_JNI_INCLUDE_DIRS PREPEND "-I" OUTPUT_VARIABLE VEN_PC_JNI_CFLAGS)
+list(JOIN VEN_PC_JNI_CFLAGS " " VEN_PC_JNI_CFLAGS)
+configure_file(cmake/ven.pc.in "${PROJECT_BINARY_DIR}/ven.pc" @ONLY)
+install(FILES "${PROJECT_BINARY_DIR}/ven.pc" DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
