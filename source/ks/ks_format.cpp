@@ -7,8 +7,10 @@
 #include <cstdarg>
 #include <cstring>
 
-namespace ks::detail {
-namespace {
+namespace ks::detail
+{
+namespace
+{
 
 constexpr const char* kFormatPath = "source/ks/ks_format";
 
@@ -67,8 +69,8 @@ void formatInto(CharBuilder& out, const char* format, KS_INT length, va_list arg
     out.appendUtf8(format + literalStart, length - literalStart);
 }
 
-}  // namespace
-}  // namespace ks::detail
+} // namespace
+} // namespace ks::detail
 
 using namespace ks::detail;
 
@@ -105,4 +107,4 @@ ksString* ksStringCreateFromFormatCstr(const char* format, KS_INT formatLength, 
     return string;
 }
 
-}  // extern "C"
+} // extern "C"

@@ -6,12 +6,16 @@
 
 #include <cstdint>
 
-namespace ks::detail {
+// Internals stay out of the dynamic symbol table; only the C names are the interface.
+#pragma GCC visibility push(hidden)
+
+namespace ks::detail
+{
 
 enum Type : int32_t {
-    kTypeString = 0x5354,  // 'ST'
-    kTypeBuffer = 0x4255,  // 'BU'
-    kTypeVector = 0x5645,  // 'VE'
+    kTypeString = 0x5354, // 'ST'
+    kTypeBuffer = 0x4255, // 'BU'
+    kTypeVector = 0x5645, // 'VE'
 };
 
 // A check that stops the process through ks___Abort: either the text of a failed
@@ -27,19 +31,19 @@ struct Check {
 
 // Raw blocks for the library's own use. They stop the process instead of returning
 // NULL and are not counted by ksMemAllocCount (only blocks handed to callers are).
-void* blockAlloc(KS_INT size);
-void* blockAllocN(KS_INT count, KS_INT elementSize);
-void* blockRealloc(void* block, KS_INT count, KS_INT elementSize);
+[[gnu::returns_nonnull]] void* blockAlloc(KS_INT size);
+[[gnu::returns_nonnull]] void* blockAllocN(KS_INT count, KS_INT elementSize);
+[[gnu::returns_nonnull]] void* blockRealloc(void* block, KS_INT count, KS_INT elementSize);
 
 // Allocates an object header of `size` bytes with count 1 and the type tag, and counts
 // it as live.
-void* objCreate(KS_INT size, Type type);
-
+[[gnu::returns_nonnull]] void* objCreate(KS_INT size, Type type);
 
 // Appends code points to a block that grows geometrically. Owns the block until
 // release() hands it over; a throwing abort hook leaves no leak behind.
-class CharBuilder {
-public:
+class CharBuilder
+{
+  public:
     CharBuilder() = default;
     CharBuilder(const CharBuilder&) = delete;
     CharBuilder& operator=(const CharBuilder&) = delete;
@@ -65,7 +69,7 @@ public:
     // Hands the block over (possibly NULL when nothing was appended).
     KS_CHAR* release();
 
-private:
+  private:
     void grow(KS_INT minimum);
 
     KS_CHAR* chars_ = nullptr;
@@ -76,20 +80,22 @@ private:
 // Makes a string object adopting `chars` (which may be NULL when `length` is 0).
 ksString* stringAdopt(KS_CHAR* chars, KS_INT length, KS_INT capacity);
 
-}  // namespace ks::detail
+} // namespace ks::detail
+
+#pragma GCC visibility pop
 
 // Object layouts. Every one starts with the header, so a ksObj* is a valid view of it.
 struct ksString {
     ksObj header;
     KS_INT length;
-    KS_INT capacity;  // code points the block has room for (at least `length`)
-    KS_CHAR* chars;   // NULL only while capacity is 0
+    KS_INT capacity; // code points the block has room for (at least `length`)
+    KS_CHAR* chars;  // NULL only while capacity is 0
 };
 
 struct ksBuffer {
     ksObj header;
     KS_INT length;
-    unsigned char* bytes;  // NULL only for a buffer of length 0
+    unsigned char* bytes; // NULL only for a buffer of length 0
 };
 
 struct ksVector {

@@ -9,8 +9,10 @@
 #include <cstring>
 #include <limits>
 
-namespace ks::detail {
-namespace {
+namespace ks::detail
+{
+namespace
+{
 
 constexpr const char* kMemPath = "source/ks/ks_mem";
 
@@ -52,7 +54,7 @@ void* mallocOrStop(KS_INT size)
     return block;
 }
 
-}  // namespace
+} // namespace
 
 void failCondition(const Check& check)
 {
@@ -90,7 +92,7 @@ void* blockRealloc(void* block, KS_INT count, KS_INT elementSize)
     return grown;
 }
 
-}  // namespace ks::detail
+} // namespace ks::detail
 
 using namespace ks::detail;
 
@@ -172,4 +174,4 @@ KS_BOOL ks___ExecCheckEncapsulated(const void* address, const char* moduleName)
     return (*file == '\0' || *file == '.') ? KS_TRUE : KS_FALSE;
 }
 
-}  // extern "C"
+} // extern "C"

@@ -5,8 +5,10 @@
 #include <cstdlib>
 #include <cstring>
 
-namespace ks::detail {
-namespace {
+namespace ks::detail
+{
+namespace
+{
 
 constexpr const char* kObjectPath = "source/ks/ks_object";
 
@@ -41,7 +43,7 @@ void checkBufferArgs(const void* bytes, KS_INT length)
     }
 }
 
-}  // namespace
+} // namespace
 
 void* objCreate(KS_INT size, Type type)
 {
@@ -53,7 +55,7 @@ void* objCreate(KS_INT size, Type type)
     return obj;
 }
 
-}  // namespace ks::detail
+} // namespace ks::detail
 
 using namespace ks::detail;
 
@@ -140,8 +142,7 @@ void ksVectorAppend(ksVector* vector, void* obj)
     }
     if (vector->length == vector->capacity) {
         KS_INT capacity = vector->capacity < 4 ? 4 : vector->capacity * 2;
-        vector->elements =
-            static_cast<ksObj**>(blockRealloc(vector->elements, capacity, sizeof(ksObj*)));
+        vector->elements = static_cast<ksObj**>(blockRealloc(vector->elements, capacity, sizeof(ksObj*)));
         vector->capacity = capacity;
     }
     if (obj != nullptr) {
@@ -173,4 +174,4 @@ ksObj* ksVectorObjAt(const ksVector* vector, KS_INT index)
     return obj;
 }
 
-}  // extern "C"
+} // extern "C"

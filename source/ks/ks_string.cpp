@@ -4,8 +4,10 @@
 #include <cstdlib>
 #include <cstring>
 
-namespace ks::detail {
-namespace {
+namespace ks::detail
+{
+namespace
+{
 
 constexpr const char* kStringPath = "source/ks/ks_string";
 
@@ -16,8 +18,7 @@ constexpr Check kChars{kStringPath, 33, "chars != NULL || length == 0"};
 constexpr Check kText{kStringPath, 34, "text != NULL || length == 0"};
 constexpr Check kStringVariable{kStringPath, 35, "string"};
 constexpr Check kConvertMode{kStringPath, 36, "ksStringConvertToCstr: mode 1 is the only mode"};
-constexpr Check kConvertReserved{kStringPath, 37,
-                                 "ksStringConvertToCstr: the third argument must be NULL"};
+constexpr Check kConvertReserved{kStringPath, 37, "ksStringConvertToCstr: the third argument must be NULL"};
 
 constexpr KS_CHAR kReplacement = 0xFFFD;
 constexpr KS_CHAR kMaxCodePoint = 0x10FFFF;
@@ -60,8 +61,8 @@ bool decodeThree(const unsigned char* p, KS_CHAR& out)
     return true;
 }
 
-// Appends the encoded form of `c` to `out` (when non-NULL) and returns its byte count.
-// Modified UTF-8 writes 0 as C0 80 and supplementary characters as two encoded
+// Writes the encoded form of `c` to `out` (room for 6 bytes) and returns its byte
+// count. Modified UTF-8 writes 0 as C0 80 and supplementary characters as two encoded
 // surrogates; both forms write lone surrogates as three bytes, and values beyond the
 // Unicode range as U+FFFD.
 KS_INT encode(KS_CHAR c, bool modified, unsigned char* out)
@@ -70,44 +71,34 @@ KS_INT encode(KS_CHAR c, bool modified, unsigned char* out)
         c = kReplacement;
     }
     if (modified && c == 0) {
-        if (out != nullptr) {
-            out[0] = 0xC0;
-            out[1] = 0x80;
-        }
+        out[0] = 0xC0;
+        out[1] = 0x80;
         return 2;
     }
     if (c < 0x80) {
-        if (out != nullptr) {
-            out[0] = static_cast<unsigned char>(c);
-        }
+        out[0] = static_cast<unsigned char>(c);
         return 1;
     }
     if (c < 0x800) {
-        if (out != nullptr) {
-            out[0] = static_cast<unsigned char>(0xC0 | (c >> 6));
-            out[1] = static_cast<unsigned char>(0x80 | (c & 0x3F));
-        }
+        out[0] = static_cast<unsigned char>(0xC0 | (c >> 6));
+        out[1] = static_cast<unsigned char>(0x80 | (c & 0x3F));
         return 2;
     }
     if (c < 0x10000) {
-        if (out != nullptr) {
-            out[0] = static_cast<unsigned char>(0xE0 | (c >> 12));
-            out[1] = static_cast<unsigned char>(0x80 | ((c >> 6) & 0x3F));
-            out[2] = static_cast<unsigned char>(0x80 | (c & 0x3F));
-        }
+        out[0] = static_cast<unsigned char>(0xE0 | (c >> 12));
+        out[1] = static_cast<unsigned char>(0x80 | ((c >> 6) & 0x3F));
+        out[2] = static_cast<unsigned char>(0x80 | (c & 0x3F));
         return 3;
     }
     if (modified) {
         KS_CHAR v = c - 0x10000;
         KS_INT high = encode(0xD800 + (v >> 10), true, out);
-        return high + encode(0xDC00 + (v & 0x3FF), true, out != nullptr ? out + high : nullptr);
+        return high + encode(0xDC00 + (v & 0x3FF), true, out + high);
     }
-    if (out != nullptr) {
-        out[0] = static_cast<unsigned char>(0xF0 | (c >> 18));
-        out[1] = static_cast<unsigned char>(0x80 | ((c >> 12) & 0x3F));
-        out[2] = static_cast<unsigned char>(0x80 | ((c >> 6) & 0x3F));
-        out[3] = static_cast<unsigned char>(0x80 | (c & 0x3F));
-    }
+    out[0] = static_cast<unsigned char>(0xF0 | (c >> 18));
+    out[1] = static_cast<unsigned char>(0x80 | ((c >> 12) & 0x3F));
+    out[2] = static_cast<unsigned char>(0x80 | ((c >> 6) & 0x3F));
+    out[3] = static_cast<unsigned char>(0x80 | (c & 0x3F));
     return 4;
 }
 
@@ -116,9 +107,11 @@ char* toCstr(const ksString* string, bool modified)
     if (string == nullptr) {
         failCondition(kStringArg);
     }
+    // Two passes: measure, then write into a block of the exact size.
+    unsigned char scratch[6];
     KS_INT size = 0;
     for (KS_INT i = 0; i < string->length; ++i) {
-        size += encode(string->chars[i], modified, nullptr);
+        size += encode(string->chars[i], modified, scratch);
     }
     auto* text = static_cast<unsigned char*>(blockAlloc(size + 1));
     unsigned char* out = text;
@@ -129,7 +122,7 @@ char* toCstr(const ksString* string, bool modified)
     return reinterpret_cast<char*>(text);
 }
 
-}  // namespace
+} // namespace
 
 CharBuilder::~CharBuilder()
 {
@@ -185,8 +178,8 @@ void CharBuilder::appendUtf8(const char* text, KS_INT byteCount)
             p += 2;
         } else if (KS_CHAR c = 0; (b & 0xF0) == 0xE0 && left >= 3 && decodeThree(p, c)) {
             KS_CHAR low = 0;
-            if (c >= 0xD800 && c <= 0xDBFF && left >= 6 && decodeThree(p + 3, low) &&
-                low >= 0xDC00 && low <= 0xDFFF) {
+            if (c >= 0xD800 && c <= 0xDBFF && left >= 6 && decodeThree(p + 3, low) && low >= 0xDC00 &&
+                low <= 0xDFFF) {
                 // An encoded surrogate pair (CESU-8, as in modified UTF-8).
                 push(0x10000 + ((c - 0xD800) << 10) + (low - 0xDC00));
                 p += 6;
@@ -194,10 +187,10 @@ void CharBuilder::appendUtf8(const char* text, KS_INT byteCount)
                 push(c);
                 p += 3;
             }
-        } else if (b >= 0xF0 && b <= 0xF4 && left >= 4 && isContinuation(p[1]) &&
-                   isContinuation(p[2]) && isContinuation(p[3])) {
-            KS_CHAR c4 = ((b & 0x07u) << 18) | ((p[1] & 0x3Fu) << 12) | ((p[2] & 0x3Fu) << 6) |
-                         (p[3] & 0x3Fu);
+        } else if (b >= 0xF0 && b <= 0xF4 && left >= 4 && isContinuation(p[1]) && isContinuation(p[2]) &&
+                   isContinuation(p[3])) {
+            KS_CHAR c4 =
+                ((b & 0x07u) << 18) | ((p[1] & 0x3Fu) << 12) | ((p[2] & 0x3Fu) << 6) | (p[3] & 0x3Fu);
             if (c4 >= 0x10000 && c4 <= kMaxCodePoint) {
                 push(c4);
                 p += 4;
@@ -255,7 +248,7 @@ ksString* stringAdopt(KS_CHAR* chars, KS_INT length, KS_INT capacity)
     return string;
 }
 
-}  // namespace ks::detail
+} // namespace ks::detail
 
 using namespace ks::detail;
 
@@ -385,4 +378,4 @@ ksString* ksStringFrom(ksObj* obj)
     return reinterpret_cast<ksString*>(obj);
 }
 
-}  // extern "C"
+} // extern "C"

@@ -7,27 +7,30 @@
 #include <mutex>
 #include <vector>
 
-namespace {
+namespace
+{
 
 constexpr const char* kStreamPath = "source/lg/lg_stream";
 constexpr int kLineIndexLine = 40;
 constexpr const char* kLineIndexText = "index >= 0 && index < lgStreamLineCount(stream)";
 
 // Ends a va_list on every way out, including an exception from the abort hook.
-class ArgsEnd {
-public:
+class ArgsEnd
+{
+  public:
     explicit ArgsEnd(va_list& args) : args_(args) {}
     ArgsEnd(const ArgsEnd&) = delete;
     ArgsEnd& operator=(const ArgsEnd&) = delete;
     ~ArgsEnd() { va_end(args_); }
 
-private:
+  private:
     va_list& args_;
 };
 
 // Gives a line back unless ownership was passed on.
-class LineGuard {
-public:
+class LineGuard
+{
+  public:
     explicit LineGuard(ksString* line) : line_(line) {}
     LineGuard(const LineGuard&) = delete;
     LineGuard& operator=(const LineGuard&) = delete;
@@ -40,17 +43,17 @@ public:
         return line;
     }
 
-private:
+  private:
     ksString* line_;
 };
 
-}  // namespace
+} // namespace
 
 struct lgStream {
     FILE* echo = nullptr;
     std::atomic<KS_BOOL> notable{KS_FALSE};
     mutable std::mutex mutex;
-    std::vector<ksString*> lines;  // one reference each, guarded by `mutex`
+    std::vector<ksString*> lines; // one reference each, guarded by `mutex`
 };
 
 extern "C" {
@@ -154,4 +157,4 @@ void lgStreamReset(lgStream* stream)
     }
 }
 
-}  // extern "C"
+} // extern "C"

@@ -12,17 +12,19 @@
 
 using namespace standins;
 
-namespace {
+namespace
+{
 
-class KsAbortDeathTest : public testing::Test {
-protected:
+class KsAbortDeathTest : public testing::Test
+{
+  protected:
     void SetUp() override { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
 };
 
 TEST_F(KsAbortDeathTest, FatalCheckPrintsConditionAndStops)
 {
-    EXPECT_EXIT(ks___Abort(nullptr, "source/ven/ven_wrapper", 57, "name"),
-                testing::KilledBySignal(SIGABRT), "^source/ven/ven_wrapper:57: name\n$");
+    EXPECT_EXIT(ks___Abort(nullptr, "source/ven/ven_wrapper", 57, "name"), testing::KilledBySignal(SIGABRT),
+                "^source/ven/ven_wrapper:57: name\n$");
 }
 
 TEST_F(KsAbortDeathTest, ConsistencyCheckPrintsMessageAndStops)
@@ -94,8 +96,8 @@ struct StopRow {
     std::function<void()> call;
     const char* path;
     int line;
-    const char* message;    // NULL for a fatal check
-    const char* condition;  // NULL for a consistency check
+    const char* message;   // NULL for a fatal check
+    const char* condition; // NULL for a consistency check
 };
 
 TEST(KsAbortHook, LibraryChecksUnwindThroughTheLibrary)
@@ -105,19 +107,17 @@ TEST(KsAbortHook, LibraryChecksUnwindThroughTheLibrary)
     lgStream* stream = lgStreamCreate(nullptr);
     const StopRow rows[] = {
         {"negative size", [] { ksMemAlloc(-1); }, "source/ks/ks_mem", 40, nullptr, "size >= 0"},
-        {"negative count", [] { ksMemAllocN(-1, 4); }, "source/ks/ks_mem", 41, nullptr,
-         "count >= 0"},
+        {"negative count", [] { ksMemAllocN(-1, 4); }, "source/ks/ks_mem", 41, nullptr, "count >= 0"},
         {"negative element size", [] { ksMemAllocN(1, -4); }, "source/ks/ks_mem", 42, nullptr,
          "elementSize >= 0"},
-        {"overflowing product", [] { ksMemAllocN(INT64_MAX / 2, 4); }, "source/ks/ks_mem", 43,
-         nullptr, "count <= KS_INT_MAX / elementSize"},
-        {"out of memory", [] { ksMemAlloc(INT64_MAX); }, "source/ks/ks_mem", 44,
-         "ksMemAlloc: out of memory", nullptr},
-        {"mode 2", [&] { ksStringConvertToCstr(string.get(), 2, nullptr); },
-         "source/ks/ks_string", 36, "ksStringConvertToCstr: mode 1 is the only mode", nullptr},
-        {"third argument", [&] { ksStringConvertToCstr(string.get(), 1, &vector); },
-         "source/ks/ks_string", 37, "ksStringConvertToCstr: the third argument must be NULL",
+        {"overflowing product", [] { ksMemAllocN(INT64_MAX / 2, 4); }, "source/ks/ks_mem", 43, nullptr,
+         "count <= KS_INT_MAX / elementSize"},
+        {"out of memory", [] { ksMemAlloc(INT64_MAX); }, "source/ks/ks_mem", 44, "ksMemAlloc: out of memory",
          nullptr},
+        {"mode 2", [&] { ksStringConvertToCstr(string.get(), 2, nullptr); }, "source/ks/ks_string", 36,
+         "ksStringConvertToCstr: mode 1 is the only mode", nullptr},
+        {"third argument", [&] { ksStringConvertToCstr(string.get(), 1, &vector); }, "source/ks/ks_string",
+         37, "ksStringConvertToCstr: the third argument must be NULL", nullptr},
         {"vector index", [&] { ksVectorObjAt(vector, 0); }, "source/ks/ks_object", 81, nullptr,
          "index >= 0 && index < ksVectorLength(vector)"},
         {"line index", [&] { lgStreamLineAt(stream, 0); }, "source/lg/lg_stream", 40, nullptr,
@@ -144,4 +144,4 @@ TEST(KsAbortHook, LibraryChecksUnwindThroughTheLibrary)
     ksObjRelease(vector);
 }
 
-}  // namespace
+} // namespace

@@ -10,7 +10,8 @@
 
 using namespace standins;
 
-namespace {
+namespace
+{
 
 TEST(KsRefCount, ReleaseNullIsIgnored)
 {
@@ -43,7 +44,7 @@ TEST(KsRefCount, ConcurrentRetainReleaseFreesOnce)
     KS_INT live = ksObjLiveCount();
     ksVector* vector = ksVectorCreate();
     for (int i = 0; i < kThreads; ++i) {
-        ksObjRetain(vector);  // one reference per thread
+        ksObjRetain(vector); // one reference per thread
     }
     std::vector<std::thread> threads;
     for (int t = 0; t < kThreads; ++t) {
@@ -139,7 +140,7 @@ TEST(KsVector, NullElementsAndRetainingAccess)
     ksVectorAppend(vector.get(), a.get());
     ksVectorAppend(vector.get(), nullptr);
     ksVectorAppend(vector.get(), b.get());
-    for (int i = 0; i < 10; ++i) {  // past the first growth of the element block
+    for (int i = 0; i < 10; ++i) { // past the first growth of the element block
         ksVectorAppend(vector.get(), a.get());
     }
     ASSERT_EQ(ksVectorLength(vector.get()), 13);
@@ -212,4 +213,4 @@ TEST(KsExecCheck, KnowsTheModuleOfAnAddress)
     }
 }
 
-}  // namespace
+} // namespace

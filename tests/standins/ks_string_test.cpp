@@ -7,7 +7,8 @@
 
 using namespace standins;
 
-namespace {
+namespace
+{
 
 using Chars = std::vector<KS_CHAR>;
 
@@ -56,8 +57,7 @@ TEST(KsString, CstrLengths)
     StringRef prefix(ksStringCreateFromCstr(text, 3));
     EXPECT_EQ(utf8(prefix.get()), "hel");
     StringRef pastNul(ksStringCreateFromCstr(text, sizeof text - 1));
-    EXPECT_EQ(chars(pastNul.get()),
-              (Chars{'h', 'e', 'l', 'l', 'o', 0, 'w', 'o', 'r', 'l', 'd'}));
+    EXPECT_EQ(chars(pastNul.get()), (Chars{'h', 'e', 'l', 'l', 'o', 0, 'w', 'o', 'r', 'l', 'd'}));
 
     ksString* variable = ksStringCreateFromCstr("ab", -1);
     ksStringAppendCstr(&variable, text, -1);
@@ -120,20 +120,25 @@ TEST(KsString, DecodesUtf8AndModifiedUtf8)
         {"three bytes", "\xE2\x82\xAC", {0x20AC}},
         {"four bytes", "\xF0\x9F\x98\x80", {0x1F600}},
         {"highest code point", "\xF4\x8F\xBF\xBF", {0x10FFFF}},
-        {"modified NUL", "a\xC0\x80" "b", {'a', 0, 'b'}},
+        {"modified NUL",
+         "a\xC0\x80"
+         "b",
+         {'a', 0, 'b'}},
         {"surrogate pair", "\xED\xA0\xBD\xED\xB8\x80", {0x1F600}},
         {"lone high surrogate", "\xED\xA0\xBDx", {0xD83D, 'x'}},
         {"lone low surrogate", "\xED\xB8\x80", {0xDE00}},
         {"low before high", "\xED\xB8\x80\xED\xA0\xBD", {0xDE00, 0xD83D}},
-        {"stray continuation", "\x80" "a", {0xFFFD, 'a'}},
+        {"stray continuation",
+         "\x80"
+         "a",
+         {0xFFFD, 'a'}},
         {"truncated four bytes", "\xF0\x9F\x98", {0xFFFD, 0xFFFD, 0xFFFD}},
         {"overlong slash", "\xC0\xAF", {0xFFFD, 0xFFFD}},
         {"overlong three bytes", "\xE0\x80\xAF", {0xFFFD, 0xFFFD, 0xFFFD}},
         {"beyond Unicode", "\xF4\x90\x80\x80", {0xFFFD, 0xFFFD, 0xFFFD, 0xFFFD}},
     };
     for (const DecodeRow& row : rows) {
-        StringRef string(ksStringCreateFromCstr(row.bytes.data(),
-                                                static_cast<KS_INT>(row.bytes.size())));
+        StringRef string(ksStringCreateFromCstr(row.bytes.data(), static_cast<KS_INT>(row.bytes.size())));
         EXPECT_EQ(chars(string.get()), row.expected) << row.what;
     }
 }
@@ -149,7 +154,11 @@ TEST(KsString, EncodesModifiedAndStandardUtf8)
 {
     const EncodeRow rows[] = {
         {"ASCII", {'o', 'k'}, "ok", "ok"},
-        {"U+0000", {'a', 0, 'b'}, "a\xC0\x80" "b", std::string("a\0b", 3)},
+        {"U+0000",
+         {'a', 0, 'b'},
+         "a\xC0\x80"
+         "b",
+         std::string("a\0b", 3)},
         {"U+07FF", {0x7FF}, "\xDF\xBF", "\xDF\xBF"},
         {"U+FFFF", {0xFFFF}, "\xEF\xBF\xBF", "\xEF\xBF\xBF"},
         {"U+1F600", {0x1F600}, "\xED\xA0\xBD\xED\xB8\x80", "\xF0\x9F\x98\x80"},
@@ -158,15 +167,13 @@ TEST(KsString, EncodesModifiedAndStandardUtf8)
         {"beyond Unicode", {0x110000}, "\xEF\xBF\xBD", "\xEF\xBF\xBD"},
     };
     for (const EncodeRow& row : rows) {
-        StringRef string(ksStringCreateFromChars(row.chars.data(),
-                                                 static_cast<KS_INT>(row.chars.size())));
+        StringRef string(ksStringCreateFromChars(row.chars.data(), static_cast<KS_INT>(row.chars.size())));
         Cstr modified(ksStringConvertToCstr(string.get(), 1, nullptr));
         EXPECT_EQ(std::string(modified.get()), row.modified) << row.what;
         Cstr standard(ksStringToUtf8Cstr(string.get()));
         // Standard UTF-8 may hold a NUL byte; compare the encoded bytes up to the
         // terminator that the expected text puts after them.
-        EXPECT_EQ(std::memcmp(standard.get(), row.standard.c_str(), row.standard.size() + 1), 0)
-            << row.what;
+        EXPECT_EQ(std::memcmp(standard.get(), row.standard.c_str(), row.standard.size() + 1), 0) << row.what;
 
         // The modified form reads back to the same code points.
         StringRef back(ksStringCreateFromCstr(modified.get(), -1));
@@ -188,8 +195,8 @@ std::string format(const char* text, ...)
 TEST(KsFormat, ExceptionLine)
 {
     StringRef message = str("java.lang.IllegalStateException: caf\xC3\xA9 \xF0\x9F\x98\x80");
-    StringRef line(ksStringCreateFromFormatCstr("[%lc()] Exception: %s", -1, "venCallIntMethod",
-                                                message.get()));
+    StringRef line(
+        ksStringCreateFromFormatCstr("[%lc()] Exception: %s", -1, "venCallIntMethod", message.get()));
     EXPECT_EQ(utf8(line.get()),
               "[venCallIntMethod()] Exception: java.lang.IllegalStateException: caf\xC3\xA9 "
               "\xF0\x9F\x98\x80");
@@ -221,8 +228,7 @@ TEST(KsFormat, PercentAndUnknownDirectives)
     EXPECT_EQ(format("%%s %%i"), "%s %i");
     // An unknown directive consumes no argument: the next directive gets it.
     EXPECT_EQ(format("%d=%i", KS_INT{5}), "%d=5");
-    EXPECT_EQ(format("%lc and %s", static_cast<const char*>(nullptr),
-                     static_cast<const ksString*>(nullptr)),
+    EXPECT_EQ(format("%lc and %s", static_cast<const char*>(nullptr), static_cast<const ksString*>(nullptr)),
               "(null) and (null)");
     EXPECT_EQ(format("caf\xC3\xA9 %lc", "\xE2\x82\xAC"), "caf\xC3\xA9 \xE2\x82\xAC");
 }
@@ -238,4 +244,4 @@ TEST(KsFormat, FormatLength)
     EXPECT_EQ(ksStringLength(none.get()), 0);
 }
 
-}  // namespace
+} // namespace

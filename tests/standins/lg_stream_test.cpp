@@ -11,7 +11,8 @@
 
 using namespace standins;
 
-namespace {
+namespace
+{
 
 struct StreamDestroy {
     void operator()(lgStream* stream) const { lgStreamDestroy(stream); }
@@ -37,8 +38,7 @@ TEST(LgStream, LinesNotableAndReset)
 
     StringRef text = str("java.lang.RuntimeException: boom");
     lgStreamTextFormatCstr(stream.get(), "[%lc()] Exception: %s", -1, "venFindClass", text.get());
-    lgStreamTextFormatCstr(stream.get(), "[%lc()] error occured: %i", -1, "venNewIntArray",
-                           KS_INT{-3});
+    lgStreamTextFormatCstr(stream.get(), "[%lc()] error occured: %i", -1, "venNewIntArray", KS_INT{-3});
     lgStreamTextFormatCstr(stream.get(), "cut here", 3);
     EXPECT_EQ(ksObjRefCount(text.get()), 1);
     EXPECT_EQ(lines(stream.get()),
@@ -80,7 +80,7 @@ TEST(LgStream, EchoesUtf8Lines)
     ASSERT_NE(file, nullptr);
     {
         Stream stream(lgStreamCreate(file));
-        StringRef smile = str("\xED\xA0\xBD\xED\xB8\x80");  // modified UTF-8 in, UTF-8 out
+        StringRef smile = str("\xED\xA0\xBD\xED\xB8\x80"); // modified UTF-8 in, UTF-8 out
         lgStreamTextFormatCstr(stream.get(), "one %s", -1, smile.get());
         lgStreamTextFormatCstr(stream.get(), "%i%%", -1, KS_INT{100});
         lgStreamTextFormatCstr(stream.get(), "", -1);
@@ -106,8 +106,7 @@ TEST(LgStream, ConcurrentWritersLoseNoLine)
     for (int t = 0; t < kThreads; ++t) {
         threads.emplace_back([&stream, t] {
             for (int i = 0; i < kLines; ++i) {
-                lgStreamTextFormatCstr(stream.get(), "thread %i line %i", -1, KS_INT{t},
-                                       KS_INT{i});
+                lgStreamTextFormatCstr(stream.get(), "thread %i line %i", -1, KS_INT{t}, KS_INT{i});
                 if (i == kLines / 2) {
                     lgStreamSetNotable(stream.get());
                 }
@@ -131,4 +130,4 @@ TEST(LgStream, ConcurrentWritersLoseNoLine)
     EXPECT_EQ(ksObjLiveCount(), live);
 }
 
-}  // namespace
+} // namespace

@@ -7,14 +7,14 @@
 #include <string>
 #include <vector>
 
-namespace standins {
+namespace standins
+{
 
 struct Release {
     void operator()(void* obj) const { ksObjRelease(obj); }
 };
 
-template <typename T>
-using Ref = std::unique_ptr<T, Release>;
+template <typename T> using Ref = std::unique_ptr<T, Release>;
 
 using StringRef = Ref<ksString>;
 
@@ -59,21 +59,21 @@ struct AbortSeen {
 
 inline void throwingHook(const char* message, const char* path, int line, const char* condition)
 {
-    throw AbortSeen{message != nullptr ? message : "", path != nullptr ? path : "", line,
-                    condition != nullptr ? condition : "", message != nullptr,
-                    condition != nullptr};
+    throw AbortSeen{message != nullptr ? message : "",     path != nullptr ? path : "", line,
+                    condition != nullptr ? condition : "", message != nullptr,          condition != nullptr};
 }
 
 // Installs the throwing hook for one scope and puts the previous hook back.
-class HookScope {
-public:
+class HookScope
+{
+  public:
     explicit HookScope(ksAbortHook hook = throwingHook) : previous_(ksAbortSetHook(hook)) {}
     HookScope(const HookScope&) = delete;
     HookScope& operator=(const HookScope&) = delete;
     ~HookScope() { ksAbortSetHook(previous_); }
 
-private:
+  private:
     ksAbortHook previous_;
 };
 
-}  // namespace standins
+} // namespace standins
