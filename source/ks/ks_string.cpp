@@ -209,7 +209,7 @@ void CharBuilder::appendDecimal(KS_INT value)
 {
     char digits[24];
     int count = 0;
-    // Work on the negative magnitude so that the most negative value needs no special case.
+    // Work on the negative magnitude so that the most negative value is handled too.
     KS_INT rest = value < 0 ? value : -value;
     do {
         digits[count++] = static_cast<char>('0' - rest % 10);
