@@ -55,6 +55,17 @@ inline void deliverObject(Obj** result, Obj* object)
     ksObjRelease(old);
 }
 
+// A range check as a requirement, reporting its unexpanded text:
+// VEN_RANGE_REQUIREMENT(VEN_KS_INT_TO_JSIZE_CONV_OK, len) fails with
+// "VEN_KS_INT_TO_JSIZE_CONV_OK( len )".
+#define VEN_RANGE_REQUIREMENT(check, argument) \
+    ::ven::integration::Requirement { static_cast<bool>(check(argument)), #check "( " #argument " )" }
+
+// The text of an expression after macro expansion, as fatal checks over a range
+// check report it: VEN_EXPANDED_TEXT(VEN_KS_INT_TO_JINT_CONV_OK(index)).
+#define VEN_EXPANDED_TEXT(...) VEN_EXPANDED_TEXT_(__VA_ARGS__)
+#define VEN_EXPANDED_TEXT_(...) #__VA_ARGS__
+
 inline jboolean toJboolean(KS_BOOL value) { return value == KS_TRUE ? JNI_TRUE : JNI_FALSE; }
 inline KS_BOOL toKsBool(jboolean value) { return value == JNI_TRUE ? KS_TRUE : KS_FALSE; }
 
