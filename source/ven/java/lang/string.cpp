@@ -237,10 +237,6 @@ void encodeUtf16(jchar* dst, KS_INT destLength, const KS_CHAR* src, KS_INT lengt
 
 extern "C" {
 
-VEN_API void ven___StringStartup(void) {}
-
-VEN_API void ven___StringShutdown(void) {}
-
 VEN_API KS_BOOL ven___JCharsToChars(KS_CHAR** resultChars, KS_INT* resultLength, const jchar* srcChars,
                                     KS_INT srcLength)
 {
