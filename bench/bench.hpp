@@ -1,0 +1,161 @@
+// Shared pieces of the benchmark suite: the JVM and the Java objects the rows use, the two
+// ways of making a JNI call that the library is measured against, and how a row is named
+// and registered. A row is "<kind>/<op>"; kinds are listed with addRow().
+#pragma once
+
+#include <jni.h>
+
+#include <benchmark/benchmark.h>
+
+#include <string>
+#include <type_traits>
+#include <utility>
+
+#include "ven/ven.h"
+
+namespace ven::bench {
+
+// Starts the process's JVM for the benchmarks (jvm.cpp). NULL, with `error` set, on failure.
+JNIEnv* startJvm(const std::string& jdkHome, const std::string& classPath, std::string& error);
+// The options it starts the JVM with, as one line for the run's context.
+std::string jvmOptionsText(const std::string& classPath);
+
+// What the rows read, write and call (venbench.Target), set up once by main(). References
+// are global, so no row depends on another's local references.
+struct World {
+    JNIEnv* env = nullptr;
+    jclass targetClass = nullptr;
+    jobject target = nullptr;
+    jfieldID intField = nullptr;
+    jmethodID plus = nullptr;  // int plus(int), virtual
+    jmethodID twice = nullptr; // static int twice(int)
+    jmethodID fail = nullptr;  // int fail(int), always throws IllegalStateException
+    lgStream* trace = nullptr; // a real stream: success paths must not touch it
+};
+World& world();
+bool setUpWorld(JNIEnv* env, std::string& error);
+
+// --- The two references every library row is measured against ------------------------------
+
+// Careful hand-written JNI code: the call, then one ExceptionCheck. Inside a critical region
+// no JNI call is allowed to such code, so there a NULL result tells the failure.
+struct Careful {
+    template <typename Call> static auto call(JNIEnv* env, bool& ok, Call&& jni)
+    {
+        if constexpr (std::is_void_v<decltype(jni())>) {
+            jni();
+            ok = !env->ExceptionCheck();
+        } else {
+            auto result = jni();
+            ok = !env->ExceptionCheck();
+            return result;
+        }
+    }
+    template <typename Call> static auto critical(JNIEnv*, bool& ok, Call&& jni)
+    {
+        auto result = jni();
+        ok = result != nullptr;
+        return result;
+    }
+};
+
+// The floor of a library that keeps a pending exception alive across each call: one query
+// before it (whose answer is kept) and one after. Only when something was pending does it
+// take the convention's further steps: clear and check before the call, and after it
+// clear, check, throw the saved exception again and check. Critical getters are guarded
+// like any other call.
+struct Floor {
+    template <typename Call> static auto call(JNIEnv* env, bool& ok, Call&& jni)
+    {
+        jthrowable saved = env->ExceptionOccurred();
+        if (saved != nullptr) [[unlikely]] {
+            setAside(env);
+        }
+        if constexpr (std::is_void_v<decltype(jni())>) {
+            jni();
+            ok = !env->ExceptionCheck();
+            restore(env, ok, saved);
+        } else {
+            auto result = jni();
+            ok = !env->ExceptionCheck();
+            restore(env, ok, saved);
+            return result;
+        }
+    }
+    template <typename Call> static auto critical(JNIEnv* env, bool& ok, Call&& jni)
+    {
+        return call(env, ok, std::forward<Call>(jni));
+    }
+
+    // ven___ExceptionClear: clear, then nothing may be pending.
+    [[gnu::noinline]] static void setAside(JNIEnv* env)
+    {
+        env->ExceptionClear();
+        benchmark::DoNotOptimize(env->ExceptionCheck());
+    }
+    // ven___Throw: clear, check, throw, and the throwable must be pending then.
+    [[gnu::noinline]] static void throwAgain(JNIEnv* env, jthrowable saved)
+    {
+        setAside(env);
+        env->Throw(saved);
+        benchmark::DoNotOptimize(env->ExceptionCheck());
+    }
+
+  private:
+    static void restore(JNIEnv* env, bool ok, jthrowable saved)
+    {
+        if (ok && saved != nullptr) [[unlikely]] {
+            throwAgain(env, saved);
+        }
+    }
+};
+
+// A newly made local reference replaces the one a variable held, which is then deleted: the
+// out-parameter rule of the library, which hand-written loops need as much.
+template <typename Ref> inline void replaceLocal(JNIEnv* env, Ref* variable, Ref ref)
+{
+    Ref old = *variable;
+    *variable = ref;
+    if (old != nullptr) {
+        env->DeleteLocalRef(old);
+    }
+}
+
+// --- Rows ------------------------------------------------------------------------------------
+
+// Row kinds:
+//   raw   careful hand-written JNI code (Careful), making the JNI calls of the library's
+//         composition; for the UTF-16 routines, memcpy of the output size
+//   min   the same at the floor of the wrapper convention (Floor)
+//   ven   the library call
+//   wrap  the wrapper-layer call (ven___...), measured against the op's raw and min
+//   best  the fastest hand-written code for the job, where it differs from raw
+template <typename Body> void addRow(const char* kind, const std::string& op, Body&& body)
+{
+    const std::string name = std::string(kind) + "/" + op;
+    benchmark::RegisterBenchmark(name.c_str(), std::forward<Body>(body))
+        ->UseRealTime()
+        ->Unit(benchmark::kNanosecond);
+}
+
+// Stops a row whose operation failed: a figure for a failure path would mislead.
+inline bool failed(benchmark::State& state, bool ok, const char* what)
+{
+    if (!ok) [[unlikely]] {
+        state.SkipWithError(what);
+        return true;
+    }
+    return false;
+}
+
+// The bytes a row moves per iteration, for the throughput figures of the report.
+inline void setBytes(benchmark::State& state, double bytes)
+{
+    state.counters["bytes"] = bytes;
+}
+
+void registerCallRows();
+void registerStringRows();
+void registerBridgeRows();
+
+} // namespace ven::bench

@@ -1,0 +1,112 @@
+// The benchmarks' JVM and the Java objects the rows use. The test harness starts its JVM
+// with checked JNI; this one must run JNI at full speed, with the heap touched up front and
+// of a fixed size, so that page faults and heap growth stay out of the figures.
+#include <dlfcn.h>
+
+#include <vector>
+
+#include "bench.hpp"
+
+namespace ven::bench {
+
+namespace {
+
+std::vector<std::string> jvmOptions(const std::string& classPath)
+{
+    return {
+        "-Djava.class.path=" + classPath,
+        "-Xms1g",               // fixed heap: no growth or shrinking during the run
+        "-Xmx1g",
+        "-XX:+AlwaysPreTouch",  // every heap page faulted in at start-up, not in a row
+        "-XX:+UseTransparentHugePages", // and in 2 MB pages: a fault costs microseconds here
+        "-XX:+UseSerialGC",     // no concurrent GC threads competing for the two cores
+        "-XX:-UsePerfData",
+        "-Xrs",
+    };
+}
+
+World theWorld;
+
+} // namespace
+
+std::string jvmOptionsText(const std::string& classPath)
+{
+    std::string text;
+    for (const std::string& option : jvmOptions(classPath)) {
+        text += (text.empty() ? "" : " ") + option;
+    }
+    return text;
+}
+
+JNIEnv* startJvm(const std::string& jdkHome, const std::string& classPath, std::string& error)
+{
+    const std::string library = jdkHome + "/lib/server/libjvm.so";
+    void* handle = dlopen(library.c_str(), RTLD_NOW | RTLD_GLOBAL);
+    if (handle == nullptr) {
+        error = "cannot load " + library + ": " + dlerror();
+        return nullptr;
+    }
+    using CreateJavaVm = jint(JNICALL*)(JavaVM**, void**, void*);
+    auto create = reinterpret_cast<CreateJavaVm>(dlsym(handle, "JNI_CreateJavaVM"));
+    if (create == nullptr) {
+        error = library + " has no JNI_CreateJavaVM";
+        return nullptr;
+    }
+    std::vector<std::string> texts = jvmOptions(classPath);
+    std::vector<JavaVMOption> options;
+    for (std::string& text : texts) {
+        options.push_back({text.data(), nullptr});
+    }
+    JavaVMInitArgs args{};
+    args.version = JNI_VERSION_1_8;
+    args.nOptions = static_cast<jint>(options.size());
+    args.options = options.data();
+    args.ignoreUnrecognized = JNI_FALSE;
+    JavaVM* vm = nullptr;
+    JNIEnv* env = nullptr;
+    if (create(&vm, reinterpret_cast<void**>(&env), &args) != JNI_OK) {
+        error = "JNI_CreateJavaVM failed for " + jdkHome;
+        return nullptr;
+    }
+    venSetJavaVm(vm);
+    return env;
+}
+
+World& world()
+{
+    return theWorld;
+}
+
+bool setUpWorld(JNIEnv* env, std::string& error)
+{
+    World& w = theWorld;
+    w.env = env;
+    jclass local = env->FindClass("venbench/Target");
+    jmethodID constructor = local != nullptr ? env->GetMethodID(local, "<init>", "()V") : nullptr;
+    jobject target = constructor != nullptr ? env->NewObject(local, constructor) : nullptr;
+    if (target == nullptr) {
+        env->ExceptionDescribe();
+        env->ExceptionClear();
+        error = "venbench.Target not found or not constructible: is the class path right?";
+        return false;
+    }
+    w.targetClass = static_cast<jclass>(env->NewGlobalRef(local));
+    w.target = env->NewGlobalRef(target);
+    w.intField = env->GetFieldID(local, "intField", "I");
+    w.plus = env->GetMethodID(local, "plus", "(I)I");
+    w.twice = env->GetStaticMethodID(local, "twice", "(I)I");
+    w.fail = env->GetMethodID(local, "fail", "(I)I");
+    env->DeleteLocalRef(target);
+    env->DeleteLocalRef(local);
+    if (env->ExceptionCheck() || w.intField == nullptr || w.plus == nullptr || w.twice == nullptr ||
+        w.fail == nullptr) {
+        env->ExceptionDescribe();
+        env->ExceptionClear();
+        error = "venbench.Target lacks a member the rows use";
+        return false;
+    }
+    w.trace = lgStreamCreate(nullptr);
+    return true;
+}
+
+} // namespace ven::bench

@@ -1,0 +1,428 @@
+// Rows of the array bridges. raw makes the JNI calls of each bridge's required composition
+// (careful code: one ExceptionCheck after each call that can raise); best is the fastest
+// hand-written code for the same job, so that the cost of the composition itself shows.
+// Element loops are kept out of line and aligned: their speed must not depend on where the
+// compiler happened to place them.
+#include <algorithm>
+#include <cstring>
+#include <vector>
+
+#include "bench.hpp"
+
+namespace ven::bench {
+
+namespace {
+
+constexpr KS_INT kElements = 1000000;
+constexpr KS_INT kStrings = 1000;
+constexpr KS_INT kStringLength = 16;
+
+#define VEN_BENCH_LOOP __attribute__((noinline, aligned(64)))
+
+VEN_BENCH_LOOP void widenInts(KS_INT* __restrict destination, const jint* __restrict source, KS_INT count)
+{
+    for (KS_INT i = 0; i < count; ++i) {
+        destination[i] = source[i];
+    }
+}
+
+VEN_BENCH_LOOP void copyDoubles(double* __restrict destination, const jdouble* __restrict source, KS_INT count)
+{
+    for (KS_INT i = 0; i < count; ++i) {
+        destination[i] = source[i];
+    }
+}
+
+// UTF-16 of `count` code points into a buffer with room for two units each; the unit count.
+VEN_BENCH_LOOP KS_INT encodeInto(jchar* __restrict destination, const KS_CHAR* __restrict source, KS_INT count)
+{
+    KS_INT units = 0;
+    for (KS_INT i = 0; i < count; ++i) {
+        const KS_CHAR c = source[i];
+        if (c <= 0xFFFF) {
+            destination[units++] = static_cast<jchar>(c);
+        } else {
+            destination[units++] = static_cast<jchar>(0xD800 + ((c - 0x10000) >> 10));
+            destination[units++] = static_cast<jchar>(0xDC00 + (c & 0x3FF));
+        }
+    }
+    return units;
+}
+
+template <typename Obj> void deliverObject(Obj** variable, Obj* object)
+{
+    Obj* old = *variable;
+    *variable = object;
+    ksObjRelease(old);
+}
+
+// --- Vector of strings to String[] ----------------------------------------------------------------
+
+template <class P>
+[[gnu::noinline]] bool newStringArrayFromKsVector(jobjectArray* result, JNIEnv* env, const ksVector* vec)
+{
+    const KS_INT n = ksVectorLength(vec);
+    bool ok = true;
+    jclass clazz = P::call(env, ok, [&] { return env->FindClass("java/lang/String"); });
+    if (ok) {
+        replaceLocal(env, result,
+                     P::call(env, ok, [&] { return env->NewObjectArray(static_cast<jsize>(n), clazz, nullptr); }));
+    }
+    jstring element = nullptr;
+    for (KS_INT i = 0; ok && i < n; ++i) {
+        ksString* string = ksStringFrom(ksVectorObjAt(vec, i));
+        if (string == nullptr) {
+            replaceLocal(env, &element, static_cast<jstring>(nullptr));
+        } else {
+            jchar* units = nullptr;
+            KS_INT count = 0;
+            ven___CharsToJChars(&units, &count, ksStringBacking(string), ksStringLength(string));
+            replaceLocal(env, &element,
+                         P::call(env, ok, [&] { return env->NewString(units, static_cast<jsize>(count)); }));
+            ksMemFree(units);
+        }
+        if (ok) {
+            P::call(env, ok, [&] { env->SetObjectArrayElement(*result, static_cast<jsize>(i), element); });
+        }
+        ksObjRelease(string);
+    }
+    if (clazz != nullptr) {
+        env->DeleteLocalRef(clazz);
+    }
+    if (element != nullptr) {
+        env->DeleteLocalRef(element);
+    }
+    if (!ok) {
+        replaceLocal(env, result, static_cast<jobjectArray>(nullptr));
+    }
+    return ok;
+}
+
+// Best: the class held globally, one reusable buffer for the units, each element's reference
+// deleted as soon as it is stored.
+[[gnu::noinline]] bool newStringArrayBest(jobjectArray* result, JNIEnv* env, jclass stringClass, const ksVector* vec,
+                                          std::vector<jchar>& buffer)
+{
+    const KS_INT n = ksVectorLength(vec);
+    bool ok = true;
+    jobjectArray array =
+        Careful::call(env, ok, [&] { return env->NewObjectArray(static_cast<jsize>(n), stringClass, nullptr); });
+    replaceLocal(env, result, array);
+    for (KS_INT i = 0; ok && i < n; ++i) {
+        ksString* string = ksStringFrom(ksVectorObjAt(vec, i));
+        const KS_INT length = ksStringLength(string);
+        if (static_cast<KS_INT>(buffer.size()) < 2 * length) {
+            buffer.resize(static_cast<std::size_t>(2 * length));
+        }
+        const KS_INT units = encodeInto(buffer.data(), ksStringBacking(string), length);
+        ksObjRelease(string);
+        jstring element = Careful::call(env, ok, [&] { return env->NewString(buffer.data(), static_cast<jsize>(units)); });
+        if (ok) {
+            Careful::call(env, ok, [&] { env->SetObjectArrayElement(array, static_cast<jsize>(i), element); });
+        }
+        if (element != nullptr) {
+            env->DeleteLocalRef(element);
+        }
+    }
+    return ok;
+}
+
+// --- Buffers and plain arrays to Java ---------------------------------------------------------
+
+template <class P> [[gnu::noinline]] bool newByteArrayFromBuffer(jbyteArray* result, JNIEnv* env, const ksBuffer* buffer)
+{
+    const KS_INT n = ksBufferLength(buffer);
+    bool ok = true;
+    replaceLocal(env, result, P::call(env, ok, [&] { return env->NewByteArray(static_cast<jsize>(n)); }));
+    if (!ok) {
+        return false;
+    }
+    P::call(env, ok, [&] {
+        env->SetByteArrayRegion(*result, 0, static_cast<jsize>(n), static_cast<const jbyte*>(ksBufferBacking(buffer)));
+    });
+    return ok;
+}
+
+template <class P>
+[[gnu::noinline]] bool newDoubleArrayOf(jdoubleArray* result, JNIEnv* env, const double* source, KS_INT length)
+{
+    bool ok = true;
+    replaceLocal(env, result, P::call(env, ok, [&] { return env->NewDoubleArray(static_cast<jsize>(length)); }));
+    if (!ok) {
+        return false;
+    }
+    jdouble* elems = P::call(env, ok, [&] { return env->GetDoubleArrayElements(*result, nullptr); });
+    if (!ok) {
+        return false;
+    }
+    copyDoubles(elems, source, length);
+    env->ReleaseDoubleArrayElements(*result, elems, 0);
+    return true;
+}
+
+// Best: one copy, straight into the new array.
+[[gnu::noinline]] bool newDoubleArrayBest(jdoubleArray* result, JNIEnv* env, const double* source, KS_INT length)
+{
+    bool ok = true;
+    replaceLocal(env, result, Careful::call(env, ok, [&] { return env->NewDoubleArray(static_cast<jsize>(length)); }));
+    if (ok) {
+        Careful::call(env, ok, [&] { env->SetDoubleArrayRegion(*result, 0, static_cast<jsize>(length), source); });
+    }
+    return ok;
+}
+
+// --- Java arrays to buffers and plain arrays --------------------------------------------------
+
+template <class P>
+[[gnu::noinline]] bool byteArrayRegionAsBuffer(ksBuffer** result, JNIEnv* env, jbyteArray array, KS_INT start,
+                                               KS_INT len)
+{
+    void* bytes = ksMemAlloc(len);
+    bool ok = true;
+    P::call(env, ok, [&] {
+        env->GetByteArrayRegion(array, static_cast<jsize>(start), static_cast<jsize>(len), static_cast<jbyte*>(bytes));
+    });
+    if (!ok) {
+        ksMemFree(bytes);
+        return false;
+    }
+    deliverObject(result, ksBufferCreateFromBytesUse(bytes, len));
+    return true;
+}
+
+// Best for comparison: the elements read in place through the critical region.
+[[gnu::noinline]] bool byteArrayRegionBest(ksBuffer** result, JNIEnv* env, jbyteArray array, KS_INT start,
+                                           KS_INT len)
+{
+    void* bytes = ksMemAlloc(len);
+    bool ok = true;
+    void* elements = Careful::critical(env, ok, [&] { return env->GetPrimitiveArrayCritical(array, nullptr); });
+    if (!ok) {
+        ksMemFree(bytes);
+        return false;
+    }
+    std::memcpy(bytes, static_cast<const jbyte*>(elements) + start, static_cast<std::size_t>(len));
+    env->ReleasePrimitiveArrayCritical(array, elements, JNI_ABORT);
+    deliverObject(result, ksBufferCreateFromBytesUse(bytes, len));
+    return true;
+}
+
+template <class P> [[gnu::noinline]] bool primitiveArrayAsBuffer(ksBuffer** result, JNIEnv* env, jarray array)
+{
+    bool ok = true;
+    const jsize n = P::call(env, ok, [&] { return env->GetArrayLength(array); });
+    if (!ok) {
+        return false;
+    }
+    void* elements = P::critical(env, ok, [&] { return env->GetPrimitiveArrayCritical(array, nullptr); });
+    if (!ok) {
+        return false;
+    }
+    ksBuffer* buffer = ksBufferCreateFromBytesCopy(elements, n);
+    env->ReleasePrimitiveArrayCritical(array, elements, 0);
+    deliverObject(result, buffer);
+    return true;
+}
+
+template <class P>
+[[gnu::noinline]] bool copyIntArrayElements(KS_INT* result, JNIEnv* env, jintArray array, KS_INT length)
+{
+    bool ok = true;
+    const jsize arrayLength = P::call(env, ok, [&] { return env->GetArrayLength(array); });
+    if (!ok) {
+        return false;
+    }
+    const KS_INT n = std::min<KS_INT>(arrayLength, length);
+    jint* elems = P::call(env, ok, [&] { return env->GetIntArrayElements(array, nullptr); });
+    if (!ok) {
+        return false;
+    }
+    widenInts(result, elems, n);
+    env->ReleaseIntArrayElements(array, elems, JNI_ABORT);
+    return true;
+}
+
+// Best: widened straight from the array's own storage, no intermediate copy.
+[[gnu::noinline]] bool copyIntArrayBest(KS_INT* result, JNIEnv* env, jintArray array, KS_INT length)
+{
+    bool ok = true;
+    const jsize arrayLength = Careful::call(env, ok, [&] { return env->GetArrayLength(array); });
+    if (!ok) {
+        return false;
+    }
+    const KS_INT n = std::min<KS_INT>(arrayLength, length);
+    void* elements = Careful::critical(env, ok, [&] { return env->GetPrimitiveArrayCritical(array, nullptr); });
+    if (!ok) {
+        return false;
+    }
+    widenInts(result, static_cast<const jint*>(elements), n);
+    env->ReleasePrimitiveArrayCritical(array, elements, JNI_ABORT);
+    return true;
+}
+
+template <class P>
+[[gnu::noinline]] bool copyDoubleArrayElements(double* result, JNIEnv* env, jdoubleArray array, KS_INT length)
+{
+    bool ok = true;
+    const jsize arrayLength = P::call(env, ok, [&] { return env->GetArrayLength(array); });
+    if (!ok) {
+        return false;
+    }
+    const KS_INT n = std::min<KS_INT>(arrayLength, length);
+    jdouble* elems = P::call(env, ok, [&] { return env->GetDoubleArrayElements(array, nullptr); });
+    if (!ok) {
+        return false;
+    }
+    copyDoubles(result, elems, n);
+    env->ReleaseDoubleArrayElements(array, elems, JNI_ABORT);
+    return true;
+}
+
+// Best: one region copy into the caller's array.
+[[gnu::noinline]] bool copyDoubleArrayBest(double* result, JNIEnv* env, jdoubleArray array, KS_INT length)
+{
+    bool ok = true;
+    const jsize arrayLength = Careful::call(env, ok, [&] { return env->GetArrayLength(array); });
+    if (ok) {
+        const auto n = static_cast<jsize>(std::min<KS_INT>(arrayLength, length));
+        Careful::call(env, ok, [&] { env->GetDoubleArrayRegion(array, 0, n, result); });
+    }
+    return ok;
+}
+
+// --- Registration -----------------------------------------------------------------------------
+
+// A row whose operation delivers into `Result` (a local reference, a ks object or a plain
+// array), with what must be done to it after the loop.
+template <typename Result, typename Op, typename Finish>
+void bridgeRow(const char* kind, const char* op, Op operation, Finish finish, double bytes)
+{
+    addRow(kind, op, [=](benchmark::State& state) {
+        Result result{};
+        for (auto _ : state) {
+            if (failed(state, operation(&result), "the bridge failed")) {
+                break;
+            }
+        }
+        finish(state, result);
+        setBytes(state, bytes);
+    });
+}
+
+template <typename Array> jobject newGlobal(JNIEnv* env, Array local)
+{
+    jobject global = env->NewGlobalRef(local);
+    env->DeleteLocalRef(local);
+    return global;
+}
+
+} // namespace
+
+void registerBridgeRows()
+{
+    JNIEnv* env = world().env;
+    lgStream* trace = world().trace;
+
+    // Data made once and kept for the whole run.
+    static std::vector<jint> ints(kElements);
+    static std::vector<double> doubles(kElements);
+    static std::vector<jbyte> bytes(kElements);
+    for (KS_INT i = 0; i < kElements; ++i) {
+        ints[i] = static_cast<jint>(i * 2654435761u);
+        doubles[i] = static_cast<double>(i) * 0.5;
+        bytes[i] = static_cast<jbyte>(i * 31);
+    }
+    static std::vector<KS_INT> intsOut(kElements);
+    static std::vector<double> doublesOut(kElements);
+    static std::vector<jchar> unitBuffer;
+
+    jintArray localInts = env->NewIntArray(kElements);
+    env->SetIntArrayRegion(localInts, 0, kElements, ints.data());
+    const auto intArray = static_cast<jintArray>(newGlobal(env, localInts));
+    jdoubleArray localDoubles = env->NewDoubleArray(kElements);
+    env->SetDoubleArrayRegion(localDoubles, 0, kElements, doubles.data());
+    const auto doubleArray = static_cast<jdoubleArray>(newGlobal(env, localDoubles));
+    jbyteArray localBytes = env->NewByteArray(kElements);
+    env->SetByteArrayRegion(localBytes, 0, kElements, bytes.data());
+    const auto byteArray = static_cast<jbyteArray>(newGlobal(env, localBytes));
+    ksBuffer* const buffer = ksBufferCreateFromBytesCopy(bytes.data(), kElements);
+
+    ksVector* const vector = ksVectorCreate();
+    const std::u32string text = U"Grüße – Καλημέρα κόσμε – 你好";
+    for (KS_INT i = 0; i < kStrings; ++i) {
+        std::vector<KS_CHAR> chars(kStringLength);
+        for (KS_INT c = 0; c < kStringLength; ++c) {
+            chars[c] = text[(i + c) % text.size()];
+        }
+        ksString* string = ksStringCreateFromChars(chars.data(), kStringLength);
+        ksVectorAppend(vector, string);
+        ksObjRelease(string);
+    }
+    jclass localString = env->FindClass("java/lang/String");
+    const auto stringClass = static_cast<jclass>(newGlobal(env, localString));
+
+    const auto deleteRef = [env](benchmark::State&, jobject ref) {
+        if (ref != nullptr) {
+            env->DeleteLocalRef(ref);
+        }
+    };
+    const auto releaseBuffer = [](benchmark::State& state, ksBuffer* result) {
+        failed(state, result != nullptr && ksBufferLength(result) == kElements, "wrong buffer length");
+        ksObjRelease(result);
+    };
+    const auto checkInts = [](benchmark::State& state, KS_INT*) {
+        failed(state, intsOut[kElements - 1] == ints[kElements - 1], "the ints were not copied");
+    };
+    const auto checkDoubles = [](benchmark::State& state, double*) {
+        failed(state, doublesOut[kElements - 1] == doubles[kElements - 1], "the doubles were not copied");
+    };
+
+    const char* strings = "NewStringArrayFromKsVector/1000";
+    const double stringBytes = kStrings * kStringLength * sizeof(jchar);
+    bridgeRow<jobjectArray>("raw", strings, [=](jobjectArray* r) { return newStringArrayFromKsVector<Careful>(r, env, vector); }, deleteRef, stringBytes);
+    bridgeRow<jobjectArray>("min", strings, [=](jobjectArray* r) { return newStringArrayFromKsVector<Floor>(r, env, vector); }, deleteRef, stringBytes);
+    bridgeRow<jobjectArray>("ven", strings, [=](jobjectArray* r) { return venNewStringArrayFromKsVector(r, env, trace, vector) == KS_TRUE; }, deleteRef, stringBytes);
+    bridgeRow<jobjectArray>("best", strings, [=](jobjectArray* r) { return newStringArrayBest(r, env, stringClass, vector, unitBuffer); }, deleteRef, stringBytes);
+
+    const char* toBytes = "NewByteArrayFromBuffer/1000000";
+    bridgeRow<jbyteArray>("raw", toBytes, [=](jbyteArray* r) { return newByteArrayFromBuffer<Careful>(r, env, buffer); }, deleteRef, kElements);
+    bridgeRow<jbyteArray>("min", toBytes, [=](jbyteArray* r) { return newByteArrayFromBuffer<Floor>(r, env, buffer); }, deleteRef, kElements);
+    bridgeRow<jbyteArray>("ven", toBytes, [=](jbyteArray* r) { return venNewByteArrayFromBuffer(r, env, trace, buffer) == KS_TRUE; }, deleteRef, kElements);
+
+    const char* toDoubles = "NewDoubleArrayOf/1000000";
+    const double doubleBytes = kElements * sizeof(double);
+    const double* source = doubles.data();
+    bridgeRow<jdoubleArray>("raw", toDoubles, [=](jdoubleArray* r) { return newDoubleArrayOf<Careful>(r, env, source, kElements); }, deleteRef, doubleBytes);
+    bridgeRow<jdoubleArray>("min", toDoubles, [=](jdoubleArray* r) { return newDoubleArrayOf<Floor>(r, env, source, kElements); }, deleteRef, doubleBytes);
+    bridgeRow<jdoubleArray>("ven", toDoubles, [=](jdoubleArray* r) { return venNewDoubleArrayOf(r, env, trace, source, kElements) == KS_TRUE; }, deleteRef, doubleBytes);
+    bridgeRow<jdoubleArray>("best", toDoubles, [=](jdoubleArray* r) { return newDoubleArrayBest(r, env, source, kElements); }, deleteRef, doubleBytes);
+
+    const char* region = "GetByteArrayRegionAsBuffer/1000000";
+    bridgeRow<ksBuffer*>("raw", region, [=](ksBuffer** r) { return byteArrayRegionAsBuffer<Careful>(r, env, byteArray, 0, kElements); }, releaseBuffer, kElements);
+    bridgeRow<ksBuffer*>("min", region, [=](ksBuffer** r) { return byteArrayRegionAsBuffer<Floor>(r, env, byteArray, 0, kElements); }, releaseBuffer, kElements);
+    bridgeRow<ksBuffer*>("ven", region, [=](ksBuffer** r) { return venGetByteArrayRegionAsBuffer(r, env, trace, byteArray, 0, kElements) == KS_TRUE; }, releaseBuffer, kElements);
+    bridgeRow<ksBuffer*>("best", region, [=](ksBuffer** r) { return byteArrayRegionBest(r, env, byteArray, 0, kElements); }, releaseBuffer, kElements);
+
+    const char* whole = "GetPrimitiveArrayAsKsBuffer/1000000";
+    bridgeRow<ksBuffer*>("raw", whole, [=](ksBuffer** r) { return primitiveArrayAsBuffer<Careful>(r, env, byteArray); }, releaseBuffer, kElements);
+    bridgeRow<ksBuffer*>("min", whole, [=](ksBuffer** r) { return primitiveArrayAsBuffer<Floor>(r, env, byteArray); }, releaseBuffer, kElements);
+    bridgeRow<ksBuffer*>("ven", whole, [=](ksBuffer** r) { return venGetPrimitiveArrayAsKsBuffer(r, env, trace, byteArray) == KS_TRUE; }, releaseBuffer, kElements);
+
+    // The plain arrays are the caller's: each row writes into the same one.
+    KS_INT* const intTarget = intsOut.data();
+    const char* copyInts = "CopyIntArrayElements/1000000";
+    const double intBytes = kElements * sizeof(jint);
+    bridgeRow<KS_INT*>("raw", copyInts, [=](KS_INT**) { return copyIntArrayElements<Careful>(intTarget, env, intArray, kElements); }, checkInts, intBytes);
+    bridgeRow<KS_INT*>("min", copyInts, [=](KS_INT**) { return copyIntArrayElements<Floor>(intTarget, env, intArray, kElements); }, checkInts, intBytes);
+    bridgeRow<KS_INT*>("ven", copyInts, [=](KS_INT**) { return venCopyIntArrayElements(intTarget, env, trace, intArray, kElements) == KS_TRUE; }, checkInts, intBytes);
+    bridgeRow<KS_INT*>("best", copyInts, [=](KS_INT**) { return copyIntArrayBest(intTarget, env, intArray, kElements); }, checkInts, intBytes);
+
+    double* const doubleTarget = doublesOut.data();
+    const char* copyDoublesOp = "CopyDoubleArrayElements/1000000";
+    bridgeRow<double*>("raw", copyDoublesOp, [=](double**) { return copyDoubleArrayElements<Careful>(doubleTarget, env, doubleArray, kElements); }, checkDoubles, doubleBytes);
+    bridgeRow<double*>("min", copyDoublesOp, [=](double**) { return copyDoubleArrayElements<Floor>(doubleTarget, env, doubleArray, kElements); }, checkDoubles, doubleBytes);
+    bridgeRow<double*>("ven", copyDoublesOp, [=](double**) { return venCopyDoubleArrayElements(doubleTarget, env, trace, doubleArray, kElements) == KS_TRUE; }, checkDoubles, doubleBytes);
+    bridgeRow<double*>("best", copyDoublesOp, [=](double**) { return copyDoubleArrayBest(doubleTarget, env, doubleArray, kElements); }, checkDoubles, doubleBytes);
+}
+
+} // namespace ven::bench
