@@ -7,6 +7,8 @@
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
+#elif defined(__ARM_NEON) && defined(__aarch64__)
+#include <arm_neon.h>
 #endif
 
 using namespace ven::integration;
@@ -61,6 +63,21 @@ inline bool widenBlock(KS_CHAR* dst, const jchar* src)
     const __m128i surrogates = _mm_or_si128(_mm_cmpeq_epi16(_mm_and_si128(low, surrogateMask), surrogateBits),
                                             _mm_cmpeq_epi16(_mm_and_si128(high, surrogateMask), surrogateBits));
     return _mm_movemask_epi8(surrogates) == 0;
+}
+#elif defined(__ARM_NEON) && defined(__aarch64__)
+inline bool widenBlock(KS_CHAR* dst, const jchar* src)
+{
+    const uint16x8_t surrogateMask = vdupq_n_u16(0xF800);
+    const uint16x8_t surrogateBits = vdupq_n_u16(0xD800);
+    const uint16x8_t low = vld1q_u16(src);
+    const uint16x8_t high = vld1q_u16(src + 8);
+    vst1q_u32(dst, vmovl_u16(vget_low_u16(low)));
+    vst1q_u32(dst + 4, vmovl_high_u16(low));
+    vst1q_u32(dst + 8, vmovl_u16(vget_low_u16(high)));
+    vst1q_u32(dst + 12, vmovl_high_u16(high));
+    const uint16x8_t surrogates = vorrq_u16(vceqq_u16(vandq_u16(low, surrogateMask), surrogateBits),
+                                            vceqq_u16(vandq_u16(high, surrogateMask), surrogateBits));
+    return vmaxvq_u16(surrogates) == 0;
 }
 #else
 inline bool widenBlock(KS_CHAR* __restrict dst, const jchar* __restrict src)
@@ -159,6 +176,28 @@ inline KS_INT supplementaryInBlock(const KS_CHAR* src)
     fitting = _mm_add_epi32(fitting, _mm_shuffle_epi32(fitting, _MM_SHUFFLE(1, 0, 3, 2)));
     fitting = _mm_add_epi32(fitting, _mm_shuffle_epi32(fitting, _MM_SHUFFLE(2, 3, 0, 1)));
     return kBlock + _mm_cvtsi128_si32(fitting);
+}
+#elif defined(__ARM_NEON) && defined(__aarch64__)
+inline bool narrowBlock(jchar* dst, const KS_CHAR* src)
+{
+    const uint32x4_t a = vld1q_u32(src);
+    const uint32x4_t b = vld1q_u32(src + 4);
+    const uint32x4_t c = vld1q_u32(src + 8);
+    const uint32x4_t d = vld1q_u32(src + 12);
+    vst1q_u16(dst, vcombine_u16(vmovn_u32(a), vmovn_u32(b)));
+    vst1q_u16(dst + 8, vcombine_u16(vmovn_u32(c), vmovn_u32(d)));
+    return vmaxvq_u32(vorrq_u32(vorrq_u32(a, b), vorrq_u32(c, d))) <= 0xFFFFu;
+}
+
+inline KS_INT supplementaryInBlock(const KS_CHAR* src)
+{
+    // Lanes of supplementary code points count -1 each.
+    const uint32x4_t largest = vdupq_n_u32(0xFFFF);
+    uint32x4_t above = vcgtq_u32(vld1q_u32(src), largest);
+    above = vaddq_u32(above, vcgtq_u32(vld1q_u32(src + 4), largest));
+    above = vaddq_u32(above, vcgtq_u32(vld1q_u32(src + 8), largest));
+    above = vaddq_u32(above, vcgtq_u32(vld1q_u32(src + 12), largest));
+    return -static_cast<KS_INT>(static_cast<int32_t>(vaddvq_u32(above)));
 }
 #else
 inline bool narrowBlock(jchar* __restrict dst, const KS_CHAR* __restrict src)
