@@ -10,7 +10,8 @@
 #include "support/ven_test.hpp"
 #include "ven/ven.h"
 
-namespace {
+namespace
+{
 
 using ven::test::ExpectPending;
 using ven::test::JvmTest;
@@ -58,6 +59,7 @@ struct ArgumentCase {
 std::vector<ArgumentCase> argumentCases()
 {
     constexpr KS_INT tooLong = 2147483648LL;
+    // clang-format off
     return {
         // Class lookup, throwing, version.
         {"venFindClass: result != NULL", [](JNIEnv* e, lgStream* t, const Valid&, Outs&) { return venFindClass(nullptr, e, t, "java/lang/String"); }},
@@ -138,10 +140,12 @@ std::vector<ArgumentCase> argumentCases()
         {"venIllegalArgumentExceptionThrowUseMessage: msg != ((void *)0)", [](JNIEnv* e, lgStream* t, const Valid&, Outs&) { return venIllegalArgumentExceptionThrowUseMessage(e, t, "caller", nullptr); }},
         {"venIllegalStateExceptionThrowUseMessage: msg != ((void *)0)", [](JNIEnv* e, lgStream* t, const Valid&, Outs&) { return venIllegalStateExceptionThrowUseMessage(e, t, "caller", nullptr); }},
     };
+    // clang-format on
 }
 
-class ArgumentFailure : public JvmTest {
-protected:
+class ArgumentFailure : public JvmTest
+{
+  protected:
     void SetUp() override
     {
         JvmTest::SetUp();
@@ -171,9 +175,9 @@ TEST_F(ArgumentFailure, ThrowsTheConditionAndTracesIt)
         EXPECT_EQ(row.call(env, trace.get(), valid, outs), KS_FALSE);
         EXPECT_TRUE(outs == Outs(valid)) << "an out-parameter was touched";
         const std::string function = std::string(row.message).substr(0, std::string(row.message).find(':'));
-        EXPECT_EQ(trace.lines(), std::vector<std::string>{"[" + function +
-                                                          "()] Exception: java.lang.IllegalArgumentException: " +
-                                                          row.message});
+        EXPECT_EQ(trace.lines(),
+                  std::vector<std::string>{
+                      "[" + function + "()] Exception: java.lang.IllegalArgumentException: " + row.message});
         EXPECT_TRUE(trace.notable());
         ExpectPending(env, "java.lang.IllegalArgumentException", row.message);
     }

@@ -10,15 +10,17 @@
 #include "support/ven_test.hpp"
 #include "ven/ven.h"
 
-namespace ven::core_test {
+namespace ven::core_test
+{
 
 // Records the references that FindClass, GetObjectClass and CallObjectMethodV return
 // through `fault` and forgets each one when it is deleted. The references that guarded
 // wrappers keep of a pending exception (ExceptionOccurred) are theirs by rule and not
 // watched. Deletion is matched by value before the value can be reused. With a
 // `failingClass`, FindClass of that name raises NoClassDefFoundError and returns NULL.
-class ObtainedRefs {
-public:
+class ObtainedRefs
+{
+  public:
     explicit ObtainedRefs(ven::test::FaultEnv& fault, std::string failingClass = {})
     {
         // One global reference for the whole run.
@@ -31,15 +33,15 @@ public:
             }
             return note(real->FindClass(name));
         });
-        fault.override<&JNINativeInterface_::GetObjectClass>([this](JNIEnv* real, jobject obj) {
-            return note(real->GetObjectClass(obj));
-        });
+        fault.override<&JNINativeInterface_::GetObjectClass>(
+            [this](JNIEnv* real, jobject obj) { return note(real->GetObjectClass(obj)); });
         fault.override<&JNINativeInterface_::CallObjectMethodV>(
             [this](JNIEnv* real, jobject obj, jmethodID method, va_list args) {
                 return note(real->CallObjectMethodV(obj, method, args));
             });
         fault.override<&JNINativeInterface_::DeleteLocalRef>([this](JNIEnv* real, jobject ref) {
-            outstanding_.erase(std::remove(outstanding_.begin(), outstanding_.end(), ref), outstanding_.end());
+            outstanding_.erase(std::remove(outstanding_.begin(), outstanding_.end(), ref),
+                               outstanding_.end());
             real->DeleteLocalRef(ref);
         });
     }
@@ -47,9 +49,8 @@ public:
     int obtained() const { return obtained_; }
     int outstanding() const { return static_cast<int>(outstanding_.size()); }
 
-private:
-    template <typename Ref>
-    Ref note(Ref ref)
+  private:
+    template <typename Ref> Ref note(Ref ref)
     {
         if (ref != nullptr) {
             ++obtained_;
@@ -64,8 +65,7 @@ private:
 
 // Makes the first call of one entry raise OutOfMemoryError and return its zero; later
 // calls (such as the trace's own) reach the real entry.
-template <auto Member>
-void raiseOutOfMemoryOnce(ven::test::FaultEnv& fault)
+template <auto Member> void raiseOutOfMemoryOnce(ven::test::FaultEnv& fault)
 {
     static const jclass outOfMemory = static_cast<jclass>(
         fault.real()->NewGlobalRef(ven::test::findClass(fault.real(), "java/lang/OutOfMemoryError")));

@@ -5,7 +5,8 @@
 #include "support/ven_test.hpp"
 #include "ven/ven.h"
 
-namespace {
+namespace
+{
 
 #define STRINGIZE_EXPANDED(...) STRINGIZE_(__VA_ARGS__)
 #define STRINGIZE_(...) #__VA_ARGS__
@@ -18,9 +19,8 @@ struct IntBound {
 TEST(RangeChecks, JintAndJsizeAtTheirBounds)
 {
     const IntBound bounds[] = {
-        {2147483647LL, true}, {-2147483648LL, true}, {0, true},
-        {2147483648LL, false}, {-2147483649LL, false},
-        {INT64_MAX, false}, {INT64_MIN, false},
+        {2147483647LL, true},   {-2147483648LL, true}, {0, true},          {2147483648LL, false},
+        {-2147483649LL, false}, {INT64_MAX, false},    {INT64_MIN, false},
     };
     for (const IntBound& bound : bounds) {
         SCOPED_TRACE(bound.value);
@@ -32,8 +32,8 @@ TEST(RangeChecks, JintAndJsizeAtTheirBounds)
 TEST(RangeChecks, JshortAtItsBounds)
 {
     const IntBound bounds[] = {
-        {32767, true}, {-32768, true}, {0, true},
-        {32768, false}, {-32769, false}, {65535, false}, {INT64_MIN, false},
+        {32767, true},   {-32768, true}, {0, true},          {32768, false},
+        {-32769, false}, {65535, false}, {INT64_MIN, false},
     };
     for (const IntBound& bound : bounds) {
         SCOPED_TRACE(bound.value);

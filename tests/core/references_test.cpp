@@ -8,7 +8,8 @@
 
 #include "core_test.hpp"
 
-namespace {
+namespace
+{
 
 using ven::test::ExpectNoPending;
 using ven::test::ExpectPending;
@@ -18,7 +19,9 @@ using ven::test::JvmTest;
 using ven::test::Trace;
 using Lines = std::vector<std::string>;
 
-class References : public JvmTest {};
+class References : public JvmTest
+{
+};
 
 // One function of the local-reference pattern, called on the fake env with `result`.
 struct LocalRefFunction {
@@ -34,7 +37,9 @@ std::vector<LocalRefFunction> localRefFunctions(JNIEnv* env)
     jstring text = ven::test::jstr(env, "x");
     return {
         {"venFindClass",
-         [](JNIEnv* e, lgStream* t, jobject* r) { return venFindClass(reinterpret_cast<jclass*>(r), e, t, "java/lang/Object"); },
+         [](JNIEnv* e, lgStream* t, jobject* r) {
+             return venFindClass(reinterpret_cast<jclass*>(r), e, t, "java/lang/Object");
+         },
          // Only the class asked for fails: the trace looks classes up through the same env.
          [](FaultEnv& f) {
              f.override<&JNINativeInterface_::FindClass>([](JNIEnv* real, const char* name) -> jclass {
@@ -52,13 +57,20 @@ std::vector<LocalRefFunction> localRefFunctions(JNIEnv* env)
          [=](JNIEnv* e, lgStream* t, jobject* r) { return venNewObject(r, e, t, objectClass, constructor); },
          [](FaultEnv& f) { f.raiseOutOfMemory<&JNINativeInterface_::NewObjectV>(); }},
         {"venGetObjectClass",
-         [=](JNIEnv* e, lgStream* t, jobject* r) { return venGetObjectClass(reinterpret_cast<jclass*>(r), e, t, text); },
+         [=](JNIEnv* e, lgStream* t, jobject* r) {
+             return venGetObjectClass(reinterpret_cast<jclass*>(r), e, t, text);
+         },
          nullptr}, // the wrapper lets no failure of GetObjectClass through
         {"venNewString",
-         [](JNIEnv* e, lgStream* t, jobject* r) { const jchar u = 'a'; return venNewString(reinterpret_cast<jstring*>(r), e, t, &u, 1); },
+         [](JNIEnv* e, lgStream* t, jobject* r) {
+             const jchar u = 'a';
+             return venNewString(reinterpret_cast<jstring*>(r), e, t, &u, 1);
+         },
          [](FaultEnv& f) { f.raiseOutOfMemory<&JNINativeInterface_::NewString>(); }},
         {"venNewStringUTF",
-         [](JNIEnv* e, lgStream* t, jobject* r) { return venNewStringUTF(reinterpret_cast<jstring*>(r), e, t, "a"); },
+         [](JNIEnv* e, lgStream* t, jobject* r) {
+             return venNewStringUTF(reinterpret_cast<jstring*>(r), e, t, "a");
+         },
          [](FaultEnv& f) { f.raiseOutOfMemory<&JNINativeInterface_::NewStringUTF>(); }},
     };
 }
@@ -109,8 +121,8 @@ TEST_F(References, FailureStoresNullDeletesTheOldAndTraces)
         EXPECT_EQ(result, nullptr);
         ASSERT_FALSE(deleted->empty());
         EXPECT_EQ(deleted->front(), old) << "the old reference goes first, before the trace";
-        EXPECT_EQ(trace.lines(),
-                  Lines{std::string("[") + function.name + "()] Exception: java.lang.OutOfMemoryError: injected by FaultEnv"});
+        EXPECT_EQ(trace.lines(), Lines{std::string("[") + function.name +
+                                       "()] Exception: java.lang.OutOfMemoryError: injected by FaultEnv"});
         EXPECT_TRUE(trace.notable());
         ExpectPending(env, "java.lang.OutOfMemoryError", "injected by FaultEnv");
     }
@@ -129,7 +141,9 @@ TEST_F(References, FindClassOfAMissingClass)
     ASSERT_FALSE(deleted->empty());
     EXPECT_EQ(deleted->front(), old);
     ASSERT_EQ(trace.lines().size(), 1u);
-    EXPECT_EQ(trace.lines()[0].rfind("[venFindClass()] Exception: java.lang.NoClassDefFoundError: no/such/Class", 0), 0u)
+    EXPECT_EQ(trace.lines()[0].rfind(
+                  "[venFindClass()] Exception: java.lang.NoClassDefFoundError: no/such/Class", 0),
+              0u)
         << trace.lines()[0];
     EXPECT_TRUE(trace.notable());
     ExpectPendingClass(env, "java.lang.NoClassDefFoundError");
@@ -166,8 +180,8 @@ TEST_F(References, GlobalReferencesOverwriteWithoutRelease)
         row.inject(fault);
         EXPECT_EQ(row.call(&failed, fault.env(), trace.get(), text), KS_FALSE);
         EXPECT_EQ(failed, nullptr);
-        EXPECT_EQ(trace.lines(),
-                  Lines{std::string("[") + row.name + "()] Exception: java.lang.OutOfMemoryError: injected by FaultEnv"});
+        EXPECT_EQ(trace.lines(), Lines{std::string("[") + row.name +
+                                       "()] Exception: java.lang.OutOfMemoryError: injected by FaultEnv"});
         ExpectPending(env, "java.lang.OutOfMemoryError", "injected by FaultEnv");
         row.destroy(env, first);
         row.destroy(env, second);
@@ -194,9 +208,15 @@ TEST_F(References, RefusedCapacityIsNotTraced)
         void (*inject)(FaultEnv&);
     } rows[] = {
         {"venEnsureLocalCapacity", venEnsureLocalCapacity,
-         [](FaultEnv& f) { f.raiseReturning<&JNINativeInterface_::EnsureLocalCapacity>("java/lang/OutOfMemoryError", "no room", -1); }},
+         [](FaultEnv& f) {
+             f.raiseReturning<&JNINativeInterface_::EnsureLocalCapacity>("java/lang/OutOfMemoryError",
+                                                                         "no room", -1);
+         }},
         {"venPushLocalFrame", venPushLocalFrame,
-         [](FaultEnv& f) { f.raiseReturning<&JNINativeInterface_::PushLocalFrame>("java/lang/OutOfMemoryError", "no room", -1); }},
+         [](FaultEnv& f) {
+             f.raiseReturning<&JNINativeInterface_::PushLocalFrame>("java/lang/OutOfMemoryError", "no room",
+                                                                    -1);
+         }},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
@@ -225,9 +245,11 @@ TEST_F(References, NativeRegistration)
     ExpectPendingClass(env, "java.lang.NoSuchMethodError");
 
     FaultEnv fault(env);
-    fault.raiseReturning<&JNINativeInterface_::UnregisterNatives>("java/lang/IllegalStateException", "refused", -1);
+    fault.raiseReturning<&JNINativeInterface_::UnregisterNatives>("java/lang/IllegalStateException",
+                                                                  "refused", -1);
     EXPECT_EQ(venUnregisterNatives(fault.env(), trace.get(), fixture), KS_FALSE);
-    EXPECT_EQ(trace.lines().back(), "[venUnregisterNatives()] Exception: java.lang.IllegalStateException: refused");
+    EXPECT_EQ(trace.lines().back(),
+              "[venUnregisterNatives()] Exception: java.lang.IllegalStateException: refused");
     ExpectPending(env, "java.lang.IllegalStateException", "refused");
 }
 
@@ -240,7 +262,8 @@ TEST_F(References, InstanceTestAndIdentity)
         jobject obj;
         jclass clazz;
         KS_BOOL expected;
-    } rows[] = {{text, objectClass, KS_TRUE}, {text, integerClass, KS_FALSE}, {nullptr, integerClass, KS_TRUE}};
+    } rows[] = {
+        {text, objectClass, KS_TRUE}, {text, integerClass, KS_FALSE}, {nullptr, integerClass, KS_TRUE}};
     for (const auto& row : rows) {
         KS_BOOL answer = 0x55;
         EXPECT_EQ(venIsInstanceOf(&answer, env, nullptr, row.obj, row.clazz), KS_TRUE);
@@ -291,7 +314,9 @@ TEST_F(References, ThrowTracesUncheckedUnderTheCallersName)
         const char* methodName;
         Lines lines;
     } rows[] = {
-        {"java/lang/IllegalStateException", "caller", {"[caller()] Exception: java.lang.IllegalStateException: t"}},
+        {"java/lang/IllegalStateException",
+         "caller",
+         {"[caller()] Exception: java.lang.IllegalStateException: t"}},
         {"java/io/IOException", "caller", {}},
         {"java/lang/IllegalStateException", nullptr, {"[venTraceException()] methodName: NULL"}},
     };
@@ -330,15 +355,18 @@ TEST_F(References, FatalErrorWritesItsLineFirst)
     FaultEnv fault(env);
     std::vector<std::string> messages;
     // The real FatalError ends the process; this one only records.
-    fault.override<&JNINativeInterface_::FatalError>([&](JNIEnv*, const char* msg) { messages.emplace_back(msg); });
+    fault.override<&JNINativeInterface_::FatalError>(
+        [&](JNIEnv*, const char* msg) { messages.emplace_back(msg); });
     Trace trace;
     venFatalError(fault.env(), trace.get(), "broken", "caller");
     venFatalError(fault.env(), trace.get(), "unnamed", nullptr);
     EXPECT_EQ(messages, (std::vector<std::string>{"broken", "unnamed"}));
-    EXPECT_EQ(trace.lines(), (Lines{"[caller()]: venFatalError : broken", "[venFatalError()]: venFatalError : unnamed"}));
+    EXPECT_EQ(trace.lines(),
+              (Lines{"[caller()]: venFatalError : broken", "[venFatalError()]: venFatalError : unnamed"}));
     EXPECT_TRUE(trace.notable());
     // A NULL message is refused by the wrapper, after the line.
-    EXPECT_VEN_ABORT(venFatalError(fault.env(), trace.get(), nullptr, "caller"), "source/ven/ven_wrapper", 121, "msg");
+    EXPECT_VEN_ABORT(venFatalError(fault.env(), trace.get(), nullptr, "caller"), "source/ven/ven_wrapper",
+                     121, "msg");
     EXPECT_EQ(trace.lines().back(), "[caller()]: venFatalError : NULL");
 }
 

@@ -8,7 +8,8 @@
 
 #include "core_test.hpp"
 
-namespace {
+namespace
+{
 
 using ven::test::ExpectNoPending;
 using ven::test::ExpectPending;
@@ -19,7 +20,9 @@ using ven::test::KsRef;
 using ven::test::Trace;
 using Lines = std::vector<std::string>;
 
-class Strings : public JvmTest {};
+class Strings : public JvmTest
+{
+};
 
 TEST_F(Strings, Creation)
 {
@@ -61,8 +64,7 @@ TEST_F(Strings, Lengths)
 }
 
 // The three pinning functions with their release partners, as one typed row each.
-template <typename Char>
-struct PinFunction {
+template <typename Char> struct PinFunction {
     const char* name;
     KS_BOOL (*pin)(const Char**, JNIEnv*, lgStream*, jstring, KS_BOOL*);
     KS_BOOL (*release)(JNIEnv*, lgStream*, jstring, const Char*);
@@ -70,22 +72,30 @@ struct PinFunction {
     std::string (*text)(const Char*); // the first three characters as UTF-8
 };
 
-std::string unitsText(const jchar* chars) { return ven::test::toUtf8(std::u16string_view(reinterpret_cast<const char16_t*>(chars), 3)); }
-std::string bytesText(const char* chars) { return std::string(chars, 3); }
+std::string unitsText(const jchar* chars)
+{
+    return ven::test::toUtf8(std::u16string_view(reinterpret_cast<const char16_t*>(chars), 3));
+}
+std::string bytesText(const char* chars)
+{
+    return std::string(chars, 3);
+}
 
 const PinFunction<jchar> kPinUnits[] = {
     {"venGetStringChars", venGetStringChars, venReleaseStringChars,
-     [](FaultEnv& f) { ven::core_test::raiseOutOfMemoryOnce<&JNINativeInterface_::GetStringChars>(f); }, unitsText},
+     [](FaultEnv& f) { ven::core_test::raiseOutOfMemoryOnce<&JNINativeInterface_::GetStringChars>(f); },
+     unitsText},
     {"venGetStringCritical", venGetStringCritical, venReleaseStringCritical,
-     [](FaultEnv& f) { ven::core_test::raiseOutOfMemoryOnce<&JNINativeInterface_::GetStringCritical>(f); }, unitsText},
+     [](FaultEnv& f) { ven::core_test::raiseOutOfMemoryOnce<&JNINativeInterface_::GetStringCritical>(f); },
+     unitsText},
 };
 const PinFunction<char> kPinBytes[] = {
     {"venGetStringUTFChars", venGetStringUTFChars, venReleaseStringUTFChars,
-     [](FaultEnv& f) { ven::core_test::raiseOutOfMemoryOnce<&JNINativeInterface_::GetStringUTFChars>(f); }, bytesText},
+     [](FaultEnv& f) { ven::core_test::raiseOutOfMemoryOnce<&JNINativeInterface_::GetStringUTFChars>(f); },
+     bytesText},
 };
 
-template <typename Char>
-void checkPinning(JNIEnv* env, const PinFunction<Char>& row)
+template <typename Char> void checkPinning(JNIEnv* env, const PinFunction<Char>& row)
 {
     SCOPED_TRACE(row.name);
     jstring text = ven::test::jstr(env, "abc");
@@ -110,8 +120,8 @@ void checkPinning(JNIEnv* env, const PinFunction<Char>& row)
     EXPECT_EQ(row.pin(&chars, fault.env(), trace.get(), text, &isCopy), KS_FALSE);
     EXPECT_EQ(chars, nullptr);
     EXPECT_EQ(isCopy, KS_FALSE);
-    EXPECT_EQ(trace.lines(),
-              Lines{std::string("[") + row.name + "()] Exception: java.lang.OutOfMemoryError: injected by FaultEnv"});
+    EXPECT_EQ(trace.lines(), Lines{std::string("[") + row.name +
+                                   "()] Exception: java.lang.OutOfMemoryError: injected by FaultEnv"});
     ExpectPending(env, "java.lang.OutOfMemoryError", "injected by FaultEnv");
 }
 
@@ -127,7 +137,8 @@ TEST_F(Strings, PinningAndRelease)
 
 TEST_F(Strings, Regions)
 {
-    jstring text = ven::test::jstr(env, "ab\xC3\xA9" "d");
+    jstring text = ven::test::jstr(env, "ab\xC3\xA9"
+                                        "d");
     jchar units[2] = {};
     EXPECT_EQ(venGetStringRegion(env, nullptr, text, 1, 2, units), KS_TRUE);
     EXPECT_EQ(units[0], u'b');
@@ -140,15 +151,24 @@ TEST_F(Strings, Regions)
         const char* name;
         KS_BOOL (*call)(JNIEnv*, lgStream*, jstring);
     } outOfBounds[] = {
-        {"venGetStringRegion", [](JNIEnv* e, lgStream* t, jstring s) { jchar b[8]; return venGetStringRegion(e, t, s, 2, 5, b); }},
-        {"venGetStringUTFRegion", [](JNIEnv* e, lgStream* t, jstring s) { char b[16]; return venGetStringUTFRegion(e, t, s, -1, 1, b); }},
+        {"venGetStringRegion",
+         [](JNIEnv* e, lgStream* t, jstring s) {
+             jchar b[8];
+             return venGetStringRegion(e, t, s, 2, 5, b);
+         }},
+        {"venGetStringUTFRegion",
+         [](JNIEnv* e, lgStream* t, jstring s) {
+             char b[16];
+             return venGetStringUTFRegion(e, t, s, -1, 1, b);
+         }},
     };
     for (const auto& row : outOfBounds) {
         SCOPED_TRACE(row.name);
         Trace trace;
         EXPECT_EQ(row.call(env, trace.get(), text), KS_FALSE);
         ASSERT_EQ(trace.lines().size(), 1u);
-        const std::string prefix = std::string("[") + row.name + "()] Exception: java.lang.StringIndexOutOfBoundsException";
+        const std::string prefix =
+            std::string("[") + row.name + "()] Exception: java.lang.StringIndexOutOfBoundsException";
         EXPECT_EQ(trace.lines()[0].rfind(prefix, 0), 0u) << trace.lines()[0];
         ExpectPendingClass(env, "java.lang.StringIndexOutOfBoundsException");
     }
@@ -157,7 +177,8 @@ TEST_F(Strings, Regions)
 TEST_F(Strings, ToKsString)
 {
     KsRef<ksString> result(ksStringCreateFromCstr("held", -1));
-    ASSERT_EQ(venStringToKsString(result.out(), env, nullptr, ven::test::jstr(env, "a\xF0\x9F\x98\x80z")), KS_TRUE);
+    ASSERT_EQ(venStringToKsString(result.out(), env, nullptr, ven::test::jstr(env, "a\xF0\x9F\x98\x80z")),
+              KS_TRUE);
     EXPECT_EQ(ven::test::codePoints(result), U"a\U0001F600z");
 
     // An empty text needs no characters.
@@ -182,8 +203,9 @@ TEST_F(Strings, IllFormedJavaTextBecomesAssertionError)
     jstring text = env->NewString(unpaired, 3);
     EXPECT_EQ(venStringToKsString(held.out(), fault.env(), trace.get(), text), KS_FALSE);
     EXPECT_EQ(held.get(), before);
-    EXPECT_EQ(trace.lines(), Lines{"[venStringToKsString()] Exception: java.lang.AssertionError: venStringToKsString: "
-                                   "Invalid UTF16 String."});
+    EXPECT_EQ(trace.lines(),
+              Lines{"[venStringToKsString()] Exception: java.lang.AssertionError: venStringToKsString: "
+                    "Invalid UTF16 String."});
     // The characters went back before anything was thrown.
     const std::vector<std::string>& trail = fault.trail();
     const auto released = std::find(trail.begin(), trail.end(), "ReleaseStringCritical");
@@ -199,7 +221,8 @@ TEST_F(Strings, ToKsStringFailuresKeepTheResult)
     ven::core_test::raiseOutOfMemoryOnce<&JNINativeInterface_::GetStringCritical>(fault);
     Trace trace;
     KsRef<ksString> held(ksStringCreateFromCstr("held", -1));
-    EXPECT_EQ(venStringToKsString(held.out(), fault.env(), trace.get(), ven::test::jstr(env, "abc")), KS_FALSE);
+    EXPECT_EQ(venStringToKsString(held.out(), fault.env(), trace.get(), ven::test::jstr(env, "abc")),
+              KS_FALSE);
     EXPECT_EQ(ven::test::utf8(held), "held");
     EXPECT_EQ(trace.lines(),
               Lines{"[venGetStringCritical()] Exception: java.lang.OutOfMemoryError: injected by FaultEnv"});
@@ -212,7 +235,8 @@ TEST_F(Strings, FromKsString)
 {
     jstring result = ven::test::jstr(env, "held");
     FaultEnv fault(env);
-    ASSERT_EQ(venStringFromKsString(&result, fault.env(), nullptr, ven::test::ksStr("a\xF0\x9F\x98\x80")), KS_TRUE);
+    ASSERT_EQ(venStringFromKsString(&result, fault.env(), nullptr, ven::test::ksStr("a\xF0\x9F\x98\x80")),
+              KS_TRUE);
     EXPECT_EQ(ven::test::units(env, result), u"a\U0001F600");
     EXPECT_EQ(fault.ledger().deleted(), 1) << "the reference held before";
     ASSERT_EQ(venStringFromKsString(&result, fault.env(), nullptr, ven::test::ksStr("")), KS_TRUE);
@@ -226,7 +250,9 @@ TEST_F(Strings, FromKsString)
 TEST_F(Strings, WellFormedTextRoundTripsUnchanged)
 {
     std::mt19937 random(5);
-    auto pick = [&](unsigned low, unsigned high) { return std::uniform_int_distribution<unsigned>(low, high)(random); };
+    auto pick = [&](unsigned low, unsigned high) {
+        return std::uniform_int_distribution<unsigned>(low, high)(random);
+    };
     for (int repeat = 0; repeat < 200; ++repeat) {
         ven::test::TestFrame rowFrame(env);
         std::u16string units;
@@ -245,7 +271,8 @@ TEST_F(Strings, WellFormedTextRoundTripsUnchanged)
             }
         }
         SCOPED_TRACE(repeat);
-        jstring original = env->NewString(reinterpret_cast<const jchar*>(units.data()), static_cast<jsize>(units.size()));
+        jstring original =
+            env->NewString(reinterpret_cast<const jchar*>(units.data()), static_cast<jsize>(units.size()));
         KsRef<ksString> text;
         ASSERT_EQ(venStringToKsString(text.out(), env, nullptr, original), KS_TRUE);
         jstring back = nullptr;

@@ -7,7 +7,8 @@
 
 #include "core_test.hpp"
 
-namespace {
+namespace
+{
 
 using ven::test::ExpectPending;
 using ven::test::FaultEnv;
@@ -30,27 +31,35 @@ struct ThrowableUnit {
 
 const ThrowableUnit kUnits[] = {
     {"java/io/IOException", "java.io.IOException", false, venIOExceptionGetClass, venIOExceptionIsInstance,
-     venIOExceptionThrowUseMessageCstr, venIOExceptionThrowUseMessage, venIOExceptionThrowUseMessageFormatCstr},
+     venIOExceptionThrowUseMessageCstr, venIOExceptionThrowUseMessage,
+     venIOExceptionThrowUseMessageFormatCstr},
     {"java/lang/AssertionError", "java.lang.AssertionError", true, venAssertionErrorGetClass,
      venAssertionErrorIsInstance, venAssertionErrorThrowUseMessageCstr, venAssertionErrorThrowUseMessage,
      venAssertionErrorThrowUseMessageFormatCstr},
     {"java/lang/Error", "java.lang.Error", true, venErrorGetClass, venErrorIsInstance,
-     [](JNIEnv* e, lgStream* t, const char* name, const char* message) { return venErrorThrowUseMessage(e, t, message, name); },
+     [](JNIEnv* e, lgStream* t, const char* name, const char* message) {
+         return venErrorThrowUseMessage(e, t, message, name);
+     },
      nullptr, nullptr},
     {"java/lang/IllegalArgumentException", "java.lang.IllegalArgumentException", true,
      venIllegalArgumentExceptionGetClass, venIllegalArgumentExceptionIsInstance,
      venIllegalArgumentExceptionThrowUseMessageCstr, venIllegalArgumentExceptionThrowUseMessage,
      venIllegalArgumentExceptionThrowUseMessageFormatCstr},
-    {"java/lang/IllegalStateException", "java.lang.IllegalStateException", true, venIllegalStateExceptionGetClass,
-     venIllegalStateExceptionIsInstance, venIllegalStateExceptionThrowUseMessageCstr,
-     venIllegalStateExceptionThrowUseMessage, venIllegalStateExceptionThrowUseMessageFormatCstr},
+    {"java/lang/IllegalStateException", "java.lang.IllegalStateException", true,
+     venIllegalStateExceptionGetClass, venIllegalStateExceptionIsInstance,
+     venIllegalStateExceptionThrowUseMessageCstr, venIllegalStateExceptionThrowUseMessage,
+     venIllegalStateExceptionThrowUseMessageFormatCstr},
     {"java/lang/RuntimeException", "java.lang.RuntimeException", true, venRuntimeExceptionGetClass,
      venRuntimeExceptionIsInstance,
-     [](JNIEnv* e, lgStream* t, const char* name, const char* message) { return venRuntimeExceptionThrowUseMessage(e, t, message, name); },
+     [](JNIEnv* e, lgStream* t, const char* name, const char* message) {
+         return venRuntimeExceptionThrowUseMessage(e, t, message, name);
+     },
      nullptr, nullptr},
 };
 
-class Throwables : public JvmTest {};
+class Throwables : public JvmTest
+{
+};
 
 TEST_F(Throwables, LookupAndInstanceTest)
 {
@@ -78,11 +87,13 @@ TEST_F(Throwables, LookupAndInstanceTest)
 TEST_F(Throwables, SubclassesAreInstances)
 {
     KS_BOOL answer = KS_FALSE;
-    EXPECT_EQ(venRuntimeExceptionIsInstance(&answer, env, nullptr,
-                                            ven::test::makeThrowable(env, "java/lang/IllegalStateException", "s")),
-              KS_TRUE);
+    EXPECT_EQ(
+        venRuntimeExceptionIsInstance(&answer, env, nullptr,
+                                      ven::test::makeThrowable(env, "java/lang/IllegalStateException", "s")),
+        KS_TRUE);
     EXPECT_EQ(answer, KS_TRUE);
-    EXPECT_EQ(venRuntimeExceptionIsInstance(&answer, env, nullptr, ven::test::makeThrowable(env, "java/lang/Error", "e")),
+    EXPECT_EQ(venRuntimeExceptionIsInstance(&answer, env, nullptr,
+                                            ven::test::makeThrowable(env, "java/lang/Error", "e")),
               KS_TRUE);
     EXPECT_EQ(answer, KS_FALSE);
 }
@@ -99,14 +110,19 @@ TEST_F(Throwables, EveryThrowFormComposesTheMessage)
         std::vector<Form> forms = {
             {"C string", [&](JNIEnv* e, lgStream* t) { return unit.throwCstr(e, t, "F", "M"); }, "F: M"}};
         if (unit.throwKsString != nullptr) {
-            forms.push_back({"ksString", [&](JNIEnv* e, lgStream* t) {
+            forms.push_back({"ksString",
+                             [&](JNIEnv* e, lgStream* t) {
                                  ven::test::KsRef<ksString> msg(ksStringCreateFromCstr("M \xE2\x82\xAC", -1));
                                  const KS_BOOL thrown = unit.throwKsString(e, t, "F", msg.get());
-                                 EXPECT_EQ(ksObjRefCount(msg.get()), 1) << "the caller's reference was touched";
+                                 EXPECT_EQ(ksObjRefCount(msg.get()), 1)
+                                     << "the caller's reference was touched";
                                  return thrown;
                              },
                              "F: M \xE2\x82\xAC"});
-            forms.push_back({"format", [&](JNIEnv* e, lgStream* t) { return unit.throwFormat(e, t, "F", "value %i", -1, KS_INT{42}); },
+            forms.push_back({"format",
+                             [&](JNIEnv* e, lgStream* t) {
+                                 return unit.throwFormat(e, t, "F", "value %i", -1, KS_INT{42});
+                             },
                              "F: value 42"});
         }
         for (const Form& form : forms) {
@@ -116,8 +132,9 @@ TEST_F(Throwables, EveryThrowFormComposesTheMessage)
             ven::core_test::ObtainedRefs obtained(fault);
             Trace trace;
             EXPECT_EQ(form.call(fault.env(), trace.get()), KS_TRUE);
-            const Lines expected = unit.unchecked ? Lines{std::string("[F()] Exception: ") + unit.javaName + ": " + form.message}
-                                                  : Lines{};
+            const Lines expected =
+                unit.unchecked ? Lines{std::string("[F()] Exception: ") + unit.javaName + ": " + form.message}
+                               : Lines{};
             EXPECT_EQ(trace.lines(), expected);
             EXPECT_EQ(trace.notable(), unit.unchecked);
             EXPECT_EQ(obtained.outstanding(), 0);
@@ -132,9 +149,13 @@ TEST_F(Throwables, MissingClassThrowsNothingOfItsOwn)
         SCOPED_TRACE(unit.javaName);
         std::vector<std::function<KS_BOOL(JNIEnv*)>> forms = {
             [&](JNIEnv* e) { return unit.throwCstr(e, nullptr, "F", "M"); },
-            [&](JNIEnv* e) { KS_BOOL answer = 0x55; return unit.isInstance(&answer, e, nullptr, nullptr); }};
+            [&](JNIEnv* e) {
+                KS_BOOL answer = 0x55;
+                return unit.isInstance(&answer, e, nullptr, nullptr);
+            }};
         if (unit.throwFormat != nullptr) {
-            forms.push_back([&](JNIEnv* e) { return unit.throwFormat(e, nullptr, "F", "%i", -1, KS_INT{1}); });
+            forms.push_back(
+                [&](JNIEnv* e) { return unit.throwFormat(e, nullptr, "F", "%i", -1, KS_INT{1}); });
         }
         for (const auto& form : forms) {
             // The frame also checks that the string made from the format is released.

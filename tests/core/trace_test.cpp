@@ -7,7 +7,8 @@
 
 #include "core_test.hpp"
 
-namespace {
+namespace
+{
 
 using ven::test::ExpectNoPending;
 using ven::test::ExpectPending;
@@ -17,8 +18,9 @@ using ven::test::makeThrowable;
 using ven::test::Trace;
 using Lines = std::vector<std::string>;
 
-class ExceptionTrace : public JvmTest {
-protected:
+class ExceptionTrace : public JvmTest
+{
+  protected:
     jthrowable fixture(const char* className)
     {
         jclass clazz = ven::test::findClass(env, className);
@@ -83,14 +85,24 @@ TEST_F(ExceptionTrace, NullThrowableAndNullName)
         bool nullThrowable;
         const char* line;
     } rows[] = {
-        {"E, NULL throwable", [](JNIEnv* e, lgStream* t, jthrowable) { return venTraceErrorOrRuntimeException(e, t, nullptr, "caller"); }, true,
-         "[venTraceErrorOrRuntimeException()] throwable: NULL"},
-        {"D, NULL throwable", [](JNIEnv* e, lgStream* t, jthrowable) { return venTraceException(e, t, nullptr, KS_FALSE, "caller"); }, true,
-         "[venTraceException()] throwable: NULL"},
-        {"D, NULL name", [](JNIEnv* e, lgStream* t, jthrowable x) { return venTraceException(e, t, x, KS_FALSE, nullptr); }, false,
-         "[venTraceException()] methodName: NULL"},
-        {"E, NULL name", [](JNIEnv* e, lgStream* t, jthrowable x) { return venTraceErrorOrRuntimeException(e, t, x, nullptr); }, false,
-         "[venTraceException()] methodName: NULL"},
+        {"E, NULL throwable",
+         [](JNIEnv* e, lgStream* t, jthrowable) {
+             return venTraceErrorOrRuntimeException(e, t, nullptr, "caller");
+         },
+         true, "[venTraceErrorOrRuntimeException()] throwable: NULL"},
+        {"D, NULL throwable",
+         [](JNIEnv* e, lgStream* t, jthrowable) {
+             return venTraceException(e, t, nullptr, KS_FALSE, "caller");
+         },
+         true, "[venTraceException()] throwable: NULL"},
+        {"D, NULL name",
+         [](JNIEnv* e, lgStream* t, jthrowable x) { return venTraceException(e, t, x, KS_FALSE, nullptr); },
+         false, "[venTraceException()] methodName: NULL"},
+        {"E, NULL name",
+         [](JNIEnv* e, lgStream* t, jthrowable x) {
+             return venTraceErrorOrRuntimeException(e, t, x, nullptr);
+         },
+         false, "[venTraceException()] methodName: NULL"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.what);
@@ -173,8 +185,10 @@ TEST_F(ExceptionTrace, ToStringReturnsNull)
 TEST_F(ExceptionTrace, SupplementaryCharactersShowWhole)
 {
     Trace trace;
-    EXPECT_EQ(venTraceException(env, trace.get(), fixture("fixtures/SupplementaryText"), KS_TRUE, "caller"), KS_TRUE);
-    EXPECT_EQ(trace.lines(), Lines{"[caller()] Exception: fixtures.SupplementaryText: smile \xF0\x9F\x98\x80 end"});
+    EXPECT_EQ(venTraceException(env, trace.get(), fixture("fixtures/SupplementaryText"), KS_TRUE, "caller"),
+              KS_TRUE);
+    EXPECT_EQ(trace.lines(),
+              Lines{"[caller()] Exception: fixtures.SupplementaryText: smile \xF0\x9F\x98\x80 end"});
 }
 
 TEST_F(ExceptionTrace, IllFormedTextIsReportedWithoutNotable)
@@ -203,7 +217,9 @@ TEST_F(ExceptionTrace, MisbehavingJniDegradesToUnknown)
         void (*inject)(FaultEnv&);
     } rows[] = {
         {"[venTraceException()]: ven___GetMethodID() : Exception",
-         [](FaultEnv& f) { f.raise<&JNINativeInterface_::GetMethodID>("java/lang/NoSuchMethodError", "toString"); }},
+         [](FaultEnv& f) {
+             f.raise<&JNINativeInterface_::GetMethodID>("java/lang/NoSuchMethodError", "toString");
+         }},
         {"[venTraceException()]: ven___GetStringCritical() : NULL",
          [](FaultEnv& f) { f.raiseOutOfMemory<&JNINativeInterface_::GetStringCritical>(); }},
     };
@@ -245,8 +261,8 @@ TEST_F(ExceptionTrace, MissingRuntimeExceptionOrErrorClass)
             ven::core_test::ObtainedRefs obtained(fault, row.failing);
             Trace trace;
             jthrowable throwable = makeThrowable(env, row.throwableClass, "x");
-            EXPECT_EQ(venTraceErrorOrRuntimeException(fault.env(), withStream ? trace.get() : nullptr, throwable,
-                                                      "caller"),
+            EXPECT_EQ(venTraceErrorOrRuntimeException(fault.env(), withStream ? trace.get() : nullptr,
+                                                      throwable, "caller"),
                       KS_FALSE);
             EXPECT_EQ(trace.lines(), withStream ? Lines{row.line} : Lines{});
             EXPECT_EQ(trace.notable(), withStream);
@@ -272,7 +288,8 @@ TEST_F(ExceptionTrace, LeavesNoLocalReferenceBehind)
         EXPECT_EQ(fault.ledger().live(), 0);
         env->ExceptionClear();
     }
-    for (const char* className : {"java/lang/IllegalStateException", "java/lang/Error", "java/io/IOException"}) {
+    for (const char* className :
+         {"java/lang/IllegalStateException", "java/lang/Error", "java/io/IOException"}) {
         SCOPED_TRACE(className);
         ven::test::TestFrame rowFrame(env);
         FaultEnv fault(env);

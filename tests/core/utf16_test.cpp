@@ -9,7 +9,8 @@
 #include "support/ven_test.hpp"
 #include "ven/ven.h"
 
-namespace {
+namespace
+{
 
 constexpr const char* kStringPath = "source/ven/java/lang/ven_string";
 
@@ -98,7 +99,9 @@ const DecodeCase kDecodeCases[] = {
     {"lowest pair", {0xD800, 0xDC00}, CodePoints{0x10000}},
     {"lone low surrogate", {0xDC00}, CodePoints{0xDC00}},
     {"lone low, then a pair", {0xDC00, 0xD800, 0xDC00}, CodePoints{0xDC00, 0x10000}},
-    {"units next to the surrogate range", {0xD7FF, 0xE000, 0xFFFF, 0x0000}, CodePoints{0xD7FF, 0xE000, 0xFFFF, 0}},
+    {"units next to the surrogate range",
+     {0xD7FF, 0xE000, 0xFFFF, 0x0000},
+     CodePoints{0xD7FF, 0xE000, 0xFFFF, 0}},
     {"lone high at the end", {0x0041, 0xD800}, std::nullopt},
     {"only a high surrogate", {0xD800}, std::nullopt},
     {"high then a plain unit", {0xD800, 0x0041}, std::nullopt},
@@ -195,7 +198,8 @@ TEST(Utf16Encode, FatalChecks)
     EXPECT_VEN_ABORT(ven___CharsToJChars(&units, nullptr, &codePoint, 1), kStringPath, 150, "resultLength");
     EXPECT_VEN_ABORT(ven___CharsToJChars(&units, &length, nullptr, 1), kStringPath, 151,
                      "srcChars || srcLength == 0");
-    EXPECT_VEN_ABORT(ven___CharsToJChars(&units, &length, &codePoint, -1), kStringPath, 152, "srcLength >= 0");
+    EXPECT_VEN_ABORT(ven___CharsToJChars(&units, &length, &codePoint, -1), kStringPath, 152,
+                     "srcLength >= 0");
     EXPECT_VEN_ABORT(ven___CharsToJChars(&units, &length, nullptr, -1), kStringPath, 151,
                      "srcChars || srcLength == 0");
 }
@@ -217,8 +221,9 @@ TEST(Utf16Encode, LeadingUnitBeyondSixteenBitsStops)
 }
 
 // Generated texts: each kind stresses one way the blockwise loops can go wrong.
-class TextGenerator {
-public:
+class TextGenerator
+{
+  public:
     explicit TextGenerator(unsigned seed) : random_(seed) {}
 
     KS_CHAR bmpNonSurrogate()
@@ -255,9 +260,12 @@ public:
         return codePoints;
     }
 
-    unsigned pick(unsigned low, unsigned high) { return std::uniform_int_distribution<unsigned>(low, high)(random_); }
+    unsigned pick(unsigned low, unsigned high)
+    {
+        return std::uniform_int_distribution<unsigned>(low, high)(random_);
+    }
 
-private:
+  private:
     std::mt19937 random_;
 };
 
@@ -273,10 +281,12 @@ TEST(Utf16RoundTrip, GeneratedTextsMatchTheReference)
     for (const Mix& mix : mixes) {
         for (std::size_t length = 0; length <= 70; ++length) {
             for (int repeat = 0; repeat < 8; ++repeat, ++texts) {
-                const CodePoints codePoints = generate.text(length, mix.supplementaryPercent, mix.loneLowPercent);
+                const CodePoints codePoints =
+                    generate.text(length, mix.supplementaryPercent, mix.loneLowPercent);
                 const Units units = referenceEncode(codePoints);
-                SCOPED_TRACE(testing::Message() << "length " << units.size() << " mix " << mix.supplementaryPercent
-                                                << "/" << mix.loneLowPercent << " repeat " << repeat);
+                SCOPED_TRACE(testing::Message()
+                             << "length " << units.size() << " mix " << mix.supplementaryPercent << "/"
+                             << mix.loneLowPercent << " repeat " << repeat);
                 ASSERT_EQ(encode(codePoints), units);
                 const Decoded decoded = decode(units);
                 ASSERT_EQ(decoded.ok, KS_TRUE);

@@ -7,7 +7,8 @@
 
 #include "integration/convention.hpp"
 
-namespace ven::class_unit {
+namespace ven::class_unit
+{
 
 using ClassLookup = KS_BOOL (*)(jclass* result, JNIEnv* env, lgStream* trace);
 using ThrowWithCstr = KS_BOOL (*)(JNIEnv* env, lgStream* trace, const char* methodName, const char* message);
@@ -15,8 +16,7 @@ using ThrowWithKsString = KS_BOOL (*)(JNIEnv* env, lgStream* trace, const char* 
 
 // No checks of its own: a NULL result is reported by venIsInstanceOf, a NULL obj is
 // an instance of every class.
-template <ClassLookup lookup>
-KS_BOOL isInstance(KS_BOOL* result, JNIEnv* env, lgStream* trace, jobject obj)
+template <ClassLookup lookup> KS_BOOL isInstance(KS_BOOL* result, JNIEnv* env, lgStream* trace, jobject obj)
 {
     jclass clazz = nullptr;
     KS_BOOL outcome = lookup(&clazz, env, trace);
@@ -41,7 +41,8 @@ KS_BOOL throwWithCstr(JNIEnv* env, lgStream* trace, const char* methodName, cons
 
 // The caller keeps its reference to msg.
 template <ThrowWithCstr throwCstr>
-KS_BOOL throwWithKsString(const char* function, JNIEnv* env, lgStream* trace, const char* methodName, ksString* msg)
+KS_BOOL throwWithKsString(const char* function, JNIEnv* env, lgStream* trace, const char* methodName,
+                          ksString* msg)
 {
     if (msg == nullptr) {
         return integration::argumentFailure(env, trace, function, "msg != ((void *)0)");
@@ -67,45 +68,46 @@ KS_BOOL throwWithFormat(JNIEnv* env, lgStream* trace, const char* methodName, co
 
 // One throwable unit with the three throw forms. The row spells out the exported
 // names; the ksString form's name is also the text of its argument failure.
-#define VEN_DEFINE_THROWABLE_UNIT(getClass, isInstanceName, throwCstr, throwKsString, throwFormat, className)     \
-    VEN_API KS_BOOL getClass(jclass* result, JNIEnv* env, lgStream* trace)                                       \
-    {                                                                                                           \
-        return venFindClass(result, env, trace, className);                                                     \
-    }                                                                                                           \
-    VEN_API KS_BOOL isInstanceName(KS_BOOL* result, JNIEnv* env, lgStream* trace, jobject obj)                   \
-    {                                                                                                           \
-        return ::ven::class_unit::isInstance<getClass>(result, env, trace, obj);                                 \
-    }                                                                                                           \
-    VEN_API KS_BOOL throwCstr(JNIEnv* env, lgStream* trace, const char* methodName, const char* message)        \
-    {                                                                                                           \
-        return ::ven::class_unit::throwWithCstr<getClass>(env, trace, methodName, message);                      \
-    }                                                                                                           \
-    VEN_API KS_BOOL throwKsString(JNIEnv* env, lgStream* trace, const char* methodName, ksString* msg)          \
-    {                                                                                                           \
-        return ::ven::class_unit::throwWithKsString<throwCstr>(#throwKsString, env, trace, methodName, msg);     \
-    }                                                                                                           \
-    VEN_API KS_BOOL throwFormat(JNIEnv* env, lgStream* trace, const char* methodName, const char* format,       \
-                                KS_INT formatLength, ...)                                                       \
-    {                                                                                                           \
-        va_list values;                                                                                         \
-        va_start(values, formatLength);                                                                         \
-        const KS_BOOL outcome =                                                                                 \
-            ::ven::class_unit::throwWithFormat<throwKsString>(env, trace, methodName, format, formatLength, values); \
-        va_end(values);                                                                                         \
-        return outcome;                                                                                         \
+#define VEN_DEFINE_THROWABLE_UNIT(getClass, isInstanceName, throwCstr, throwKsString, throwFormat,           \
+                                  className)                                                                 \
+    VEN_API KS_BOOL getClass(jclass* result, JNIEnv* env, lgStream* trace)                                   \
+    {                                                                                                        \
+        return venFindClass(result, env, trace, className);                                                  \
+    }                                                                                                        \
+    VEN_API KS_BOOL isInstanceName(KS_BOOL* result, JNIEnv* env, lgStream* trace, jobject obj)               \
+    {                                                                                                        \
+        return ::ven::class_unit::isInstance<getClass>(result, env, trace, obj);                             \
+    }                                                                                                        \
+    VEN_API KS_BOOL throwCstr(JNIEnv* env, lgStream* trace, const char* methodName, const char* message)     \
+    {                                                                                                        \
+        return ::ven::class_unit::throwWithCstr<getClass>(env, trace, methodName, message);                  \
+    }                                                                                                        \
+    VEN_API KS_BOOL throwKsString(JNIEnv* env, lgStream* trace, const char* methodName, ksString* msg)       \
+    {                                                                                                        \
+        return ::ven::class_unit::throwWithKsString<throwCstr>(#throwKsString, env, trace, methodName, msg); \
+    }                                                                                                        \
+    VEN_API KS_BOOL throwFormat(JNIEnv* env, lgStream* trace, const char* methodName, const char* format,    \
+                                KS_INT formatLength, ...)                                                    \
+    {                                                                                                        \
+        va_list values;                                                                                      \
+        va_start(values, formatLength);                                                                      \
+        const KS_BOOL outcome = ::ven::class_unit::throwWithFormat<throwKsString>(                           \
+            env, trace, methodName, format, formatLength, values);                                           \
+        va_end(values);                                                                                      \
+        return outcome;                                                                                      \
     }
 
 // One throwable unit with the single throw that takes the message before the name.
-#define VEN_DEFINE_THROWABLE_UNIT_MESSAGE_FIRST(getClass, isInstanceName, throwMessage, className)       \
-    VEN_API KS_BOOL getClass(jclass* result, JNIEnv* env, lgStream* trace)                              \
-    {                                                                                                  \
-        return venFindClass(result, env, trace, className);                                            \
-    }                                                                                                  \
-    VEN_API KS_BOOL isInstanceName(KS_BOOL* result, JNIEnv* env, lgStream* trace, jobject obj)          \
-    {                                                                                                  \
-        return ::ven::class_unit::isInstance<getClass>(result, env, trace, obj);                        \
-    }                                                                                                  \
-    VEN_API KS_BOOL throwMessage(JNIEnv* env, lgStream* trace, const char* message, const char* methodName) \
-    {                                                                                                  \
-        return ::ven::class_unit::throwWithCstr<getClass>(env, trace, methodName, message);             \
+#define VEN_DEFINE_THROWABLE_UNIT_MESSAGE_FIRST(getClass, isInstanceName, throwMessage, className)           \
+    VEN_API KS_BOOL getClass(jclass* result, JNIEnv* env, lgStream* trace)                                   \
+    {                                                                                                        \
+        return venFindClass(result, env, trace, className);                                                  \
+    }                                                                                                        \
+    VEN_API KS_BOOL isInstanceName(KS_BOOL* result, JNIEnv* env, lgStream* trace, jobject obj)               \
+    {                                                                                                        \
+        return ::ven::class_unit::isInstance<getClass>(result, env, trace, obj);                             \
+    }                                                                                                        \
+    VEN_API KS_BOOL throwMessage(JNIEnv* env, lgStream* trace, const char* message, const char* methodName)  \
+    {                                                                                                        \
+        return ::ven::class_unit::throwWithCstr<getClass>(env, trace, methodName, message);                  \
     }

@@ -13,11 +13,13 @@
 
 using namespace ven::integration;
 
-namespace {
+namespace
+{
 
 constexpr const char* kStringPath = "source/ven/java/lang/ven_string";
 
-namespace line {
+namespace line
+{
 constexpr int decodeResultChars = 98;
 constexpr int decodeResultLength = 99;
 constexpr int decodeSrcChars = 100;
@@ -42,9 +44,18 @@ inline void fatalCheck(bool holds, int line, const char* condition)
 // so that the portable loops vectorise at -O2 without a scalar epilogue.
 constexpr KS_INT kBlock = 16;
 
-inline bool isSurrogate(KS_CHAR unit) { return (unit & 0xF800u) == 0xD800u; }
-inline bool isHighSurrogate(KS_CHAR unit) { return (unit & 0xFC00u) == 0xD800u; }
-inline bool isLowSurrogate(KS_CHAR unit) { return (unit & 0xFC00u) == 0xDC00u; }
+inline bool isSurrogate(KS_CHAR unit)
+{
+    return (unit & 0xF800u) == 0xD800u;
+}
+inline bool isHighSurrogate(KS_CHAR unit)
+{
+    return (unit & 0xFC00u) == 0xD800u;
+}
+inline bool isLowSurrogate(KS_CHAR unit)
+{
+    return (unit & 0xFC00u) == 0xDC00u;
+}
 
 // Widens one block into `dst` unconditionally and tells whether it held no surrogate.
 // The caller's block has room: no code point is ever written ahead of its unit.
@@ -60,8 +71,9 @@ inline bool widenBlock(KS_CHAR* dst, const jchar* src)
     _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + 4), _mm_unpackhi_epi16(low, zero));
     _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + 8), _mm_unpacklo_epi16(high, zero));
     _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + 12), _mm_unpackhi_epi16(high, zero));
-    const __m128i surrogates = _mm_or_si128(_mm_cmpeq_epi16(_mm_and_si128(low, surrogateMask), surrogateBits),
-                                            _mm_cmpeq_epi16(_mm_and_si128(high, surrogateMask), surrogateBits));
+    const __m128i surrogates =
+        _mm_or_si128(_mm_cmpeq_epi16(_mm_and_si128(low, surrogateMask), surrogateBits),
+                     _mm_cmpeq_epi16(_mm_and_si128(high, surrogateMask), surrogateBits));
     return _mm_movemask_epi8(surrogates) == 0;
 }
 #elif defined(__ARM_NEON) && defined(__aarch64__)
@@ -372,7 +384,8 @@ VEN_API KS_BOOL venStringToKsString(ksString** result, JNIEnv* env, lgStream* tr
 
 VEN_API KS_BOOL venStringFromKsString(jstring* result, JNIEnv* env, lgStream* trace, ksString* string)
 {
-    if (!checkArguments(env, trace, "venStringFromKsString", {{result != nullptr, "result != ((void *)0)"}})) {
+    if (!checkArguments(env, trace, "venStringFromKsString",
+                        {{result != nullptr, "result != ((void *)0)"}})) {
         return KS_FALSE;
     }
     if (string == nullptr) {
