@@ -13,6 +13,17 @@
 namespace ven::core_test
 {
 
+// The harness names every test of the suite uses.
+using ven::test::ExpectNoPending;
+using ven::test::ExpectPending;
+using ven::test::ExpectPendingClass;
+using ven::test::FaultEnv;
+using ven::test::JvmTest;
+using ven::test::KsRef;
+using ven::test::makeThrowable;
+using ven::test::Trace;
+using Lines = std::vector<std::string>;
+
 // Records the references that FindClass, GetObjectClass and CallObjectMethodV return
 // through `fault` and forgets each one when it is deleted. The references that guarded
 // wrappers keep of a pending exception (ExceptionOccurred) are theirs by rule and not

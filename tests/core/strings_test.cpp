@@ -11,14 +11,7 @@
 namespace
 {
 
-using ven::test::ExpectNoPending;
-using ven::test::ExpectPending;
-using ven::test::ExpectPendingClass;
-using ven::test::FaultEnv;
-using ven::test::JvmTest;
-using ven::test::KsRef;
-using ven::test::Trace;
-using Lines = std::vector<std::string>;
+using namespace ven::core_test;
 
 class Strings : public JvmTest
 {

@@ -10,11 +10,7 @@
 namespace
 {
 
-using ven::test::ExpectPending;
-using ven::test::FaultEnv;
-using ven::test::JvmTest;
-using ven::test::Trace;
-using Lines = std::vector<std::string>;
+using namespace ven::core_test;
 
 using ThrowCstr = KS_BOOL (*)(JNIEnv*, lgStream*, const char* methodName, const char* message);
 

@@ -10,13 +10,7 @@
 namespace
 {
 
-using ven::test::ExpectNoPending;
-using ven::test::ExpectPending;
-using ven::test::FaultEnv;
-using ven::test::JvmTest;
-using ven::test::makeThrowable;
-using ven::test::Trace;
-using Lines = std::vector<std::string>;
+using namespace ven::core_test;
 
 class ExceptionTrace : public JvmTest
 {

@@ -66,10 +66,9 @@ KS_BOOL throwWithFormat(JNIEnv* env, lgStream* trace, const char* methodName, co
 
 } // namespace ven::class_unit
 
-// One throwable unit with the three throw forms. The row spells out the exported
-// names; the ksString form's name is also the text of its argument failure.
-#define VEN_DEFINE_THROWABLE_UNIT(getClass, isInstanceName, throwCstr, throwKsString, throwFormat,           \
-                                  className)                                                                 \
+// The lookup and instance test that every throwable unit has; the throwables' lookup
+// makes no test of its own (a NULL result is reported by venFindClass).
+#define VEN_DEFINE_THROWABLE_LOOKUP(getClass, isInstanceName, className)                                     \
     VEN_API KS_BOOL getClass(jclass* result, JNIEnv* env, lgStream* trace)                                   \
     {                                                                                                        \
         return venFindClass(result, env, trace, className);                                                  \
@@ -77,7 +76,13 @@ KS_BOOL throwWithFormat(JNIEnv* env, lgStream* trace, const char* methodName, co
     VEN_API KS_BOOL isInstanceName(KS_BOOL* result, JNIEnv* env, lgStream* trace, jobject obj)               \
     {                                                                                                        \
         return ::ven::class_unit::isInstance<getClass>(result, env, trace, obj);                             \
-    }                                                                                                        \
+    }
+
+// One throwable unit with the three throw forms. The row spells out the exported
+// names; the ksString form's name is also the text of its argument failure.
+#define VEN_DEFINE_THROWABLE_UNIT(getClass, isInstanceName, throwCstr, throwKsString, throwFormat,           \
+                                  className)                                                                 \
+    VEN_DEFINE_THROWABLE_LOOKUP(getClass, isInstanceName, className)                                         \
     VEN_API KS_BOOL throwCstr(JNIEnv* env, lgStream* trace, const char* methodName, const char* message)     \
     {                                                                                                        \
         return ::ven::class_unit::throwWithCstr<getClass>(env, trace, methodName, message);                  \
@@ -99,14 +104,7 @@ KS_BOOL throwWithFormat(JNIEnv* env, lgStream* trace, const char* methodName, co
 
 // One throwable unit with the single throw that takes the message before the name.
 #define VEN_DEFINE_THROWABLE_UNIT_MESSAGE_FIRST(getClass, isInstanceName, throwMessage, className)           \
-    VEN_API KS_BOOL getClass(jclass* result, JNIEnv* env, lgStream* trace)                                   \
-    {                                                                                                        \
-        return venFindClass(result, env, trace, className);                                                  \
-    }                                                                                                        \
-    VEN_API KS_BOOL isInstanceName(KS_BOOL* result, JNIEnv* env, lgStream* trace, jobject obj)               \
-    {                                                                                                        \
-        return ::ven::class_unit::isInstance<getClass>(result, env, trace, obj);                             \
-    }                                                                                                        \
+    VEN_DEFINE_THROWABLE_LOOKUP(getClass, isInstanceName, className)                                         \
     VEN_API KS_BOOL throwMessage(JNIEnv* env, lgStream* trace, const char* message, const char* methodName)  \
     {                                                                                                        \
         return ::ven::class_unit::throwWithCstr<getClass>(env, trace, methodName, message);                  \
