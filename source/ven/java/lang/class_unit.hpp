@@ -14,29 +14,32 @@ using ClassLookup = KS_BOOL (*)(jclass* result, JNIEnv* env, lgStream* trace);
 using ThrowWithCstr = KS_BOOL (*)(JNIEnv* env, lgStream* trace, const char* methodName, const char* message);
 using ThrowWithKsString = KS_BOOL (*)(JNIEnv* env, lgStream* trace, const char* methodName, ksString* msg);
 
-// No checks of its own: a NULL result is reported by venIsInstanceOf, a NULL obj is
-// an instance of every class.
-template <ClassLookup lookup> KS_BOOL isInstance(KS_BOOL* result, JNIEnv* env, lgStream* trace, jobject obj)
+// Runs `use` on the unit's class if the lookup succeeds; the class reference is given
+// back whatever happened.
+template <ClassLookup lookup, typename Use> KS_BOOL withClass(JNIEnv* env, lgStream* trace, Use use)
 {
     jclass clazz = nullptr;
     KS_BOOL outcome = lookup(&clazz, env, trace);
     if (outcome) {
-        outcome = venIsInstanceOf(result, env, trace, obj, clazz);
+        outcome = use(clazz);
     }
     venDeleteLocalRef(env, clazz);
     return outcome;
 }
 
+// No checks of its own: a NULL result is reported by venIsInstanceOf, a NULL obj is
+// an instance of every class.
+template <ClassLookup lookup> KS_BOOL isInstance(KS_BOOL* result, JNIEnv* env, lgStream* trace, jobject obj)
+{
+    return withClass<lookup>(env, trace,
+                             [&](jclass clazz) { return venIsInstanceOf(result, env, trace, obj, clazz); });
+}
+
 template <ClassLookup lookup>
 KS_BOOL throwWithCstr(JNIEnv* env, lgStream* trace, const char* methodName, const char* message)
 {
-    jclass clazz = nullptr;
-    KS_BOOL outcome = lookup(&clazz, env, trace);
-    if (outcome) {
-        outcome = venThrowNew(env, trace, clazz, message, methodName);
-    }
-    venDeleteLocalRef(env, clazz);
-    return outcome;
+    return withClass<lookup>(
+        env, trace, [&](jclass clazz) { return venThrowNew(env, trace, clazz, message, methodName); });
 }
 
 // The caller keeps its reference to msg.
