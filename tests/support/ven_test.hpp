@@ -157,11 +157,11 @@ std::optional<AbortRecord> catchAbort(Body&& body)
                                        const char* statement, const char* path, int line,
                                        const char* condition, const char* message);
 
-#define VEN_TEST_EXPECT_ABORT_(statement, path, line, condition, message)                      \
+#define VEN_TEST_EXPECT_ABORT_(statement, abortPath, abortLine, abortCondition, abortMessage)   \
     do {                                                                                       \
         if (::testing::AssertionResult venAbortResult_ = ::ven::test::abortedWith(             \
-                ::ven::test::catchAbort([&]() { statement; }), #statement, (path), (line),     \
-                (condition), (message))) {                                                     \
+                ::ven::test::catchAbort([&]() { statement; }), #statement, (abortPath),        \
+                (abortLine), (abortCondition), (abortMessage))) {                              \
         } else {                                                                               \
             ADD_FAILURE() << venAbortResult_.message();                                        \
         }                                                                                      \
