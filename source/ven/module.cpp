@@ -48,7 +48,7 @@ constexpr const char kVersionString[] =
 
 extern "C" {
 
-VEN_API const venModuleRecord ven___module_record = {
+const venModuleRecord ven___module_record = {
     2,
     "ven",
     "ven, the Java native interface library",
@@ -65,12 +65,12 @@ VEN_API const venModuleRecord ven___module_record = {
     "",
 };
 
-VEN_API const venModuleDescriptor ven___module = {
+const venModuleDescriptor ven___module = {
     {2, 0, -1, 1}, {0, 0, 0, 0, 0, 0}, &ven___module_record, ven___ModuleStartup, nullptr, ven___ModuleShutdown,
     {0, 0, 0, 0, 0},
 };
 
-VEN_API const char* const ven___module_version_string = kVersionString;
+const char* const ven___module_version_string = kVersionString;
 
 VEN_API const venModuleDescriptor* venModule(void) { return &ven___module; }
 

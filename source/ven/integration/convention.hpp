@@ -46,6 +46,18 @@ inline void deliverLocalRef(JNIEnv* env, Ref* result, Ref ref)
     venDeleteLocalRef(env, old);
 }
 
+// The whole tail of an operation that delivers a local reference: deliver it, and
+// when JNI gave none, trace the pending exception under `function`.
+template <typename Ref>
+inline KS_BOOL deliverLocalRefOrFail(JNIEnv* env, lgStream* trace, const char* function, Ref* result, Ref ref)
+{
+    deliverLocalRef(env, result, ref);
+    if (ref == nullptr) [[unlikely]] {
+        return jniFailure(env, trace, function);
+    }
+    return KS_TRUE;
+}
+
 // Ownership rule for ks objects: store the new one, then release the old.
 template <typename Obj>
 inline void deliverObject(Obj** result, Obj* object)
@@ -55,7 +67,29 @@ inline void deliverObject(Obj** result, Obj* object)
     ksObjRelease(old);
 }
 
+// A range check as a requirement, reporting its unexpanded text:
+// VEN_RANGE_REQUIREMENT(VEN_KS_INT_TO_JSIZE_CONV_OK, len) fails with
+// "VEN_KS_INT_TO_JSIZE_CONV_OK( len )".
+#define VEN_RANGE_REQUIREMENT(check, argument) \
+    ::ven::integration::Requirement { static_cast<bool>(check(argument)), #check "( " #argument " )" }
+
+// The text of an expression after macro expansion, as fatal checks over a range
+// check report it: VEN_EXPANDED_TEXT(VEN_KS_INT_TO_JINT_CONV_OK(index)).
+#define VEN_EXPANDED_TEXT(...) VEN_EXPANDED_TEXT_(__VA_ARGS__)
+#define VEN_EXPANDED_TEXT_(...) #__VA_ARGS__
+
 inline jboolean toJboolean(KS_BOOL value) { return value == KS_TRUE ? JNI_TRUE : JNI_FALSE; }
 inline KS_BOOL toKsBool(jboolean value) { return value == JNI_TRUE ? KS_TRUE : KS_FALSE; }
+
+// A trace line that reports a failure: written and marked notable, or nothing at all
+// without a stream. The stream is tested here so that no trace operation sees NULL.
+template <typename... Values>
+inline void traceFailureLine(lgStream* trace, const char* format, Values... values)
+{
+    if (trace != nullptr) {
+        lgStreamTextFormatCstr(trace, format, KS_INT{-1}, values...);
+        lgStreamSetNotable(trace);
+    }
+}
 
 } // namespace ven::integration

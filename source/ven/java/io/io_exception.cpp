@@ -1,0 +1,10 @@
+// The java/io/IOException unit: the throwable pattern over its own class.
+#include "java/lang/class_unit.hpp"
+
+extern "C" {
+
+VEN_DEFINE_THROWABLE_UNIT(venIOExceptionGetClass, venIOExceptionIsInstance, venIOExceptionThrowUseMessageCstr,
+                          venIOExceptionThrowUseMessage, venIOExceptionThrowUseMessageFormatCstr,
+                          "java/io/IOException")
+
+} // extern "C"

@@ -1,0 +1,351 @@
+// The java/lang/String unit: conversion between UTF-16 and code points, and between
+// jstring and ksString. Text without surrogates is the common case, so both
+// conversions move it in blocks that the compiler vectorises and fall back to the
+// exact scalar rule only for a block that holds a surrogate (or a supplementary
+// code point).
+#include "java/lang/class_unit.hpp"
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
+using namespace ven::integration;
+
+namespace {
+
+constexpr const char* kStringPath = "source/ven/java/lang/ven_string";
+
+namespace line {
+constexpr int decodeResultChars = 98;
+constexpr int decodeResultLength = 99;
+constexpr int decodeSrcChars = 100;
+constexpr int decodeSrcLength = 101;
+constexpr int encodeResultChars = 149;
+constexpr int encodeResultLength = 150;
+constexpr int encodeSrcChars = 151;
+constexpr int encodeSrcLength = 152;
+constexpr int encodeHighSurrogate = 174;
+constexpr int encodeWithinCount = 183;
+constexpr int encodeExactCount = 185;
+} // namespace line
+
+inline void fatalCheck(bool holds, int line, const char* condition)
+{
+    if (!holds) [[unlikely]] {
+        ks___Abort(nullptr, kStringPath, line, condition);
+    }
+}
+
+// Units per block: a multiple of every vector width in use, and a fixed trip count
+// so that the portable loops vectorise at -O2 without a scalar epilogue.
+constexpr KS_INT kBlock = 16;
+
+inline bool isSurrogate(KS_CHAR unit) { return (unit & 0xF800u) == 0xD800u; }
+inline bool isHighSurrogate(KS_CHAR unit) { return (unit & 0xFC00u) == 0xD800u; }
+inline bool isLowSurrogate(KS_CHAR unit) { return (unit & 0xFC00u) == 0xDC00u; }
+
+// Widens one block into `dst` unconditionally and tells whether it held no surrogate.
+// The caller's block has room: no code point is ever written ahead of its unit.
+#if defined(__SSE2__)
+inline bool widenBlock(KS_CHAR* dst, const jchar* src)
+{
+    const __m128i zero = _mm_setzero_si128();
+    const __m128i surrogateMask = _mm_set1_epi16(static_cast<short>(0xF800));
+    const __m128i surrogateBits = _mm_set1_epi16(static_cast<short>(0xD800));
+    const __m128i low = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src));
+    const __m128i high = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src + 8));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(dst), _mm_unpacklo_epi16(low, zero));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + 4), _mm_unpackhi_epi16(low, zero));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + 8), _mm_unpacklo_epi16(high, zero));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + 12), _mm_unpackhi_epi16(high, zero));
+    const __m128i surrogates = _mm_or_si128(_mm_cmpeq_epi16(_mm_and_si128(low, surrogateMask), surrogateBits),
+                                            _mm_cmpeq_epi16(_mm_and_si128(high, surrogateMask), surrogateBits));
+    return _mm_movemask_epi8(surrogates) == 0;
+}
+#else
+inline bool widenBlock(KS_CHAR* __restrict dst, const jchar* __restrict src)
+{
+    unsigned surrogates = 0;
+    for (KS_INT i = 0; i < kBlock; ++i) {
+        dst[i] = src[i];
+        surrogates |= isSurrogate(src[i]) ? 1u : 0u;
+    }
+    return surrogates == 0;
+}
+#endif
+
+// The decoding rule, one unit or pair at a time from `in` up to `end` (a pair may
+// reach one unit past it). False for a high surrogate that is not followed by a low one.
+inline bool decodeScalar(KS_CHAR* dst, KS_INT& out, const jchar* src, KS_INT& in, KS_INT end, KS_INT length)
+{
+    while (in < end) {
+        const KS_CHAR unit = src[in];
+        if (isHighSurrogate(unit)) {
+            if (in + 1 >= length || !isLowSurrogate(src[in + 1])) {
+                return false;
+            }
+            dst[out++] = ((unit - 0xD800u) << 10) + (src[in + 1] - 0xDC00u) + 0x10000u;
+            in += 2;
+        } else {
+            dst[out++] = unit;
+            in += 1;
+        }
+    }
+    return true;
+}
+
+bool decodeUtf16(KS_CHAR* dst, KS_INT& count, const jchar* src, KS_INT length)
+{
+    KS_INT in = 0;
+    KS_INT out = 0;
+    while (length - in >= kBlock) {
+        if (widenBlock(dst + out, src + in)) [[likely]] {
+            in += kBlock;
+            out += kBlock;
+        } else if (!decodeScalar(dst, out, src, in, in + kBlock, length)) {
+            return false;
+        }
+    }
+    if (!decodeScalar(dst, out, src, in, length, length)) {
+        return false;
+    }
+    count = out;
+    return true;
+}
+
+// Narrows one block into `dst` unconditionally and tells whether every code point
+// fitted in one unit. The caller's block has room: a block is written only where the
+// units of its code points begin.
+#if defined(__SSE2__)
+inline __m128i loadBlockQuarter(const KS_CHAR* src)
+{
+    return _mm_loadu_si128(reinterpret_cast<const __m128i*>(src));
+}
+
+inline bool blockIsBmp(__m128i a, __m128i b, __m128i c, __m128i d)
+{
+    const __m128i upper = _mm_srli_epi32(_mm_or_si128(_mm_or_si128(a, b), _mm_or_si128(c, d)), 16);
+    return _mm_movemask_epi8(_mm_cmpeq_epi32(upper, _mm_setzero_si128())) == 0xFFFF;
+}
+
+// SSE2 has only a signed 32-to-16 pack: shift into the signed range and back.
+inline __m128i packUnits(__m128i a, __m128i b)
+{
+    const __m128i bias32 = _mm_set1_epi32(0x8000);
+    const __m128i bias16 = _mm_set1_epi16(static_cast<short>(0x8000));
+    return _mm_xor_si128(_mm_packs_epi32(_mm_sub_epi32(a, bias32), _mm_sub_epi32(b, bias32)), bias16);
+}
+
+inline bool narrowBlock(jchar* dst, const KS_CHAR* src)
+{
+    const __m128i a = loadBlockQuarter(src);
+    const __m128i b = loadBlockQuarter(src + 4);
+    const __m128i c = loadBlockQuarter(src + 8);
+    const __m128i d = loadBlockQuarter(src + 12);
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(dst), packUnits(a, b));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + 8), packUnits(c, d));
+    return blockIsBmp(a, b, c, d);
+}
+
+// Code points above 0xFFFF in one block (each takes a second unit).
+inline KS_INT supplementaryInBlock(const KS_CHAR* src)
+{
+    const __m128i zero = _mm_setzero_si128();
+    // Lanes of code points that fit count -1 each.
+    __m128i fitting = _mm_cmpeq_epi32(_mm_srli_epi32(loadBlockQuarter(src), 16), zero);
+    fitting = _mm_add_epi32(fitting, _mm_cmpeq_epi32(_mm_srli_epi32(loadBlockQuarter(src + 4), 16), zero));
+    fitting = _mm_add_epi32(fitting, _mm_cmpeq_epi32(_mm_srli_epi32(loadBlockQuarter(src + 8), 16), zero));
+    fitting = _mm_add_epi32(fitting, _mm_cmpeq_epi32(_mm_srli_epi32(loadBlockQuarter(src + 12), 16), zero));
+    fitting = _mm_add_epi32(fitting, _mm_shuffle_epi32(fitting, _MM_SHUFFLE(1, 0, 3, 2)));
+    fitting = _mm_add_epi32(fitting, _mm_shuffle_epi32(fitting, _MM_SHUFFLE(2, 3, 0, 1)));
+    return kBlock + _mm_cvtsi128_si32(fitting);
+}
+#else
+inline bool narrowBlock(jchar* __restrict dst, const KS_CHAR* __restrict src)
+{
+    unsigned supplementary = 0;
+    for (KS_INT i = 0; i < kBlock; ++i) {
+        dst[i] = static_cast<jchar>(src[i]);
+        supplementary |= src[i] > 0xFFFFu ? 1u : 0u;
+    }
+    return supplementary == 0;
+}
+
+inline KS_INT supplementaryInBlock(const KS_CHAR* src)
+{
+    unsigned supplementary = 0;
+    for (KS_INT i = 0; i < kBlock; ++i) {
+        supplementary += src[i] > 0xFFFFu ? 1u : 0u;
+    }
+    return supplementary;
+}
+#endif
+
+KS_INT encodedLength(const KS_CHAR* src, KS_INT length)
+{
+    KS_INT units = length;
+    KS_INT i = 0;
+    for (; length - i >= kBlock; i += kBlock) {
+        units += supplementaryInBlock(src + i);
+    }
+    for (; i < length; ++i) {
+        units += src[i] > 0xFFFFu ? 1 : 0;
+    }
+    return units;
+}
+
+// The encoding rule for code points [begin, end), with its checks.
+inline void encodeScalar(jchar* dst, KS_INT& destPos, KS_INT destLength, const KS_CHAR* src, KS_INT begin,
+                         KS_INT end)
+{
+    for (KS_INT i = begin; i < end; ++i) {
+        const KS_CHAR c = src[i];
+        if (c <= 0xFFFFu) {
+            // Surrogate values pass unchanged: a lone one stays a lone unit.
+            dst[destPos] = static_cast<jchar>(c);
+            destPos += 1;
+        } else {
+            const KS_CHAR hi = 0xD800u + ((c - 0x10000u) >> 10);
+            fatalCheck(VEN_KS_CHAR_TO_JCHAR_CONV_OK(hi), line::encodeHighSurrogate,
+                       "VEN_KS_CHAR_TO_JCHAR_CONV_OK( hi )");
+            dst[destPos] = static_cast<jchar>(hi);
+            dst[destPos + 1] = static_cast<jchar>(0xDC00u + (c & 0x3FFu));
+            destPos += 2;
+        }
+        fatalCheck(destPos <= destLength, line::encodeWithinCount, "destPos <= destLength");
+    }
+}
+
+void encodeUtf16(jchar* dst, KS_INT destLength, const KS_CHAR* src, KS_INT length)
+{
+    KS_INT destPos = 0;
+    KS_INT i = 0;
+    for (; length - i >= kBlock; i += kBlock) {
+        // Tested before the block is written, so no unit lands beyond the block.
+        fatalCheck(destPos + kBlock <= destLength, line::encodeWithinCount, "destPos <= destLength");
+        if (narrowBlock(dst + destPos, src + i)) [[likely]] {
+            destPos += kBlock;
+        } else {
+            encodeScalar(dst, destPos, destLength, src, i, i + kBlock);
+        }
+    }
+    encodeScalar(dst, destPos, destLength, src, i, length);
+    fatalCheck(destPos == destLength, line::encodeExactCount, "destPos == destLength");
+}
+
+} // namespace
+
+extern "C" {
+
+VEN_API KS_BOOL ven___JCharsToChars(KS_CHAR** resultChars, KS_INT* resultLength, const jchar* srcChars,
+                                    KS_INT srcLength)
+{
+    fatalCheck(resultChars != nullptr, line::decodeResultChars, "resultChars");
+    fatalCheck(resultLength != nullptr, line::decodeResultLength, "resultLength");
+    fatalCheck(srcChars != nullptr, line::decodeSrcChars, "srcChars");
+    fatalCheck(srcLength >= 0, line::decodeSrcLength, "srcLength >= 0");
+
+    // Every unit or pair gives one code point: the worst case is one per unit, so one
+    // allocation and no counting pass. The block is handed over as it is.
+    auto* block = static_cast<KS_CHAR*>(ksMemAllocN(srcLength, KS_INT{sizeof(KS_CHAR)}));
+    KS_INT count = 0;
+    if (!decodeUtf16(block, count, srcChars, srcLength)) {
+        ksMemFree(block);
+        return KS_FALSE;
+    }
+    *resultChars = block;
+    *resultLength = count;
+    return KS_TRUE;
+}
+
+VEN_API void ven___CharsToJChars(jchar** resultChars, KS_INT* resultLength, const KS_CHAR* srcChars,
+                                 KS_INT srcLength)
+{
+    fatalCheck(resultChars != nullptr, line::encodeResultChars, "resultChars");
+    fatalCheck(resultLength != nullptr, line::encodeResultLength, "resultLength");
+    fatalCheck(srcChars != nullptr || srcLength == 0, line::encodeSrcChars, "srcChars || srcLength == 0");
+    fatalCheck(srcLength >= 0, line::encodeSrcLength, "srcLength >= 0");
+
+    if (srcLength == 0) {
+        *resultChars = nullptr;
+        *resultLength = 0;
+        return;
+    }
+    const KS_INT destLength = encodedLength(srcChars, srcLength);
+    auto* block = static_cast<jchar*>(ksMemAllocN(destLength, KS_INT{sizeof(jchar)}));
+    encodeUtf16(block, destLength, srcChars, srcLength);
+    *resultChars = block;
+    *resultLength = destLength;
+}
+
+VEN_API KS_BOOL venStringGetClass(jclass* result, JNIEnv* env, lgStream* trace)
+{
+    if (!checkArguments(env, trace, "venStringGetClass", {{result != nullptr, "result != ((void *)0)"}})) {
+        return KS_FALSE;
+    }
+    return venFindClass(result, env, trace, "java/lang/String");
+}
+
+VEN_API KS_BOOL venStringIsInstance(KS_BOOL* result, JNIEnv* env, lgStream* trace, jobject obj)
+{
+    return ven::class_unit::isInstance<venStringGetClass>(result, env, trace, obj);
+}
+
+VEN_API KS_BOOL venStringToKsString(ksString** result, JNIEnv* env, lgStream* trace, jstring string)
+{
+    const jchar* chars = nullptr;
+    KS_BOOL outcome = KS_FALSE;
+    bool illFormed = false;
+    if (result == nullptr) {
+        argumentFailure(env, trace, "venStringToKsString", "result != ((void *)0)");
+    } else if (string == nullptr) {
+        deliverObject(result, static_cast<ksString*>(nullptr));
+        return KS_TRUE;
+    } else {
+        KS_INT length = 0;
+        if (!venGetStringLength(&length, env, trace, string)) {
+            // reported there
+        } else if (length == 0) {
+            // An empty text needs no characters.
+            deliverObject(result, ksStringCreate());
+            outcome = KS_TRUE;
+        } else if (venGetStringCritical(&chars, env, trace, string, nullptr)) {
+            // Critical region: only the decoding and the base library until the release.
+            KS_CHAR* codePoints = nullptr;
+            KS_INT count = 0;
+            if (ven___JCharsToChars(&codePoints, &count, chars, length)) {
+                deliverObject(result, ksStringCreateFromCharsUse(codePoints, count));
+                outcome = KS_TRUE;
+            } else {
+                illFormed = true;
+            }
+        }
+    }
+    // Reached on every path but the NULL string: with no characters this only checks
+    // `string`, as the release does.
+    venReleaseStringCritical(env, trace, string, chars);
+    if (illFormed) {
+        // Thrown only now: no JNI call may run inside the critical region.
+        venAssertionErrorThrowUseMessageCstr(env, trace, "venStringToKsString", "Invalid UTF16 String.");
+    }
+    return outcome;
+}
+
+VEN_API KS_BOOL venStringFromKsString(jstring* result, JNIEnv* env, lgStream* trace, ksString* string)
+{
+    if (!checkArguments(env, trace, "venStringFromKsString", {{result != nullptr, "result != ((void *)0)"}})) {
+        return KS_FALSE;
+    }
+    if (string == nullptr) {
+        deliverLocalRef(env, result, static_cast<jstring>(nullptr));
+        return KS_TRUE;
+    }
+    jchar* units = nullptr;
+    KS_INT unitCount = 0;
+    ven___CharsToJChars(&units, &unitCount, ksStringBacking(string), ksStringLength(string));
+    const KS_BOOL created = venNewString(result, env, trace, units, unitCount);
+    ksMemFree(units);
+    return created;
+}
+
+} // extern "C"
