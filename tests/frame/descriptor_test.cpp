@@ -9,14 +9,15 @@
 #include "support/ven_test.hpp"
 #include "ven/frame.h"
 
-namespace ven::test {
-namespace {
+namespace ven::test
+{
+namespace
+{
 
 constexpr std::size_t kDescriptorWords = 19;
 constexpr std::size_t kRecordWords = 14;
 
-template <std::size_t Words, typename T>
-std::array<std::uint64_t, Words> wordsOf(const T& object)
+template <std::size_t Words, typename T> std::array<std::uint64_t, Words> wordsOf(const T& object)
 {
     static_assert(sizeof(T) == Words * 8);
     std::array<std::uint64_t, Words> words;
@@ -24,8 +25,7 @@ std::array<std::uint64_t, Words> wordsOf(const T& object)
     return words;
 }
 
-template <typename T>
-std::uint64_t addressOf(T* pointer)
+template <typename T> std::uint64_t addressOf(T* pointer)
 {
     return reinterpret_cast<std::uintptr_t>(pointer);
 }
@@ -71,9 +71,8 @@ TEST(ModuleDescriptor, RecordHoldsTheModuleIdentity)
     EXPECT_STREQ(textAt(words[11]), "0.0");
     EXPECT_STREQ(textAt(words[12]), "ks lg");
     EXPECT_STREQ(textAt(words[13]), "");
-    EXPECT_TRUE(std::regex_match(textAt(words[6]),
-                                 std::regex(R"(UTC \d{4}-\d{2}-\d{2} \d{2}:\d{2}:\d{2} )"
-                                            R"(\((Mon|Tue|Wed|Thu|Fri|Sat|Sun)\))")))
+    EXPECT_TRUE(std::regex_match(textAt(words[6]), std::regex(R"(UTC \d{4}-\d{2}-\d{2} \d{2}:\d{2}:\d{2} )"
+                                                              R"(\((Mon|Tue|Wed|Thu|Fri|Sat|Sun)\))")))
         << textAt(words[6]);
 }
 
@@ -82,10 +81,10 @@ TEST(ModuleDescriptor, VersionStringRepeatsTheRecord)
     ASSERT_NE(ven___module_version_string, nullptr);
     std::string text = ven___module_version_string;
     std::smatch parts;
-    ASSERT_TRUE(std::regex_match(
-        text, parts,
-        std::regex(R"(###[^#\s]+### (\S+)-(\d+)\.(\d+)\.(\d+) )"
-                   R"(\(([^,()]+), ([^,()]+) \(([^,()]+)\), ([^,()]+)\), ven 0\.0)")))
+    ASSERT_TRUE(
+        std::regex_match(text, parts,
+                         std::regex(R"(###[^#\s]+### (\S+)-(\d+)\.(\d+)\.(\d+) )"
+                                    R"(\(([^,()]+), ([^,()]+) \(([^,()]+)\), ([^,()]+)\), ven 0\.0)")))
         << text;
     EXPECT_EQ(parts[1], ven___module_record.productShortName);
     EXPECT_EQ(parts[2], std::to_string(ven___module_record.versionMajor));
@@ -135,5 +134,5 @@ TEST(ModuleDescriptor, CheckEncapsulatedPassesThrough)
     EXPECT_EQ(venCheckEncapsulated(nullptr, "ven"), ks___ExecCheckEncapsulated(nullptr, "ven"));
 }
 
-}  // namespace
-}  // namespace ven::test
+} // namespace
+} // namespace ven::test

@@ -9,8 +9,10 @@
 #include "support/ven_test.hpp"
 #include "ven/frame.h"
 
-namespace ven::test {
-namespace {
+namespace ven::test
+{
+namespace
+{
 
 constexpr const char* kIntegration = "source/ven/ven_integration";
 constexpr const char* kGetEnvCondition = "(*vm)->GetEnv( vm, (void**)&env, JNI_VERSION_1_4 ) == JNI_OK";
@@ -18,12 +20,12 @@ constexpr const char* kGetEnvCondition = "(*vm)->GetEnv( vm, (void**)&env, JNI_V
 // A JavaVM whose GetEnv, AttachCurrentThread(AsDaemon) and DetachCurrentThread return what
 // the test sets, and record what they were given.
 struct FakeVm {
-    JavaVM vm;  // first: the JavaVM* leads back to the FakeVm
+    JavaVM vm; // first: the JavaVM* leads back to the FakeVm
     JNIInvokeInterface_ table{};
     jint status = JNI_OK;
     JNIEnv* env = nullptr;
     jint version = 0;
-    void* attachArgs = &version;  // anything but NULL until an attach stores its argument
+    void* attachArgs = &version; // anything but NULL until an attach stores its argument
     int calls = 0;
 
     FakeVm()
@@ -65,8 +67,9 @@ JNIEnv* someEnv()
     return &sentinel;
 }
 
-class FakeVmTest : public JvmTest {
-protected:
+class FakeVmTest : public JvmTest
+{
+  protected:
     void SetUp() override
     {
         JvmTest::SetUp();
@@ -102,10 +105,9 @@ const EnvironmentFault kEnvironmentFaults[] = {
     {"venAttachCurrentThread", [] { venAttachCurrentThread(); }, JNI_ENOMEM, nullptr, 59,
      "(*vm)->AttachCurrentThread( vm, (void**)&env, NULL ) == 0"},
     {"venAttachCurrentThread", [] { venAttachCurrentThread(); }, JNI_OK, nullptr, 60, "env"},
-    {"venAttachCurrentThreadAsDaemon", [] { venAttachCurrentThreadAsDaemon(); }, JNI_ERR, someEnv(),
-     69, "(*vm)->AttachCurrentThreadAsDaemon( vm, (void**)&env, NULL ) == 0"},
-    {"venAttachCurrentThreadAsDaemon", [] { venAttachCurrentThreadAsDaemon(); }, JNI_OK, nullptr, 70,
-     "env"},
+    {"venAttachCurrentThreadAsDaemon", [] { venAttachCurrentThreadAsDaemon(); }, JNI_ERR, someEnv(), 69,
+     "(*vm)->AttachCurrentThreadAsDaemon( vm, (void**)&env, NULL ) == 0"},
+    {"venAttachCurrentThreadAsDaemon", [] { venAttachCurrentThreadAsDaemon(); }, JNI_OK, nullptr, 70, "env"},
     {"venDetachCurrentThread", [] { venDetachCurrentThread(); }, JNI_ERR, nullptr, 78,
      "(*vm)->DetachCurrentThread( vm ) == 0"},
     {"venDetachCurrentThread", [] { venDetachCurrentThread(); }, JNI_EDETACHED, nullptr, 78,
@@ -285,5 +287,5 @@ TEST_F(ThreadEnvironment, AttachGivesOneEnvironmentUntilDetach)
     }
 }
 
-}  // namespace
-}  // namespace ven::test
+} // namespace
+} // namespace ven::test

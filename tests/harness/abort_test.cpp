@@ -4,8 +4,10 @@
 
 #include "support/ven_test.hpp"
 
-namespace ven::test {
-namespace {
+namespace ven::test
+{
+namespace
+{
 
 void fatalCheck()
 {
@@ -31,8 +33,7 @@ TEST(AbortInterception, EachDifferentFieldFails)
 {
     EXPECT_NONFATAL_FAILURE(EXPECT_VEN_ABORT(fatalCheck(), "source/ven/ven_integration", 57, "name"),
                             "expected ks___Abort(message NULL, path \"source/ven/ven_integration\"");
-    EXPECT_NONFATAL_FAILURE(EXPECT_VEN_ABORT(fatalCheck(), "source/ven/ven_wrapper", 58, "name"),
-                            "line 58");
+    EXPECT_NONFATAL_FAILURE(EXPECT_VEN_ABORT(fatalCheck(), "source/ven/ven_wrapper", 58, "name"), "line 58");
     EXPECT_NONFATAL_FAILURE(EXPECT_VEN_ABORT(fatalCheck(), "source/ven/ven_wrapper", 57, "nam"),
                             "condition \"nam\"");
     EXPECT_NONFATAL_FAILURE(EXPECT_VEN_ABORT_MESSAGE(fatalCheck(), "source/ven/ven_wrapper", 57, "name"),
@@ -64,10 +65,11 @@ TEST(AbortInterception, UnexpectedAbortUnwindsAsVenAbort)
         fatalCheck();
         FAIL() << "ks___Abort returned";
     } catch (const VenAbort& abort) {
-        EXPECT_STREQ(abort.what(),
-                     "ks___Abort(message NULL, path \"source/ven/ven_wrapper\", line 57, condition \"name\")");
+        EXPECT_STREQ(
+            abort.what(),
+            "ks___Abort(message NULL, path \"source/ven/ven_wrapper\", line 57, condition \"name\")");
     }
 }
 
-}  // namespace
-}  // namespace ven::test
+} // namespace
+} // namespace ven::test

@@ -2,8 +2,10 @@
 // the local reference ledger.
 #include "support/ven_test.hpp"
 
-namespace ven::test {
-namespace {
+namespace ven::test
+{
+namespace
+{
 
 using FaultEnvTest = JvmTest;
 
@@ -71,8 +73,8 @@ TEST_F(FaultEnvTest, CannedFaults)
     fake->GetIntArrayRegion(array, 0, 3, buffer);
     ExpectPending(env, "java.lang.ArrayIndexOutOfBoundsException", "injected");
 
-    fault.raiseReturning<&JNINativeInterface_::EnsureLocalCapacity>("java/lang/OutOfMemoryError",
-                                                                    "no room", JNI_ENOMEM);
+    fault.raiseReturning<&JNINativeInterface_::EnsureLocalCapacity>("java/lang/OutOfMemoryError", "no room",
+                                                                    JNI_ENOMEM);
     EXPECT_EQ(fake->EnsureLocalCapacity(10), JNI_ENOMEM);
     ExpectPending(env, "java.lang.OutOfMemoryError", "no room");
 
@@ -158,5 +160,5 @@ TEST_F(FaultEnvTest, FaultEnvironmentsNest)
     EXPECT_EQ(outer.calls<&JNINativeInterface_::NewStringUTF>(), 1);
 }
 
-}  // namespace
-}  // namespace ven::test
+} // namespace
+} // namespace ven::test

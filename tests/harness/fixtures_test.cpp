@@ -4,8 +4,10 @@
 
 #include "support/ven_test.hpp"
 
-namespace ven::test {
-namespace {
+namespace ven::test
+{
+namespace
+{
 
 struct Member {
     const char* name;
@@ -14,8 +16,15 @@ struct Member {
 
 // The value types as the fixtures name them, with their JNI signatures.
 constexpr Member kValueTypes[] = {
-    {"object", "Ljava/lang/Object;"}, {"boolean", "Z"}, {"byte", "B"},  {"char", "C"},
-    {"short", "S"}, {"int", "I"},   {"long", "J"},    {"float", "F"}, {"double", "D"},
+    {"object", "Ljava/lang/Object;"},
+    {"boolean", "Z"},
+    {"byte", "B"},
+    {"char", "C"},
+    {"short", "S"},
+    {"int", "I"},
+    {"long", "J"},
+    {"float", "F"},
+    {"double", "D"},
     {"string", "Ljava/lang/String;"},
 };
 
@@ -101,7 +110,8 @@ TEST_F(Fixtures, ThrowingMethodsThrowWhatTheyName)
         {"staticThrowIOException", "(Ljava/lang/String;)V", "java.io.IOException"},
         {"staticThrowIllegalState", "(Ljava/lang/String;)I", "java.lang.IllegalStateException"},
         {"staticThrowOutOfMemory", "(Ljava/lang/String;)Ljava/lang/Object;", "java.lang.OutOfMemoryError"},
-        {"staticThrowFixtureException", "(Ljava/lang/String;)Ljava/lang/String;", "fixtures.FixtureException"},
+        {"staticThrowFixtureException", "(Ljava/lang/String;)Ljava/lang/String;",
+         "fixtures.FixtureException"},
     };
     jvalue message;
     message.l = jstr(env, "thrown");
@@ -150,5 +160,5 @@ TEST_F(Fixtures, ToStringVariantsAndTheEnum)
     }
 }
 
-}  // namespace
-}  // namespace ven::test
+} // namespace
+} // namespace ven::test

@@ -4,12 +4,14 @@
 
 #include "support/ven_test.hpp"
 
-namespace ven::test {
-namespace {
+namespace ven::test
+{
+namespace
+{
 
 using Helpers = JvmTest;
 
-const char* const kSmile = "smile \xF0\x9F\x98\x80 end";  // U+1F600 in standard UTF-8
+const char* const kSmile = "smile \xF0\x9F\x98\x80 end"; // U+1F600 in standard UTF-8
 
 TEST(TraceStream, RecordsLinesAndTheNotableFlag)
 {
@@ -170,5 +172,5 @@ TEST_F(Helpers, FramePopsItsReferences)
     EXPECT_EQ(utf8(env, static_cast<jstring>(outer)), "outer");
 }
 
-}  // namespace
-}  // namespace ven::test
+} // namespace
+} // namespace ven::test

@@ -7,8 +7,10 @@
 
 #include "support/ven_test.hpp"
 
-namespace ven::test {
-namespace {
+namespace ven::test
+{
+namespace
+{
 
 constexpr const char* kExceptionPending = "JNI call made with exception pending";
 
@@ -25,7 +27,7 @@ bool provokeExceptionPendingWarning()
     JNIEnv* env = mainEnv();
     std::size_t before = jvmOutputLineCount();
     env->ThrowNew(env->FindClass("java/lang/IllegalStateException"), "pending");
-    jclass unused = env->FindClass("java/lang/Object");  // the offending call
+    jclass unused = env->FindClass("java/lang/Object"); // the offending call
     bool captured = anyLineContains(jvmOutput(), before, kExceptionPending);
     env->ExceptionClear();
     env->DeleteLocalRef(unused);
@@ -38,8 +40,7 @@ using JvmWarnings = JvmTest;
 
 TEST_F(JvmWarnings, ArriveSynchronouslyAndFailTheRunningTest)
 {
-    EXPECT_NONFATAL_FAILURE(warningWasSynchronous = provokeExceptionPendingWarning(),
-                            kExceptionPending);
+    EXPECT_NONFATAL_FAILURE(warningWasSynchronous = provokeExceptionPendingWarning(), kExceptionPending);
     EXPECT_TRUE(warningWasSynchronous);
 }
 
@@ -103,5 +104,5 @@ TEST_F(JvmWarnings, UseWithinTheFrameCapacityIsQuiet)
     EXPECT_FALSE(anyLineContains(jvmOutput(), before, "WARNING"));
 }
 
-}  // namespace
-}  // namespace ven::test
+} // namespace
+} // namespace ven::test

@@ -4,12 +4,13 @@
 
 #include "support/ven_test.hpp"
 
-namespace ven::test {
+namespace ven::test
+{
 
-namespace {
+namespace
+{
 
-[[noreturn]] void throwVenAbort(const char* message, const char* path, int line,
-                                const char* condition)
+[[noreturn]] void throwVenAbort(const char* message, const char* path, int line, const char* condition)
 {
     AbortRecord record;
     if (message != nullptr) {
@@ -33,13 +34,13 @@ bool sameText(const std::optional<std::string>& got, const char* expected)
     return got ? expected != nullptr && *got == expected : expected == nullptr;
 }
 
-}  // namespace
+} // namespace
 
 std::string describe(const AbortRecord& record)
 {
     std::ostringstream text;
-    text << "ks___Abort(message " << quoted(record.message) << ", path \"" << record.path
-         << "\", line " << record.line << ", condition " << quoted(record.condition) << ")";
+    text << "ks___Abort(message " << quoted(record.message) << ", path \"" << record.path << "\", line "
+         << record.line << ", condition " << quoted(record.condition) << ")";
     return text.str();
 }
 
@@ -55,14 +56,11 @@ void removeAbortHook()
     ksAbortSetHook(nullptr);
 }
 
-::testing::AssertionResult abortedWith(const std::optional<AbortRecord>& got,
-                                       const char* statement, const char* path, int line,
-                                       const char* condition, const char* message)
+::testing::AssertionResult abortedWith(const std::optional<AbortRecord>& got, const char* statement,
+                                       const char* path, int line, const char* condition, const char* message)
 {
-    AbortRecord expected{message != nullptr ? std::optional<std::string>(message) : std::nullopt,
-                         path, line,
-                         condition != nullptr ? std::optional<std::string>(condition)
-                                              : std::nullopt};
+    AbortRecord expected{message != nullptr ? std::optional<std::string>(message) : std::nullopt, path, line,
+                         condition != nullptr ? std::optional<std::string>(condition) : std::nullopt};
     if (!got) {
         return ::testing::AssertionFailure()
                << statement << "\n  returned, but should have ended in " << describe(expected);
@@ -71,8 +69,8 @@ void removeAbortHook()
         sameText(got->message, message)) {
         return ::testing::AssertionSuccess();
     }
-    return ::testing::AssertionFailure() << statement << "\n  ended in " << describe(*got)
-                                         << "\n  expected " << describe(expected);
+    return ::testing::AssertionFailure()
+           << statement << "\n  ended in " << describe(*got) << "\n  expected " << describe(expected);
 }
 
-}  // namespace ven::test
+} // namespace ven::test

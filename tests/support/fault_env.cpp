@@ -7,11 +7,14 @@
 
 #include <gtest/gtest.h>
 
-namespace ven::test {
+namespace ven::test
+{
 
-namespace detail {
+namespace detail
+{
 
-namespace {
+namespace
+{
 
 std::array<const char*, kJniTableSlots> makeEntryNames()
 {
@@ -24,7 +27,7 @@ std::array<const char*, kJniTableSlots> makeEntryNames()
     return names;
 }
 
-}  // namespace
+} // namespace
 
 const char* entryName(std::size_t slot)
 {
@@ -38,7 +41,7 @@ void variadicEntryCalled(std::size_t slot)
                            " was called; only its V and A forms are forwarded");
 }
 
-}  // namespace detail
+} // namespace detail
 
 bool LocalRefLedger::isLive(jobject ref) const
 {
@@ -93,8 +96,7 @@ FaultEnv::FaultEnv(JNIEnv* real)
 {
     block_.env.functions = &table_;
     block_.owner = this;
-#define VEN_TEST_FORWARD_ENTRY(name) \
-    table_.name = &detail::JniEntry<&JNINativeInterface_::name>::trampoline;
+#define VEN_TEST_FORWARD_ENTRY(name) table_.name = &detail::JniEntry<&JNINativeInterface_::name>::trampoline;
 #define VEN_TEST_TRAP_ENTRY(name) table_.name = &detail::JniTrap<&JNINativeInterface_::name>::trap;
     VEN_TEST_JNI_ENTRIES(VEN_TEST_FORWARD_ENTRY)
     VEN_TEST_JNI_VARIADIC_ENTRIES(VEN_TEST_TRAP_ENTRY)
@@ -138,4 +140,4 @@ jclass FaultEnv::globalClass(const char* className)
     return global;
 }
 
-}  // namespace ven::test
+} // namespace ven::test

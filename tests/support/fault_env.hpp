@@ -15,7 +15,8 @@
 
 #include "support/jni_table.hpp"
 
-namespace ven::test {
+namespace ven::test
+{
 
 // The local references that entries of one FaultEnv handed out and took back:
 // - created: every non-NULL result of an entry whose result is a reference, except
@@ -30,8 +31,9 @@ namespace ven::test {
 // - live: created and not yet deleted or popped. References are compared by value, and the
 //   JVM reuses the value of a deleted reference, so isLive answers for the value, not for
 //   the object.
-class LocalRefLedger {
-public:
+class LocalRefLedger
+{
+  public:
     int created() const { return created_; }
     int deleted() const { return deleted_; }
     int nullDeletes() const { return nullDeletes_; }
@@ -45,28 +47,26 @@ public:
     void notePushed();
     void notePopped();
 
-private:
-    std::vector<jobject> live_;          // in creation order
-    std::vector<std::size_t> frames_;    // live_.size() at each PushLocalFrame
+  private:
+    std::vector<jobject> live_;       // in creation order
+    std::vector<std::size_t> frames_; // live_.size() at each PushLocalFrame
     int created_ = 0;
     int deleted_ = 0;
     int nullDeletes_ = 0;
     int popped_ = 0;
 };
 
-namespace detail {
+namespace detail
+{
 
-template <auto A, auto B>
-inline constexpr bool kSameEntry = false;
-template <auto A>
-inline constexpr bool kSameEntry<A, A> = true;
+template <auto A, auto B> inline constexpr bool kSameEntry = false;
+template <auto A> inline constexpr bool kSameEntry<A, A> = true;
 
 // jobject and the handle types derived from it; not jmethodID, jfieldID or primitives.
 template <typename R>
-inline constexpr bool kIsReference = std::is_pointer_v<R> && std::is_convertible_v<R, jobject>;
+inline constexpr bool kIsReference = std::is_pointer_v<R>&& std::is_convertible_v<R, jobject>;
 
-template <typename R>
-R zeroOf()
+template <typename R> R zeroOf()
 {
     if constexpr (!std::is_void_v<R>) {
         return R{};
@@ -74,8 +74,7 @@ R zeroOf()
 }
 
 // The slot of a table entry, counted in pointers from the start of the table.
-template <auto Member>
-std::size_t slotOf()
+template <auto Member> std::size_t slotOf()
 {
     static const JNINativeInterface_ probe{};
     return static_cast<std::size_t>(reinterpret_cast<const char*>(&(probe.*Member)) -
@@ -85,13 +84,13 @@ std::size_t slotOf()
 
 const char* entryName(std::size_t slot);
 
-template <auto Member>
-struct JniEntry;
+template <auto Member> struct JniEntry;
 
-}  // namespace detail
+} // namespace detail
 
-class FaultEnv {
-public:
+class FaultEnv
+{
+  public:
     explicit FaultEnv(JNIEnv* real);
     ~FaultEnv();
     FaultEnv(const FaultEnv&) = delete;
@@ -102,51 +101,36 @@ public:
     JNIEnv* real() const { return real_; }
 
     // Replaces one entry: `callable` receives the REAL env and the entry's arguments.
-    template <auto Member, typename Callable>
-    void override(Callable&& callable)
+    template <auto Member, typename Callable> void override(Callable&& callable)
     {
         using Function = typename detail::JniEntry<Member>::Function;
-        overrides_[detail::slotOf<Member>()] =
-            std::make_shared<Function>(std::forward<Callable>(callable));
+        overrides_[detail::slotOf<Member>()] = std::make_shared<Function>(std::forward<Callable>(callable));
     }
     // Puts one entry, or every entry, back to forwarding.
-    template <auto Member>
-    void restore()
-    {
-        overrides_[detail::slotOf<Member>()].reset();
-    }
+    template <auto Member> void restore() { overrides_[detail::slotOf<Member>()].reset(); }
     void reset();
 
     // Canned faults. returnValue: the entry returns `value` and does nothing else (a NULL
     // without raising, a -1 status, a negative length). raise: the entry throws
     // `className` (e.g. "java/lang/OutOfMemoryError") with `message` and returns `failure`.
-    template <auto Member>
-    void returnValue(typename detail::JniEntry<Member>::Result value)
+    template <auto Member> void returnValue(typename detail::JniEntry<Member>::Result value)
     {
         override<Member>([value](JNIEnv*, auto...) { return value; });
     }
-    template <auto Member>
-    void returnNull()
+    template <auto Member> void returnNull()
     {
-        override<Member>([](JNIEnv*, auto...) {
-            return detail::zeroOf<typename detail::JniEntry<Member>::Result>();
-        });
+        override<Member>(
+            [](JNIEnv*, auto...) { return detail::zeroOf<typename detail::JniEntry<Member>::Result>(); });
     }
-    template <auto Member>
-    void returnStatus(jint status = -1)
-    {
-        returnValue<Member>(status);
-    }
-    template <auto Member>
-    void raise(const char* className, const char* message)
+    template <auto Member> void returnStatus(jint status = -1) { returnValue<Member>(status); }
+    template <auto Member> void raise(const char* className, const char* message)
     {
         using Result = typename detail::JniEntry<Member>::Result;
         if constexpr (std::is_void_v<Result>) {
             jclass throwable = globalClass(className);
             std::string text = message;
-            override<Member>([throwable, text](JNIEnv* real, auto...) {
-                real->ThrowNew(throwable, text.c_str());
-            });
+            override<Member>(
+                [throwable, text](JNIEnv* real, auto...) { real->ThrowNew(throwable, text.c_str()); });
         } else {
             raiseReturning<Member>(className, message, Result{});
         }
@@ -162,19 +146,14 @@ public:
             return failure;
         });
     }
-    template <auto Member>
-    void raiseOutOfMemory()
+    template <auto Member> void raiseOutOfMemory()
     {
         raise<Member>("java/lang/OutOfMemoryError", "injected by FaultEnv");
     }
 
     // How often an entry was called through this env, and the names of all entries called,
     // in order.
-    template <auto Member>
-    int calls() const
-    {
-        return calls_[detail::slotOf<Member>()];
-    }
+    template <auto Member> int calls() const { return calls_[detail::slotOf<Member>()]; }
     const std::vector<std::string>& trail() const { return trail_; }
 
     LocalRefLedger& ledger() { return ledger_; }
@@ -186,7 +165,7 @@ public:
     void* overrideAt(std::size_t slot) const { return overrides_[slot].get(); }
     void noteCall(std::size_t slot);
 
-private:
+  private:
     // Standard layout with the env first, so that the JNIEnv* leads back to its FaultEnv.
     struct Block {
         JNIEnv env;
@@ -206,9 +185,10 @@ private:
     LocalRefLedger ledger_;
 };
 
-namespace detail {
+namespace detail
+{
 
-template <typename R, typename... A, R(JNICALL* JNINativeInterface_::*Member)(JNIEnv*, A...)>
+template <typename R, typename... A, R (JNICALL* JNINativeInterface_::*Member)(JNIEnv*, A...)>
 struct JniEntry<Member> {
     using Result = R;
     using Function = std::function<R(JNIEnv*, A...)>;
@@ -240,8 +220,7 @@ struct JniEntry<Member> {
             if constexpr (kSameEntry<Member, &JNINativeInterface_::PopLocalFrame>) {
                 self.ledger().notePopped();
             }
-            if constexpr (kIsReference<R> &&
-                          !kSameEntry<Member, &JNINativeInterface_::NewGlobalRef> &&
+            if constexpr (kIsReference<R> && !kSameEntry<Member, &JNINativeInterface_::NewGlobalRef> &&
                           !kSameEntry<Member, &JNINativeInterface_::NewWeakGlobalRef>) {
                 self.ledger().noteCreated(result);
             }
@@ -254,15 +233,13 @@ struct JniEntry<Member> {
 // code under test, reported by a C++ exception that the test sees.
 [[noreturn]] void variadicEntryCalled(std::size_t slot);
 
-template <auto Member>
-struct JniTrap;
+template <auto Member> struct JniTrap;
 
-template <typename R, typename... A,
-          R(JNICALL* JNINativeInterface_::*Member)(JNIEnv*, A..., ...)>
+template <typename R, typename... A, R (JNICALL* JNINativeInterface_::*Member)(JNIEnv*, A..., ...)>
 struct JniTrap<Member> {
     static R JNICALL trap(JNIEnv*, A..., ...) { variadicEntryCalled(slotOf<Member>()); }
 };
 
-}  // namespace detail
+} // namespace detail
 
-}  // namespace ven::test
+} // namespace ven::test

@@ -4,9 +4,11 @@
 
 #include "support/ven_test.hpp"
 
-namespace ven::test {
+namespace ven::test
+{
 
-namespace {
+namespace
+{
 
 struct ThrowableText {
     std::string className;
@@ -14,8 +16,7 @@ struct ThrowableText {
 };
 
 // Calls a no-argument String method; nullopt for null, "<name threw>" when it throws.
-std::optional<std::string> callStringMethod(JNIEnv* env, jobject target, const char* owner,
-                                            const char* name)
+std::optional<std::string> callStringMethod(JNIEnv* env, jobject target, const char* owner, const char* name)
 {
     jclass ownerClass = env->FindClass(owner);
     jmethodID method = env->GetMethodID(ownerClass, name, "()Ljava/lang/String;");
@@ -38,8 +39,8 @@ ThrowableText describeThrowable(JNIEnv* env, jthrowable throwable)
 {
     jclass throwableClass = env->GetObjectClass(throwable);
     ThrowableText text;
-    text.className = callStringMethod(env, throwableClass, "java/lang/Class", "getName")
-                         .value_or("<no class name>");
+    text.className =
+        callStringMethod(env, throwableClass, "java/lang/Class", "getName").value_or("<no class name>");
     env->DeleteLocalRef(throwableClass);
     text.message = callStringMethod(env, throwable, "java/lang/Throwable", "getMessage");
     return text;
@@ -69,7 +70,7 @@ void fail(std::source_location where, const std::string& text)
     ADD_FAILURE_AT(where.file_name(), static_cast<int>(where.line())) << text;
 }
 
-}  // namespace
+} // namespace
 
 std::string pendingClassName(JNIEnv* env)
 {
@@ -83,8 +84,7 @@ std::optional<std::string> pendingMessage(JNIEnv* env)
     return pending ? pending->message : std::nullopt;
 }
 
-void ExpectPending(JNIEnv* env, const char* className, const char* message,
-                   std::source_location where)
+void ExpectPending(JNIEnv* env, const char* className, const char* message, std::source_location where)
 {
     std::optional<std::string> expectedMessage =
         message != nullptr ? std::optional<std::string>(message) : std::nullopt;
@@ -121,8 +121,7 @@ void ExpectNoPending(JNIEnv* env, std::source_location where)
     if (pending) {
         env->ExceptionDescribe();
         env->ExceptionClear();
-        fail(where, "unexpected pending exception " + pending->className + ": " +
-                        show(pending->message));
+        fail(where, "unexpected pending exception " + pending->className + ": " + show(pending->message));
     }
 }
 
@@ -173,8 +172,8 @@ jstring jstr(JNIEnv* env, std::string_view text)
 
 jstring jstr(JNIEnv* env, std::u16string_view text)
 {
-    jstring string = env->NewString(reinterpret_cast<const jchar*>(text.data()),
-                                    static_cast<jsize>(text.size()));
+    jstring string =
+        env->NewString(reinterpret_cast<const jchar*>(text.data()), static_cast<jsize>(text.size()));
     if (env->ExceptionCheck()) {
         env->ExceptionClear();
         ADD_FAILURE() << "NewString failed";
@@ -275,4 +274,4 @@ std::string toUtf8(std::u16string_view units)
     return toUtf8(std::u32string_view(points));
 }
 
-}  // namespace ven::test
+} // namespace ven::test

@@ -88,10 +88,11 @@
 #define VEN_TEST_JNI_ENTRY_COUNT_24 0
 #endif
 
-#define VEN_TEST_JNI_ENTRIES(E) \
+#define VEN_TEST_JNI_ENTRIES(E)                                                                              \
     VEN_TEST_JNI_FIXED_ENTRIES(E) VEN_TEST_JNI_ENTRIES_21(E) VEN_TEST_JNI_ENTRIES_24(E)
 
-namespace ven::test::detail {
+namespace ven::test::detail
+{
 
 #define VEN_TEST_COUNT_ENTRY(name) +1
 inline constexpr int kJniEntryCount = 0 VEN_TEST_JNI_ENTRIES(VEN_TEST_COUNT_ENTRY);
@@ -104,4 +105,4 @@ inline constexpr int kJniTableSlots = 4 + kJniEntryCount + kJniVariadicEntryCoun
 static_assert(sizeof(JNINativeInterface_) == kJniTableSlots * sizeof(void*),
               "jni.h has table entries that tests/support/jni_table.hpp does not list");
 
-}  // namespace ven::test::detail
+} // namespace ven::test::detail

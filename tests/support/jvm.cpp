@@ -14,9 +14,11 @@
 #include "support/ven_test.hpp"
 #include "ven/frame.h"
 
-namespace ven::test {
+namespace ven::test
+{
 
-namespace {
+namespace
+{
 
 // The registry of warnings that required behaviours provoke. Each entry names the rule; the
 // tests that provoke it hold an ExpectJniWarning with the same text.
@@ -38,7 +40,7 @@ struct Capture {
 
 Capture& capture()
 {
-    static Capture* instance = new Capture;  // outlives every JVM thread
+    static Capture* instance = new Capture; // outlives every JVM thread
     return *instance;
 }
 
@@ -53,14 +55,12 @@ std::vector<std::string> takeLines(Capture& state, std::string_view text)
     std::vector<std::string> unexpected;
     state.partialLine.append(text);
     std::size_t start = 0;
-    for (std::size_t end; (end = state.partialLine.find('\n', start)) != std::string::npos;
-         start = end + 1) {
+    for (std::size_t end; (end = state.partialLine.find('\n', start)) != std::string::npos; start = end + 1) {
         std::string line = state.partialLine.substr(start, end - start);
         if (isWarning(line)) {
-            auto guard = std::find_if(state.guards.rbegin(), state.guards.rend(),
-                                      [&](ExpectJniWarning* g) {
-                                          return line.find(g->text()) != std::string::npos;
-                                      });
+            auto guard = std::find_if(state.guards.rbegin(), state.guards.rend(), [&](ExpectJniWarning* g) {
+                return line.find(g->text()) != std::string::npos;
+            });
             if (guard != state.guards.rend()) {
                 (*guard)->noteSeen();
             } else {
@@ -123,12 +123,13 @@ std::string environmentOr(const char* name, const char* fallback)
     return value != nullptr && *value != '\0' ? value : fallback;
 }
 
-class JvmEnvironment : public ::testing::Environment {
-public:
+class JvmEnvironment : public ::testing::Environment
+{
+  public:
     void SetUp() override
     {
         if (theVm != nullptr) {
-            return;  // --gtest_repeat
+            return; // --gtest_repeat
         }
         std::string home = environmentOr("VEN_TEST_JDK", VEN_TEST_DEFAULT_JDK);
         std::string classPath = environmentOr("VEN_TEST_CLASSPATH", VEN_TEST_DEFAULT_CLASSPATH);
@@ -142,9 +143,9 @@ public:
         std::vector<std::string> texts = {
             "-Xcheck:jni",
             "-Djava.class.path=" + classPath,
-            "-Xrs",                // leave SIGINT/SIGTERM/SIGQUIT to the test process
-            "-XX:+UseSerialGC",    // few JVM threads on a small machine
-            "-XX:-UsePerfData",    // no hsperfdata files
+            "-Xrs",             // leave SIGINT/SIGTERM/SIGQUIT to the test process
+            "-XX:+UseSerialGC", // few JVM threads on a small machine
+            "-XX:-UsePerfData", // no hsperfdata files
             "-Xmx256m",
         };
         std::istringstream extra(environmentOr("VEN_TEST_JVM_OPTIONS", ""));
@@ -155,8 +156,7 @@ public:
         for (std::string& text : texts) {
             options.push_back({text.data(), nullptr});
         }
-        options.push_back({const_cast<char*>("vfprintf"),
-                           reinterpret_cast<void*>(&captureJvmOutput)});
+        options.push_back({const_cast<char*>("vfprintf"), reinterpret_cast<void*>(&captureJvmOutput)});
         options.push_back({const_cast<char*>("abort"), reinterpret_cast<void*>(&onJvmAbort)});
 
         JavaVMInitArgs args{};
@@ -172,7 +172,7 @@ public:
     }
 };
 
-}  // namespace
+} // namespace
 
 JavaVM* jvm()
 {
@@ -325,7 +325,7 @@ void JvmTest::TearDown()
     }
 }
 
-}  // namespace ven::test
+} // namespace ven::test
 
 int main(int argc, char** argv)
 {

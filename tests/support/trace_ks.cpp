@@ -1,7 +1,8 @@
 // The recording trace stream and the ks string helpers.
 #include "support/ven_test.hpp"
 
-namespace ven::test {
+namespace ven::test
+{
 
 Trace::Trace() : stream_(lgStreamCreate(nullptr)) {}
 
@@ -35,8 +36,8 @@ KsRef<ksString> ksStr(std::string_view text)
 {
     std::u32string points = decodeUtf8(text);
     static_assert(sizeof(char32_t) == sizeof(KS_CHAR));
-    return KsRef<ksString>(ksStringCreateFromChars(
-        reinterpret_cast<const KS_CHAR*>(points.data()), static_cast<KS_INT>(points.size())));
+    return KsRef<ksString>(ksStringCreateFromChars(reinterpret_cast<const KS_CHAR*>(points.data()),
+                                                   static_cast<KS_INT>(points.size())));
 }
 
 std::string utf8(const ksString* string)
@@ -59,4 +60,4 @@ std::u32string codePoints(const ksString* string)
     return std::u32string(chars, chars + ksStringLength(string));
 }
 
-}  // namespace ven::test
+} // namespace ven::test

@@ -20,7 +20,8 @@
 #include "lg/lg.h"
 #include "support/fault_env.hpp"
 
-namespace ven::test {
+namespace ven::test
+{
 
 // ---- The JVM of the test process ------------------------------------------------------
 
@@ -50,8 +51,9 @@ std::span<const KnownJniWarning> knownJniWarnings();
 // the registry, and at least one such warning must appear before the guard ends (the
 // checker reports synchronously, so the statement that provokes it lies inside the scope).
 // `why` names the rule the test exercises. Any other WARNING line fails the running test.
-class ExpectJniWarning {
-public:
+class ExpectJniWarning
+{
+  public:
     ExpectJniWarning(const char* text, const char* why,
                      std::source_location where = std::source_location::current());
     ~ExpectJniWarning();
@@ -62,7 +64,7 @@ public:
     int seen() const;
     void noteSeen();
 
-private:
+  private:
     std::string text_;
     std::string why_;
     std::source_location where_;
@@ -72,13 +74,14 @@ private:
 
 // ---- One local frame per test ---------------------------------------------------------
 
-// A local frame on `env` with room for `capacity` references. HotSpot 17's checked JNI warns
-// (failing the test) once the frame holds about capacity + 33 references; HotSpot 25 no
-// longer checks local capacity at all, so there leaks show only through FaultEnv ledgers. close() (or the destructor)
-// fails the test if an exception is pending (describing and clearing it) or if the number
-// of live ks objects differs from the start, then pops the frame.
-class TestFrame {
-public:
+// A local frame on `env` with room for `capacity` references. close() (or the destructor)
+// fails the test if an exception is pending (describing and clearing it) or if the number of
+// live ks objects differs from the start, then pops the frame. HotSpot 17's checked JNI warns
+// (failing the test) once the frame holds about capacity + 33 references; HotSpot 25 no longer
+// checks local capacity, so there leaks show only through FaultEnv ledgers.
+class TestFrame
+{
+  public:
     static constexpr jint kCapacity = 64;
 
     explicit TestFrame(JNIEnv* env, jint capacity = kCapacity);
@@ -90,7 +93,7 @@ public:
     // Turns the ks object count check off; `why` says what keeps objects alive on purpose.
     void allowKsObjectLeak(const char* why);
 
-private:
+  private:
     JNIEnv* env_;
     KS_INT ksObjectsAtStart_;
     bool open_ = false;
@@ -99,15 +102,16 @@ private:
 
 // Fixture of the JVM suites: `env` is the main thread's JNIEnv and each test runs in its own
 // TestFrame.
-class JvmTest : public ::testing::Test {
-protected:
+class JvmTest : public ::testing::Test
+{
+  protected:
     void SetUp() override;
     void TearDown() override;
     void allowKsObjectLeak(const char* why) { frame_->allowKsObjectLeak(why); }
 
     JNIEnv* env = nullptr;
 
-private:
+  private:
     std::optional<TestFrame> frame_;
 };
 
@@ -124,13 +128,14 @@ std::string describe(const AbortRecord& record);
 
 // Thrown by the harness's abort hook (installed for the whole run) so that a fatal or
 // consistency check unwinds back to the test instead of stopping the process.
-class VenAbort : public std::exception {
-public:
+class VenAbort : public std::exception
+{
+  public:
     explicit VenAbort(AbortRecord record);
     const AbortRecord& record() const { return record_; }
     const char* what() const noexcept override { return text_.c_str(); }
 
-private:
+  private:
     AbortRecord record_;
     std::string text_;
 };
@@ -140,8 +145,7 @@ void installAbortHook();
 void removeAbortHook();
 
 // Runs `body`; the record of the ks___Abort that ended it, or nothing if it returned.
-template <typename Body>
-std::optional<AbortRecord> catchAbort(Body&& body)
+template <typename Body> std::optional<AbortRecord> catchAbort(Body&& body)
 {
     try {
         std::forward<Body>(body)();
@@ -153,43 +157,44 @@ std::optional<AbortRecord> catchAbort(Body&& body)
 
 // Whether `got` is an abort with exactly this path and line and this condition (message
 // NULL) or this message (condition NULL); pass nullptr for the one that must be NULL.
-::testing::AssertionResult abortedWith(const std::optional<AbortRecord>& got,
-                                       const char* statement, const char* path, int line,
-                                       const char* condition, const char* message);
+::testing::AssertionResult abortedWith(const std::optional<AbortRecord>& got, const char* statement,
+                                       const char* path, int line, const char* condition,
+                                       const char* message);
 
-#define VEN_TEST_EXPECT_ABORT_(statement, abortPath, abortLine, abortCondition, abortMessage)   \
-    do {                                                                                       \
-        if (::testing::AssertionResult venAbortResult_ = ::ven::test::abortedWith(             \
-                ::ven::test::catchAbort([&]() { statement; }), #statement, (abortPath),        \
-                (abortLine), (abortCondition), (abortMessage))) {                              \
-        } else {                                                                               \
-            ADD_FAILURE() << venAbortResult_.message();                                        \
-        }                                                                                      \
+#define VEN_TEST_EXPECT_ABORT_(statement, abortPath, abortLine, abortCondition, abortMessage)                \
+    do {                                                                                                     \
+        if (::testing::AssertionResult venAbortResult_ =                                                     \
+                ::ven::test::abortedWith(::ven::test::catchAbort([&]() { statement; }), #statement,          \
+                                         (abortPath), (abortLine), (abortCondition), (abortMessage))) {      \
+        } else {                                                                                             \
+            ADD_FAILURE() << venAbortResult_.message();                                                      \
+        }                                                                                                    \
     } while (false)
 
 // The statement must end in a fatal check: ks___Abort(NULL, path, line, condition).
-#define EXPECT_VEN_ABORT(statement, path, line, condition)                                     \
+#define EXPECT_VEN_ABORT(statement, path, line, condition)                                                   \
     VEN_TEST_EXPECT_ABORT_(statement, path, line, condition, nullptr)
 // The statement must end in a consistency check: ks___Abort(message, path, line, NULL).
-#define EXPECT_VEN_ABORT_MESSAGE(statement, path, line, message)                               \
+#define EXPECT_VEN_ABORT_MESSAGE(statement, path, line, message)                                             \
     VEN_TEST_EXPECT_ABORT_(statement, path, line, nullptr, message)
 
 // ---- Trace streams --------------------------------------------------------------------
 
 // An owned recording lg stream.
-class Trace {
-public:
+class Trace
+{
+  public:
     Trace();
     ~Trace();
     Trace(const Trace&) = delete;
     Trace& operator=(const Trace&) = delete;
 
     lgStream* get() const { return stream_; }
-    std::vector<std::string> lines() const;  // UTF-8
+    std::vector<std::string> lines() const; // UTF-8
     bool notable() const;
     void reset();
 
-private:
+  private:
     lgStream* stream_;
 };
 
@@ -215,8 +220,7 @@ void ExpectNoPending(JNIEnv* env, std::source_location where = std::source_locat
 jthrowable makeThrowable(JNIEnv* env, const char* className, const char* message);
 
 // A local reference to the class; fails the test (and returns NULL) when it is missing.
-jclass findClass(JNIEnv* env, const char* name,
-                 std::source_location where = std::source_location::current());
+jclass findClass(JNIEnv* env, const char* name, std::source_location where = std::source_location::current());
 
 // ---- Java strings ---------------------------------------------------------------------
 
@@ -238,9 +242,9 @@ std::string toUtf8(std::u32string_view codePoints);
 
 // Owns one reference to a ks object (released on destruction). out() hands the slot to an
 // out-parameter, which releases the old value and stores a new one by the ownership rule.
-template <typename T>
-class KsRef {
-public:
+template <typename T> class KsRef
+{
+  public:
     KsRef() = default;
     explicit KsRef(T* object) : object_(object) {}
     ~KsRef() { ksObjRelease(object_); }
@@ -260,7 +264,7 @@ public:
     T* release() { return std::exchange(object_, nullptr); }
     void reset(T* object = nullptr) { ksObjRelease(std::exchange(object_, object)); }
 
-private:
+  private:
     T* object_ = nullptr;
 };
 
@@ -270,4 +274,4 @@ KsRef<ksString> ksStr(std::string_view utf8);
 std::string utf8(const ksString* string);
 std::u32string codePoints(const ksString* string);
 
-}  // namespace ven::test
+} // namespace ven::test
