@@ -1,6 +1,7 @@
 // The harness's own guarantees about the JVM: its warnings arrive synchronously through
-// the vfprintf hook and fail the running test, expected ones need a registered guard, and a
-// test that leaks more local references than its frame holds is reported.
+// the vfprintf hook and fail the running test, expected ones need a registered guard, a
+// test that leaks more local references than its frame holds is reported where the JVM
+// checks that, and a call inside a critical region is reported.
 #include <algorithm>
 
 #include <gtest/gtest-spi.h>
@@ -11,8 +12,6 @@ namespace ven::test
 {
 namespace
 {
-
-constexpr const char* kExceptionPending = "JNI call made with exception pending";
 
 bool anyLineContains(const std::vector<std::string>& lines, std::size_t from, const char* text)
 {
@@ -28,7 +27,7 @@ bool provokeExceptionPendingWarning()
     std::size_t before = jvmOutputLineCount();
     env->ThrowNew(env->FindClass("java/lang/IllegalStateException"), "pending");
     jclass unused = env->FindClass("java/lang/Object"); // the offending call
-    bool captured = anyLineContains(jvmOutput(), before, kExceptionPending);
+    bool captured = anyLineContains(jvmOutput(), before, kExceptionPendingWarning);
     env->ExceptionClear();
     env->DeleteLocalRef(unused);
     return captured;
@@ -40,20 +39,22 @@ using JvmWarnings = JvmTest;
 
 TEST_F(JvmWarnings, ArriveSynchronouslyAndFailTheRunningTest)
 {
-    EXPECT_NONFATAL_FAILURE(warningWasSynchronous = provokeExceptionPendingWarning(), kExceptionPending);
+    EXPECT_NONFATAL_FAILURE(warningWasSynchronous = provokeExceptionPendingWarning(),
+                            kExceptionPendingWarning);
     EXPECT_TRUE(warningWasSynchronous);
 }
 
 TEST_F(JvmWarnings, RegisteredGuardAcceptsTheWarning)
 {
-    ExpectJniWarning guard(kExceptionPending, "harness self-test of the guard");
+    ExpectJniWarning guard(kExceptionPendingWarning, "harness self-test of the guard");
     EXPECT_TRUE(provokeExceptionPendingWarning());
     EXPECT_GE(guard.seen(), 1);
 }
 
 TEST_F(JvmWarnings, GuardWhoseWarningNeverAppearsFails)
 {
-    EXPECT_NONFATAL_FAILURE(ExpectJniWarning(kExceptionPending, "nothing provokes it"), "never appeared");
+    EXPECT_NONFATAL_FAILURE(ExpectJniWarning(kExceptionPendingWarning, "nothing provokes it"),
+                            "never appeared");
 }
 
 void guardAnUnregisteredWarning()
@@ -102,6 +103,51 @@ TEST_F(JvmWarnings, UseWithinTheFrameCapacityIsQuiet)
     std::size_t before = jvmOutputLineCount();
     leakLocalReferences(TestFrame::kCapacity);
     EXPECT_FALSE(anyLineContains(jvmOutput(), before, "WARNING"));
+}
+
+// An exception check inside a critical region, as a checked-result wrapper makes it.
+void checkExceptionsInside(void (*region)(void (*)()))
+{
+    region([] { mainEnv()->ExceptionCheck(); });
+}
+
+void inArrayRegion(void (*body)())
+{
+    JNIEnv* env = mainEnv();
+    jintArray array = env->NewIntArray(4);
+    void* elements = env->GetPrimitiveArrayCritical(array, nullptr);
+    body();
+    env->ReleasePrimitiveArrayCritical(array, elements, JNI_ABORT);
+    env->DeleteLocalRef(array);
+}
+
+template <const char* Text> void inStringRegion(void (*body)())
+{
+    JNIEnv* env = mainEnv();
+    jstring string = jstr(env, Text);
+    const jchar* chars = env->GetStringCritical(string, nullptr);
+    body();
+    env->ReleaseStringCritical(string, chars);
+    env->DeleteLocalRef(string);
+}
+
+constexpr char kEuro[] = "\xE2\x82\xAC 5";
+constexpr char kLatin1[] = "caf\xC3\xA9";
+
+TEST_F(JvmWarnings, ExceptionCheckInsideAPinnedRegionWarns)
+{
+    EXPECT_NONFATAL_FAILURE(checkExceptionsInside(inArrayRegion), kCriticalRegionWarning);
+    EXPECT_NONFATAL_FAILURE(checkExceptionsInside(inStringRegion<kEuro>), kCriticalRegionWarning);
+    ExpectJniWarning guard(kCriticalRegionWarning, "harness self-test of the registry entry");
+    checkExceptionsInside(inArrayRegion);
+}
+
+// HotSpot copies a Latin-1 string for GetStringCritical: no region, so no warning either.
+TEST_F(JvmWarnings, Latin1StringsAreCopiedWithoutARegion)
+{
+    std::size_t before = jvmOutputLineCount();
+    checkExceptionsInside(inStringRegion<kLatin1>);
+    EXPECT_FALSE(anyLineContains(jvmOutput(), before, "arning"));
 }
 
 } // namespace

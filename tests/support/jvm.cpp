@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -23,9 +24,12 @@ namespace
 // The registry of warnings that required behaviours provoke. Each entry names the rule; the
 // tests that provoke it hold an ExpectJniWarning with the same text.
 constexpr KnownJniWarning kKnownJniWarnings[] = {
-    {"JNI call made with exception pending",
-     "an argument failure raised while another exception is pending throws the new "
-     "IllegalArgumentException through ThrowNew with the old one still pending"},
+    {kExceptionPendingWarning, "an argument failure raised while another exception is pending throws the new "
+                               "IllegalArgumentException through ThrowNew with the old one still pending"},
+    {kCriticalRegionWarning,
+     "ven___GetStringCritical and ven___GetPrimitiveArrayCritical are checked-result calls: "
+     "after the JNI call they call ExceptionCheck, and re-throw a saved exception, inside the "
+     "critical region the call has just opened"},
 };
 
 JavaVM* theVm = nullptr;
@@ -44,9 +48,11 @@ Capture& capture()
     return *instance;
 }
 
-bool isWarning(const std::string& line)
+bool isWarning(std::string line)
 {
-    return line.find("WARNING") != std::string::npos;
+    std::transform(line.begin(), line.end(), line.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return line.find("warning") != std::string::npos;
 }
 
 // Under the lock: files complete lines and returns the warnings no guard covers.

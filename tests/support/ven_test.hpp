@@ -45,12 +45,21 @@ struct KnownJniWarning {
     const char* text;
     const char* reason;
 };
+// An argument failure raised while another exception is pending.
+inline constexpr const char* kExceptionPendingWarning = "JNI call made with exception pending";
+// The exception check a checked-result wrapper makes right after GetStringCritical or
+// GetPrimitiveArrayCritical. HotSpot pins arrays and strings with characters beyond Latin-1;
+// it copies a Latin-1 string instead, and then there is no region and no warning.
+inline constexpr const char* kCriticalRegionWarning =
+    "Calling other JNI functions in the scope of Get/ReleasePrimitiveArrayCritical";
 std::span<const KnownJniWarning> knownJniWarnings();
 
 // While alive, JVM warning lines containing `text` do not fail the test; `text` must be in
 // the registry, and at least one such warning must appear before the guard ends (the
 // checker reports synchronously, so the statement that provokes it lies inside the scope).
-// `why` names the rule the test exercises. Any other WARNING line fails the running test.
+// `why` names the rule the test exercises. Any other line with "warning" in any case fails
+// the running test (checked JNI writes both "WARNING in native method: ..." and
+// "Warning: Calling other JNI functions ...").
 class ExpectJniWarning
 {
   public:
