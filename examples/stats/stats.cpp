@@ -32,7 +32,7 @@ struct Module {
 Module module;
 
 // A KS_INT copy of an int[]: the copy bridge pins the array once and widens each
-// element. On KS_FALSE nothing is left to free.
+// element. The copy is freed when the object goes out of scope, on every path.
 struct IntValues {
     KS_INT* values = nullptr;
     KS_INT length = 0;
@@ -143,10 +143,13 @@ std::uint32_t crc32Of(const std::uint8_t* bytes, KS_INT length)
 // byte[] crc32(byte[] data)
 jbyteArray crc32(JNIEnv* env, jclass, jbyteArray data)
 {
-    // The whole array into a buffer in one copy, the digest from the buffer's bytes,
-    // and a buffer back into a new byte[].
+    // The bytes into a buffer (the JVM copies them straight into the block the buffer
+    // adopts), the digest from the buffer's bytes, and a buffer back into a new byte[].
+    lgStream* trace = module.trace;
+    KS_INT length = 0;
     ksBuffer* bytes = nullptr;
-    if (!venGetPrimitiveArrayAsKsBuffer(&bytes, env, module.trace, data)) {
+    if (!venGetArrayLength(&length, env, trace, data) ||
+        !venGetByteArrayRegionAsBuffer(&bytes, env, trace, data, 0, length)) {
         return nullptr;
     }
     const std::uint32_t crc =
@@ -156,7 +159,7 @@ jbyteArray crc32(JNIEnv* env, jclass, jbyteArray data)
                                        static_cast<std::uint8_t>(crc >> 8), static_cast<std::uint8_t>(crc)};
     ksBuffer* digest = ksBufferCreateFromBytesCopy(bigEndian, sizeof bigEndian);
     jbyteArray result = nullptr;
-    venNewByteArrayFromBuffer(&result, env, module.trace, digest);
+    venNewByteArrayFromBuffer(&result, env, trace, digest);
     ksObjRelease(digest);
     return result;
 }

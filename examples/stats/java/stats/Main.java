@@ -35,7 +35,8 @@ public final class Main {
         sumAndSummarize();
         final Tally tally = accumulate();
 
-        out.println("deliberate failure: accumulate(tally, [2147483647]), the new total does not fit the int field");
+        out.println("deliberate failure: accumulate(tally, [2147483647]): the new total does not fit the int field,");
+        out.println("so ven refuses to write it and traces the refusal to the module's trace stream (stderr):");
         final String before = tally.toString();
         expectRejected("accumulate", () -> Stats.accumulate(tally, new int[] {Integer.MAX_VALUE}),
                        IllegalArgumentException.class, "venSetIntField: VEN_KS_INT_TO_JINT_CONV_OK( value )");
