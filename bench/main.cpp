@@ -58,6 +58,26 @@ void keepNativeHeapTouched()
     }
 }
 
+// The console shows one line per row, its median; every run goes to the JSON file.
+class MedianReporter : public benchmark::ConsoleReporter
+{
+  public:
+    MedianReporter() : ConsoleReporter(OO_Tabular) {}
+
+    void ReportRuns(const std::vector<Run>& runs) override
+    {
+        std::vector<Run> medians;
+        for (const Run& run : runs) {
+            if (run.error_occurred || run.aggregate_name == "median" || run.repetitions <= 1) {
+                medians.push_back(run);
+            }
+        }
+        if (!medians.empty()) {
+            ConsoleReporter::ReportRuns(medians);
+        }
+    }
+};
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -65,11 +85,10 @@ int main(int argc, char** argv)
     using namespace ven::bench;
 
     std::vector<std::string> defaults = {
-        "--benchmark_repetitions=9",
+        "--benchmark_repetitions=12",
         "--benchmark_enable_random_interleaving=true",
-        "--benchmark_min_time=0.04",
+        "--benchmark_min_time=0.05",
         "--benchmark_min_warmup_time=0.05", // every row, before its first repetition
-        "--benchmark_display_aggregates_only=true",
     };
     std::vector<char*> args{argv[0]};
     for (std::string& flag : defaults) {
@@ -99,7 +118,8 @@ int main(int argc, char** argv)
     registerCallRows();
     registerStringRows();
     registerBridgeRows();
-    benchmark::RunSpecifiedBenchmarks();
+    MedianReporter console;
+    benchmark::RunSpecifiedBenchmarks(&console);
     benchmark::Shutdown();
     // The JVM is never destroyed (DestroyJavaVM waits for its non-daemon threads): leave
     // without running exit handlers under its running threads.
