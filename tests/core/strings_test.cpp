@@ -313,4 +313,24 @@ TEST_F(Strings, ClassAndInstanceTest)
     ExpectPending(env, "java.lang.IllegalArgumentException", "venIsInstanceOf: result != NULL");
 }
 
+TEST_F(Strings, ToKsStringWithoutResultStillReleases)
+{
+    // The release at the end checks `string` even with no characters: with both NULL, its
+    // own argument failure follows the first one while that is pending.
+    Trace trace;
+    {
+        ven::test::ExpectJniWarning pending(
+            ven::test::kExceptionPendingWarning,
+            "the release's argument failure is thrown while the first is pending");
+        EXPECT_EQ(venStringToKsString(nullptr, env, trace.get(), nullptr), KS_FALSE);
+    }
+    EXPECT_EQ(
+        trace.lines(),
+        (Lines{"[venStringToKsString()] Exception: java.lang.IllegalArgumentException: venStringToKsString: "
+               "result != ((void *)0)",
+               "[venReleaseStringCritical()] Exception: java.lang.IllegalArgumentException: "
+               "venReleaseStringCritical: string != NULL"}));
+    ExpectPending(env, "java.lang.IllegalArgumentException", "venReleaseStringCritical: string != NULL");
+}
+
 } // namespace
