@@ -62,8 +62,8 @@ ksString* criticalText(JNIEnv* env, lgStream* trace, jstring string)
     return text;
 }
 
-// Steps 5 to 10 of the trace: the throwable's toString() text, or NULL after the
-// diagnostic line of the step that could not produce it. Runs with nothing pending;
+// The throwable's toString() text, or NULL after the diagnostic line of the step that
+// could not produce it. Runs with nothing pending;
 // whatever it raises is cleared by the caller.
 ksString* throwableText(JNIEnv* env, lgStream* trace, jthrowable throwable)
 {
