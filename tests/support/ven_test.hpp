@@ -87,7 +87,9 @@ class ExpectJniWarning
 // fails the test if an exception is pending (describing and clearing it) or if the number of
 // live ks objects differs from the start, then pops the frame. HotSpot 17's checked JNI warns
 // (failing the test) once the frame holds about capacity + 33 references; HotSpot 25 no longer
-// checks local capacity, so there leaks show only through FaultEnv ledgers.
+// checks local capacity, so there leaks show only through FaultEnv ledgers. A Trace keeps its
+// lines as ks strings: one that outlives the frame (a fixture member, or declared before the
+// frame) must be reset() before the frame closes.
 class TestFrame
 {
   public:
