@@ -217,7 +217,7 @@ int javaMajorVersion()
         jmethodID getProperty =
             env->GetStaticMethodID(system, "getProperty", "(Ljava/lang/String;)Ljava/lang/String;");
         jvalue key;
-        key.l = env->NewStringUTF("java.specification.version");
+        key.l = env->NewStringUTF("java.version");
         auto value = static_cast<jstring>(env->CallStaticObjectMethodA(system, getProperty, &key));
         int result = env->ExceptionCheck() ? 0 : std::atoi(utf8(env, value).c_str());
         env->ExceptionClear();
