@@ -13,18 +13,6 @@ namespace ven::test::wrapper
 namespace
 {
 
-template <typename T> void put(jvalue& slot, T value)
-{
-    slot = jvalue{};
-    std::memcpy(&slot, &value, sizeof value);
-}
-template <typename T> T take(const jvalue& slot)
-{
-    T value;
-    std::memcpy(&value, &slot, sizeof value);
-    return value;
-}
-
 struct Accessor {
     const char* name;
     bool isStatic;
@@ -63,27 +51,27 @@ struct FieldType {
     {                                                                                                        \
         #Type, field, signature, sizeof(type),                                                               \
         {TEST_ACCESSOR(Get##Type##Field, Type, type, false, false, get, jobject,                             \
-                       put(v, ven___Get##Type##Field(e, target, id))),                                       \
+                       v = jvalueOf(ven___Get##Type##Field(e, target, id))),                                 \
          TEST_ACCESSOR(Set##Type##Field, Type, type, false, true, set, jobject,                              \
-                       ven___Set##Type##Field(e, target, id, take<type>(v))),                                \
+                       ven___Set##Type##Field(e, target, id, valueIn<type>(v))),                             \
          TEST_ACCESSOR(GetStatic##Type##Field, Type, type, true, false, staticGet, jclass,                   \
-                       put(v, ven___GetStatic##Type##Field(e, target, id))),                                 \
+                       v = jvalueOf(ven___GetStatic##Type##Field(e, target, id))),                           \
          TEST_ACCESSOR(SetStatic##Type##Field, Type, type, true, true, staticSet, jclass,                    \
-                       ven___SetStatic##Type##Field(e, target, id, take<type>(v)))},                         \
+                       ven___SetStatic##Type##Field(e, target, id, valueIn<type>(v)))},                      \
         [](JNIEnv* e, jobject t, jfieldID id, bool isStatic) {                                               \
             jvalue v{};                                                                                      \
             if (isStatic) {                                                                                  \
-                put(v, e->GetStatic##Type##Field(static_cast<jclass>(t), id));                               \
+                v = jvalueOf(e->GetStatic##Type##Field(static_cast<jclass>(t), id));                         \
             } else {                                                                                         \
-                put(v, e->Get##Type##Field(t, id));                                                          \
+                v = jvalueOf(e->Get##Type##Field(t, id));                                                    \
             }                                                                                                \
             return v;                                                                                        \
         },                                                                                                   \
         [](JNIEnv* e, jobject t, jfieldID id, bool isStatic, jvalue v) {                                     \
             if (isStatic) {                                                                                  \
-                e->SetStatic##Type##Field(static_cast<jclass>(t), id, take<type>(v));                        \
+                e->SetStatic##Type##Field(static_cast<jclass>(t), id, valueIn<type>(v));                     \
             } else {                                                                                         \
-                e->Set##Type##Field(t, id, take<type>(v));                                                   \
+                e->Set##Type##Field(t, id, valueIn<type>(v));                                                \
             }                                                                                                \
         },                                                                                                   \
     }
@@ -106,26 +94,28 @@ const FieldType kFieldTypes[] = {
 // Values whose bits must survive a write and a read: sign, extremes, negative zero, NaN.
 std::vector<jvalue> samplesOf(const std::string& type)
 {
-    std::vector<jvalue> samples(2);
     if (type == "Boolean") {
-        put<jboolean>(samples[0], JNI_TRUE), put<jboolean>(samples[1], JNI_FALSE);
-    } else if (type == "Byte") {
-        put<jbyte>(samples[0], -1), put<jbyte>(samples[1], 127);
-    } else if (type == "Char") {
-        put<jchar>(samples[0], 0xFFFF), put<jchar>(samples[1], 0);
-    } else if (type == "Short") {
-        put<jshort>(samples[0], -1), put<jshort>(samples[1], INT16_MIN);
-    } else if (type == "Int") {
-        put<jint>(samples[0], -1), put<jint>(samples[1], INT32_MIN);
-    } else if (type == "Long") {
-        put<jlong>(samples[0], -1), put<jlong>(samples[1], INT64_MIN);
-    } else if (type == "Float") {
-        put<std::uint32_t>(samples[0], 0x80000000u), put<std::uint32_t>(samples[1], 0x7fc12345u);
-    } else if (type == "Double") {
-        put<std::uint64_t>(samples[0], 0x8000000000000000u),
-            put<std::uint64_t>(samples[1], 0x7ff8000000012345u);
+        return {jvalueOf<jboolean>(JNI_TRUE), jvalueOf<jboolean>(JNI_FALSE)};
     }
-    return samples;
+    if (type == "Byte") {
+        return {jvalueOf<jbyte>(-1), jvalueOf<jbyte>(127)};
+    }
+    if (type == "Char") {
+        return {jvalueOf<jchar>(0xFFFF), jvalueOf<jchar>(0)};
+    }
+    if (type == "Short") {
+        return {jvalueOf<jshort>(-1), jvalueOf<jshort>(INT16_MIN)};
+    }
+    if (type == "Int") {
+        return {jvalueOf<jint>(-1), jvalueOf<jint>(INT32_MIN)};
+    }
+    if (type == "Long") {
+        return {jvalueOf<jlong>(-1), jvalueOf<jlong>(INT64_MIN)};
+    }
+    if (type == "Float") {
+        return {jvalueOf<std::uint32_t>(0x80000000u), jvalueOf<std::uint32_t>(0x7fc12345u)};
+    }
+    return {jvalueOf<std::uint64_t>(0x8000000000000000u), jvalueOf<std::uint64_t>(0x7ff8000000012345u)};
 }
 
 class WrapperFields : public JvmTest
@@ -214,8 +204,7 @@ TEST_F(WrapperFields, ValuesKeepTheirBitsBothWays)
                 setter.call(fault.env(), target, id, sample);
                 jvalue written = type.realGet(env, target, id, isStatic);
                 EXPECT_EQ(std::memcmp(&sample, &written, type.width), 0);
-                jvalue read{};
-                put<std::uint64_t>(read, ~std::uint64_t{0});
+                jvalue read = jvalueOf(~std::uint64_t{0});
                 type.realSet(env, target, id, isStatic, sample);
                 getter.call(fault.env(), target, id, read);
                 EXPECT_EQ(std::memcmp(&sample, &read, type.width), 0);
@@ -258,7 +247,7 @@ TEST_F(WrapperFields, AccessorsKeepAPendingException)
             accessor.call(env, target, id, value);
             expectSamePending(env, e1);
             if (type.type == std::string("Object")) {
-                EXPECT_TRUE(env->IsSameObject(take<jobject>(value), take<jobject>(expected)));
+                EXPECT_TRUE(env->IsSameObject(valueIn<jobject>(value), valueIn<jobject>(expected)));
             } else {
                 EXPECT_EQ(std::memcmp(&value, &expected, type.width), 0);
             }
@@ -266,48 +255,16 @@ TEST_F(WrapperFields, AccessorsKeepAPendingException)
     }
 }
 
-struct Lookup {
-    const char* name;
-    jfieldID (*function)(JNIEnv*, jclass, const char*, const char*);
-    int envLine;
-    int consistencyLine;
-    const char* member;
-    const char* field;
-};
-
-const Lookup kLookups[] = {
-    {"ven___GetFieldID", &ven___GetFieldID, 554, 569, "GetFieldID", "intField"},
-    {"ven___GetStaticFieldID", &ven___GetStaticFieldID, 2548, 2563, "GetStaticFieldID", "staticIntField"},
-};
-
 TEST_F(WrapperFields, FieldLookups)
 {
-    for (const Lookup& lookup : kLookups) {
-        SCOPED_TRACE(lookup.name);
-        EXPECT_VEN_ABORT(lookup.function(nullptr, nullptr, nullptr, nullptr), kPath, lookup.envLine, "env");
-        EXPECT_VEN_ABORT(lookup.function(env, nullptr, nullptr, nullptr), kPath, lookup.envLine + 1, "clazz");
-        EXPECT_VEN_ABORT(lookup.function(env, fields, nullptr, nullptr), kPath, lookup.envLine + 2, "name");
-        EXPECT_VEN_ABORT(lookup.function(env, fields, lookup.field, nullptr), kPath, lookup.envLine + 3,
-                         "sig");
-
-        jthrowable e1 = throwE1(env);
-        EXPECT_NE(lookup.function(env, fields, lookup.field, "I"), nullptr);
-        expectSamePending(env, e1);
-
-        e1 = throwE1(env);
-        EXPECT_EQ(lookup.function(env, fields, "missing", "I"), nullptr);
-        ExpectPendingClass(env, "java.lang.NoSuchFieldError");
-        env->DeleteGlobalRef(e1);
-
-        FaultEnv fault(env);
-        if (lookup.envLine == 554) {
-            fault.returnNull<&Jni::GetFieldID>();
-        } else {
-            fault.returnNull<&Jni::GetStaticFieldID>();
-        }
-        EXPECT_VEN_ABORT_MESSAGE(lookup.function(fault.env(), fields, lookup.field, "I"), kPath,
-                                 lookup.consistencyLine, nullMessage(lookup.member).c_str());
-    }
+    checkLookup<jfieldID>(env, fields,
+                          {"ven___GetFieldID", &ven___GetFieldID, 554, 569,
+                           [](FaultEnv& f) { f.returnNull<&Jni::GetFieldID>(); }, "GetFieldID", "intField",
+                           "I", "java.lang.NoSuchFieldError"});
+    checkLookup<jfieldID>(env, fields,
+                          {"ven___GetStaticFieldID", &ven___GetStaticFieldID, 2548, 2563,
+                           [](FaultEnv& f) { f.returnNull<&Jni::GetStaticFieldID>(); }, "GetStaticFieldID",
+                           "staticIntField", "I", "java.lang.NoSuchFieldError"});
 }
 
 } // namespace

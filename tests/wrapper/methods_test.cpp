@@ -125,66 +125,17 @@ struct Expected {
     jvalue child;
 };
 
-jvalue z(jboolean v)
-{
-    jvalue j{};
-    j.z = v;
-    return j;
-}
-jvalue b(jbyte v)
-{
-    jvalue j{};
-    j.b = v;
-    return j;
-}
-jvalue c(jchar v)
-{
-    jvalue j{};
-    j.c = v;
-    return j;
-}
-jvalue s(jshort v)
-{
-    jvalue j{};
-    j.s = v;
-    return j;
-}
-jvalue i(jint v)
-{
-    jvalue j{};
-    j.i = v;
-    return j;
-}
-jvalue l(jlong v)
-{
-    jvalue j{};
-    j.j = v;
-    return j;
-}
-jvalue f(jfloat v)
-{
-    jvalue j{};
-    j.f = v;
-    return j;
-}
-jvalue d(jdouble v)
-{
-    jvalue j{};
-    j.d = v;
-    return j;
-}
-
 const Expected kExpected[] = {
     {"Void", "V", {}, {}},
     {"Object", "Ljava/lang/Object;", {}, {}}, // compared as text: "object" and "child"
-    {"Boolean", "Z", z(JNI_TRUE), z(JNI_FALSE)},
-    {"Byte", "B", b(8), b(-8)},
-    {"Char", "C", c('c'), c('C')},
-    {"Short", "S", s(16), s(-16)},
-    {"Int", "I", i(32), i(-32)},
-    {"Long", "J", l(64), l(-64)},
-    {"Float", "F", f(1.5f), f(-1.5f)},
-    {"Double", "D", d(2.5), d(-2.5)},
+    {"Boolean", "Z", jvalueOf<jboolean>(JNI_TRUE), jvalueOf<jboolean>(JNI_FALSE)},
+    {"Byte", "B", jvalueOf<jbyte>(8), jvalueOf<jbyte>(-8)},
+    {"Char", "C", jvalueOf<jchar>('c'), jvalueOf<jchar>('C')},
+    {"Short", "S", jvalueOf<jshort>(16), jvalueOf<jshort>(-16)},
+    {"Int", "I", jvalueOf<jint>(32), jvalueOf<jint>(-32)},
+    {"Long", "J", jvalueOf<jlong>(64), jvalueOf<jlong>(-64)},
+    {"Float", "F", jvalueOf<jfloat>(1.5f), jvalueOf<jfloat>(-1.5f)},
+    {"Double", "D", jvalueOf<jdouble>(2.5), jvalueOf<jdouble>(-2.5)},
 };
 
 const Expected& expectedFor(const CallWrapper& wrapper)
@@ -525,50 +476,16 @@ TEST_F(WrapperCalls, ObjectVariadicCallsReuseOneVariable)
     EXPECT_EQ(fault.ledger().live(), 0);
 }
 
-struct Lookup {
-    const char* name;
-    jmethodID (*function)(JNIEnv*, jclass, const char*, const char*);
-    int envLine;
-    int consistencyLine;
-    const char* member;
-    bool isStatic;
-};
-
-const Lookup kLookups[] = {
-    {"ven___GetMethodID", &ven___GetMethodID, 971, 986, "GetMethodID", false},
-    {"ven___GetStaticMethodID", &ven___GetStaticMethodID, 2965, 2980, "GetStaticMethodID", true},
-};
-
 TEST_F(WrapperCalls, MethodLookups)
 {
-    for (const Lookup& lookup : kLookups) {
-        SCOPED_TRACE(lookup.name);
-        const char* name = lookup.isStatic ? "staticIntGet" : "intGet";
-        EXPECT_VEN_ABORT(lookup.function(nullptr, nullptr, nullptr, nullptr), kPath, lookup.envLine, "env");
-        EXPECT_VEN_ABORT(lookup.function(env, nullptr, nullptr, nullptr), kPath, lookup.envLine + 1, "clazz");
-        EXPECT_VEN_ABORT(lookup.function(env, methods, nullptr, nullptr), kPath, lookup.envLine + 2, "name");
-        EXPECT_VEN_ABORT(lookup.function(env, methods, name, nullptr), kPath, lookup.envLine + 3, "sig");
-
-        EXPECT_NE(lookup.function(env, methods, name, "()I"), nullptr);
-
-        jthrowable e1 = throwE1(env);
-        EXPECT_NE(lookup.function(env, methods, name, "()I"), nullptr);
-        expectSamePending(env, e1);
-
-        e1 = throwE1(env);
-        EXPECT_EQ(lookup.function(env, methods, "missing", "()I"), nullptr);
-        ExpectPendingClass(env, "java.lang.NoSuchMethodError");
-        env->DeleteGlobalRef(e1);
-
-        FaultEnv fault(env);
-        if (lookup.isStatic) {
-            fault.returnNull<&Jni::GetStaticMethodID>();
-        } else {
-            fault.returnNull<&Jni::GetMethodID>();
-        }
-        EXPECT_VEN_ABORT_MESSAGE(lookup.function(fault.env(), methods, name, "()I"), kPath,
-                                 lookup.consistencyLine, nullMessage(lookup.member).c_str());
-    }
+    checkLookup<jmethodID>(env, methods,
+                           {"ven___GetMethodID", &ven___GetMethodID, 971, 986,
+                            [](FaultEnv& f) { f.returnNull<&Jni::GetMethodID>(); }, "GetMethodID", "intGet",
+                            "()I", "java.lang.NoSuchMethodError"});
+    checkLookup<jmethodID>(env, methods,
+                           {"ven___GetStaticMethodID", &ven___GetStaticMethodID, 2965, 2980,
+                            [](FaultEnv& f) { f.returnNull<&Jni::GetStaticMethodID>(); }, "GetStaticMethodID",
+                            "staticIntGet", "()I", "java.lang.NoSuchMethodError"});
 }
 
 } // namespace

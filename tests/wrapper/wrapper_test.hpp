@@ -4,6 +4,7 @@
 
 #include <cstdarg>
 #include <cstdint>
+#include <cstring>
 #include <string>
 
 #include "support/ven_test.hpp"
@@ -62,6 +63,59 @@ template <typename Body> void withVaList(Body body, int count, ...)
     va_start(args, count);
     body(args);
     va_end(args);
+}
+
+// A jvalue whose first bytes are those of `value` (the rest zero), and back.
+template <typename T> jvalue jvalueOf(T value)
+{
+    jvalue slot{};
+    std::memcpy(&slot, &value, sizeof value);
+    return slot;
+}
+template <typename T> T valueIn(const jvalue& slot)
+{
+    T value;
+    std::memcpy(&value, &slot, sizeof value);
+    return value;
+}
+
+// A field or method lookup: its checks on four lines from `envLine`, a consistency check,
+// and a member, name and signature that exist in `clazz`.
+template <typename Id> struct Lookup {
+    const char* function;
+    Id (*call)(JNIEnv*, jclass, const char*, const char*);
+    int envLine;
+    int consistencyLine;
+    void (*returnNull)(FaultEnv&);
+    const char* member;
+    const char* name;
+    const char* signature;
+    const char* missingError;
+};
+
+// The lookup's argument checks in order, a pending exception kept by a lookup that finds the
+// member and replaced by the one that does not, and NULL without an exception stopping.
+template <typename Id> void checkLookup(JNIEnv* env, jclass clazz, const Lookup<Id>& lookup)
+{
+    SCOPED_TRACE(lookup.function);
+    EXPECT_VEN_ABORT(lookup.call(nullptr, nullptr, nullptr, nullptr), kPath, lookup.envLine, "env");
+    EXPECT_VEN_ABORT(lookup.call(env, nullptr, nullptr, nullptr), kPath, lookup.envLine + 1, "clazz");
+    EXPECT_VEN_ABORT(lookup.call(env, clazz, nullptr, nullptr), kPath, lookup.envLine + 2, "name");
+    EXPECT_VEN_ABORT(lookup.call(env, clazz, lookup.name, nullptr), kPath, lookup.envLine + 3, "sig");
+
+    jthrowable e1 = throwE1(env);
+    EXPECT_NE(lookup.call(env, clazz, lookup.name, lookup.signature), nullptr);
+    expectSamePending(env, e1);
+
+    e1 = throwE1(env);
+    EXPECT_EQ(lookup.call(env, clazz, "missing", lookup.signature), nullptr);
+    ExpectPendingClass(env, lookup.missingError);
+    env->DeleteGlobalRef(e1);
+
+    FaultEnv fault(env);
+    lookup.returnNull(fault);
+    EXPECT_VEN_ABORT_MESSAGE(lookup.call(fault.env(), clazz, lookup.name, lookup.signature), kPath,
+                             lookup.consistencyLine, nullMessage(lookup.member).c_str());
 }
 
 // Any non-NULL pointer for arguments that a fatal check must stop before JNI sees them.
