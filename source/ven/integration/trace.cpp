@@ -5,7 +5,8 @@
 
 using ven::integration::traceFailureLine;
 
-namespace {
+namespace
+{
 
 constexpr const char* kTraceException = "venTraceException";
 constexpr const char* kTraceErrorOrRuntimeException = "venTraceErrorOrRuntimeException";
@@ -13,7 +14,8 @@ constexpr const char* kTraceErrorOrRuntimeException = "venTraceErrorOrRuntimeExc
 constexpr const char* kRuntimeExceptionClassName = "java/lang/RuntimeException";
 constexpr const char* kErrorClassName = "java/lang/Error";
 
-namespace format {
+namespace format
+{
 constexpr const char* throwableNull = "[%lc()] throwable: NULL";
 constexpr const char* methodNameNull = "[%lc()] methodName: NULL";
 constexpr const char* getMethodIdFailed = "[%lc()]: ven___GetMethodID() : Exception";
@@ -129,7 +131,8 @@ VEN_API KS_BOOL venTraceException(JNIEnv* env, lgStream* trace, jthrowable throw
     return KS_TRUE;
 }
 
-VEN_API KS_BOOL venTraceExceptionOccurred(JNIEnv* env, lgStream* trace, KS_BOOL notable, const char* methodName)
+VEN_API KS_BOOL venTraceExceptionOccurred(JNIEnv* env, lgStream* trace, KS_BOOL notable,
+                                          const char* methodName)
 {
     jthrowable pending = ven___ExceptionOccurred(env);
     if (pending == nullptr) {

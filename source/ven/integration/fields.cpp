@@ -1,0 +1,178 @@
+// Integration field access: lookups, the 36 readers and writers of instance and static
+// fields, and the string fields composed of the object accessors and the String unit.
+#include <type_traits>
+
+#include "integration/members.hpp"
+
+namespace ven::integration
+{
+namespace
+{
+
+// The writer's range test of a value type, with the condition text it reports.
+struct Unchecked {
+    template <typename Ven> static Requirement test(Ven) { return {true, ""}; }
+};
+struct CharRange {
+    static Requirement test(KS_CHAR value)
+    {
+        return VEN_RANGE_REQUIREMENT(VEN_KS_CHAR_TO_JCHAR_CONV_OK, value);
+    }
+};
+struct ShortRange {
+    static Requirement test(KS_INT value)
+    {
+        return VEN_RANGE_REQUIREMENT(VEN_KS_INT_TO_JSHORT_CONV_OK, value);
+    }
+};
+struct IntRange {
+    static Requirement test(KS_INT value) { return VEN_RANGE_REQUIREMENT(VEN_KS_INT_TO_JINT_CONV_OK, value); }
+};
+
+// Field accesses detect no failure after the call: the wrapper stops the process if the
+// JNI call raised. An object reader replaces the reference *result held.
+template <auto Read, typename Jni, typename Target>
+KS_BOOL readField(const char* function, VenValue<Jni>* result, JNIEnv* env, lgStream* trace, Target target,
+                  jfieldID fieldID)
+{
+    if (!checkArguments(env, trace, function,
+                        {{result != nullptr, "result != NULL"}, notNull(target), notNull(fieldID)})) {
+        return KS_FALSE;
+    }
+    if constexpr (std::is_same_v<Jni, jobject>) {
+        deliverLocalRef(env, result, Read(env, target, fieldID));
+    } else {
+        *result = Value<Jni>::toVen(Read(env, target, fieldID));
+    }
+    return KS_TRUE;
+}
+
+template <auto Write, typename Jni, typename Range, typename Target>
+KS_BOOL writeField(const char* function, JNIEnv* env, lgStream* trace, Target target, jfieldID fieldID,
+                   VenValue<Jni> value)
+{
+    if (!checkArguments(env, trace, function, {notNull(target), notNull(fieldID), Range::test(value)})) {
+        return KS_FALSE;
+    }
+    Write(env, target, fieldID, Value<Jni>::toJni(value));
+    return KS_TRUE;
+}
+
+// The Java string is read first, through the object reader and under its name.
+template <auto ReadObject, typename Target>
+KS_BOOL readStringField(ksString** result, JNIEnv* env, lgStream* trace, Target target, jfieldID fieldID)
+{
+    jobject string = nullptr;
+    KS_BOOL ok = ReadObject(&string, env, trace, target, fieldID);
+    if (ok) {
+        ok = venStringToKsString(result, env, trace, static_cast<jstring>(string));
+    }
+    venDeleteLocalRef(env, string);
+    return ok;
+}
+
+// The Java string is made before the target and the field ID are tested by the object writer.
+template <auto WriteObject, typename Target>
+KS_BOOL writeStringField(JNIEnv* env, lgStream* trace, Target target, jfieldID fieldID, ksString* value)
+{
+    jstring string = nullptr;
+    KS_BOOL ok = venStringFromKsString(&string, env, trace, value);
+    if (ok) {
+        ok = WriteObject(env, trace, target, fieldID, string);
+    }
+    venDeleteLocalRef(env, string);
+    return ok;
+}
+
+} // namespace
+} // namespace ven::integration
+
+using namespace ven::integration;
+
+// One row per function: kind, exported name, the function it calls, target parameter,
+// value type, JNI type, range test of a written value (readers have none).
+#define VEN_FIELD_FUNCTIONS(X)                                                                               \
+    X(Get, venGetObjectField, ven___GetObjectField, obj, jobject, jobject, Unchecked)                        \
+    X(Get, venGetBooleanField, ven___GetBooleanField, obj, KS_BOOL, jboolean, Unchecked)                     \
+    X(Get, venGetByteField, ven___GetByteField, obj, jbyte, jbyte, Unchecked)                                \
+    X(Get, venGetCharField, ven___GetCharField, obj, KS_CHAR, jchar, Unchecked)                              \
+    X(Get, venGetShortField, ven___GetShortField, obj, KS_INT, jshort, Unchecked)                            \
+    X(Get, venGetIntField, ven___GetIntField, obj, KS_INT, jint, Unchecked)                                  \
+    X(Get, venGetLongField, ven___GetLongField, obj, KS_INT, jlong, Unchecked)                               \
+    X(Get, venGetFloatField, ven___GetFloatField, obj, double, jfloat, Unchecked)                            \
+    X(Get, venGetDoubleField, ven___GetDoubleField, obj, double, jdouble, Unchecked)                         \
+    X(Get, venGetStaticObjectField, ven___GetStaticObjectField, clazz, jobject, jobject, Unchecked)          \
+    X(Get, venGetStaticBooleanField, ven___GetStaticBooleanField, clazz, KS_BOOL, jboolean, Unchecked)       \
+    X(Get, venGetStaticByteField, ven___GetStaticByteField, clazz, jbyte, jbyte, Unchecked)                  \
+    X(Get, venGetStaticCharField, ven___GetStaticCharField, clazz, KS_CHAR, jchar, Unchecked)                \
+    X(Get, venGetStaticShortField, ven___GetStaticShortField, clazz, KS_INT, jshort, Unchecked)              \
+    X(Get, venGetStaticIntField, ven___GetStaticIntField, clazz, KS_INT, jint, Unchecked)                    \
+    X(Get, venGetStaticLongField, ven___GetStaticLongField, clazz, KS_INT, jlong, Unchecked)                 \
+    X(Get, venGetStaticFloatField, ven___GetStaticFloatField, clazz, double, jfloat, Unchecked)              \
+    X(Get, venGetStaticDoubleField, ven___GetStaticDoubleField, clazz, double, jdouble, Unchecked)           \
+    X(Set, venSetObjectField, ven___SetObjectField, obj, jobject, jobject, Unchecked)                        \
+    X(Set, venSetBooleanField, ven___SetBooleanField, obj, KS_BOOL, jboolean, Unchecked)                     \
+    X(Set, venSetByteField, ven___SetByteField, obj, jbyte, jbyte, Unchecked)                                \
+    X(Set, venSetCharField, ven___SetCharField, obj, KS_CHAR, jchar, CharRange)                              \
+    X(Set, venSetShortField, ven___SetShortField, obj, KS_INT, jshort, ShortRange)                           \
+    X(Set, venSetIntField, ven___SetIntField, obj, KS_INT, jint, IntRange)                                   \
+    X(Set, venSetLongField, ven___SetLongField, obj, KS_INT, jlong, Unchecked)                               \
+    X(Set, venSetFloatField, ven___SetFloatField, obj, double, jfloat, Unchecked)                            \
+    X(Set, venSetDoubleField, ven___SetDoubleField, obj, double, jdouble, Unchecked)                         \
+    X(Set, venSetStaticObjectField, ven___SetStaticObjectField, clazz, jobject, jobject, Unchecked)          \
+    X(Set, venSetStaticBooleanField, ven___SetStaticBooleanField, clazz, KS_BOOL, jboolean, Unchecked)       \
+    X(Set, venSetStaticByteField, ven___SetStaticByteField, clazz, jbyte, jbyte, Unchecked)                  \
+    X(Set, venSetStaticCharField, ven___SetStaticCharField, clazz, KS_CHAR, jchar, CharRange)                \
+    X(Set, venSetStaticShortField, ven___SetStaticShortField, clazz, KS_INT, jshort, ShortRange)             \
+    X(Set, venSetStaticIntField, ven___SetStaticIntField, clazz, KS_INT, jint, IntRange)                     \
+    X(Set, venSetStaticLongField, ven___SetStaticLongField, clazz, KS_INT, jlong, Unchecked)                 \
+    X(Set, venSetStaticFloatField, ven___SetStaticFloatField, clazz, double, jfloat, Unchecked)              \
+    X(Set, venSetStaticDoubleField, ven___SetStaticDoubleField, clazz, double, jdouble, Unchecked)           \
+    X(GetString, venGetStringField, venGetObjectField, obj, ksString*, jobject, Unchecked)                   \
+    X(GetString, venGetStaticStringField, venGetStaticObjectField, clazz, ksString*, jobject, Unchecked)     \
+    X(SetString, venSetStringField, venSetObjectField, obj, ksString*, jobject, Unchecked)                   \
+    X(SetString, venSetStaticStringField, venSetStaticObjectField, clazz, ksString*, jobject, Unchecked)
+
+#define VEN_FIELD_TARGET_obj jobject obj
+#define VEN_FIELD_TARGET_clazz jclass clazz
+
+#define VEN_DEFINE_FIELD_Get(name, callee, target, Ven, Jni, Range)                                          \
+    extern "C" KS_BOOL name(Ven* result, JNIEnv* env, lgStream* trace, VEN_FIELD_TARGET_##target,            \
+                            jfieldID fieldID)                                                                \
+    {                                                                                                        \
+        return readField<callee, Jni>(#name, result, env, trace, target, fieldID);                           \
+    }
+#define VEN_DEFINE_FIELD_Set(name, callee, target, Ven, Jni, Range)                                          \
+    extern "C" KS_BOOL name(JNIEnv* env, lgStream* trace, VEN_FIELD_TARGET_##target, jfieldID fieldID,       \
+                            Ven value)                                                                       \
+    {                                                                                                        \
+        return writeField<callee, Jni, Range>(#name, env, trace, target, fieldID, value);                    \
+    }
+#define VEN_DEFINE_FIELD_GetString(name, callee, target, Ven, Jni, Range)                                    \
+    extern "C" KS_BOOL name(Ven* result, JNIEnv* env, lgStream* trace, VEN_FIELD_TARGET_##target,            \
+                            jfieldID fieldID)                                                                \
+    {                                                                                                        \
+        return readStringField<callee>(result, env, trace, target, fieldID);                                 \
+    }
+#define VEN_DEFINE_FIELD_SetString(name, callee, target, Ven, Jni, Range)                                    \
+    extern "C" KS_BOOL name(JNIEnv* env, lgStream* trace, VEN_FIELD_TARGET_##target, jfieldID fieldID,       \
+                            Ven value)                                                                       \
+    {                                                                                                        \
+        return writeStringField<callee>(env, trace, target, fieldID, value);                                 \
+    }
+#define VEN_DEFINE_FIELD(kind, name, callee, target, Ven, Jni, Range)                                        \
+    VEN_DEFINE_FIELD_##kind(name, callee, target, Ven, Jni, Range)
+
+VEN_FIELD_FUNCTIONS(VEN_DEFINE_FIELD)
+
+extern "C" KS_BOOL venGetFieldID(jfieldID* result, JNIEnv* env, lgStream* trace, jclass clazz,
+                                 const char* name, const char* sig)
+{
+    return lookUpMember<ven___GetFieldID>("venGetFieldID", result, env, trace, clazz, name, sig);
+}
+
+extern "C" KS_BOOL venGetStaticFieldID(jfieldID* result, JNIEnv* env, lgStream* trace, jclass clazz,
+                                       const char* name, const char* sig)
+{
+    return lookUpMember<ven___GetStaticFieldID>("venGetStaticFieldID", result, env, trace, clazz, name, sig);
+}

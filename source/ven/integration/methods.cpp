@@ -1,0 +1,162 @@
+// Integration method invocation: lookups, and the call functions of the three kinds
+// (virtual, non-virtual, static) for every result type, in variadic, va_list and string
+// forms. Every call goes through the wrapper's va_list form.
+#include <cstdarg>
+#include <type_traits>
+
+#include "integration/members.hpp"
+
+namespace ven::integration
+{
+namespace
+{
+
+// Targets are obj and methodID, obj, clazz and methodID, or clazz and methodID; they are
+// tested after result, in that order. A primitive result is stored also after a Java
+// exception: the wrapper then delivers zero. An object result goes to the wrapper itself,
+// which replaces the reference *result held.
+template <auto CallV, typename Jni, typename... Targets>
+KS_BOOL callForValue(const char* function, VenValue<Jni>* result, JNIEnv* env, lgStream* trace, va_list args,
+                     Targets... targets)
+{
+    if (!checkArguments(env, trace, function, {{result != nullptr, "result != NULL"}, notNull(targets)...})) {
+        return KS_FALSE;
+    }
+    jboolean returned;
+    if constexpr (std::is_same_v<Jni, jobject>) {
+        returned = CallV(result, env, targets..., args);
+    } else {
+        Jni value{};
+        returned = CallV(&value, env, targets..., args);
+        *result = Value<Jni>::toVen(value);
+    }
+    return returned == JNI_TRUE ? KS_TRUE : jniFailure(env, trace, function);
+}
+
+template <auto CallV, typename... Targets>
+KS_BOOL callForNothing(const char* function, JNIEnv* env, lgStream* trace, va_list args, Targets... targets)
+{
+    if (!checkArguments(env, trace, function, {notNull(targets)...})) {
+        return KS_FALSE;
+    }
+    return CallV(env, targets..., args) == JNI_TRUE ? KS_TRUE : jniFailure(env, trace, function);
+}
+
+// The object call of the same kind reports every failure under its own name; result is
+// first tested by the conversion, after the Java method has run.
+template <auto ObjectCallV, typename... Targets>
+KS_BOOL callForString(ksString** result, JNIEnv* env, lgStream* trace, va_list args, Targets... targets)
+{
+    jobject string = nullptr;
+    KS_BOOL ok = ObjectCallV(&string, env, trace, targets..., args);
+    if (ok) {
+        ok = venStringToKsString(result, env, trace, static_cast<jstring>(string));
+    }
+    venDeleteLocalRef(env, string);
+    return ok;
+}
+
+} // namespace
+} // namespace ven::integration
+
+using namespace ven::integration;
+
+// One row per function: form, kind, exported name, the function it calls, result type,
+// JNI result type.
+#define VEN_CALL_FUNCTIONS(X)                                                                                \
+    X(Void, Virtual, venCallVoidMethod, ven___CallVoidMethodV, void, void)                                   \
+    X(Value, Virtual, venCallObjectMethod, ven___CallObjectMethodV, jobject, jobject)                        \
+    X(Value, Virtual, venCallBooleanMethod, ven___CallBooleanMethodV, KS_BOOL, jboolean)                     \
+    X(Value, Virtual, venCallByteMethod, ven___CallByteMethodV, jbyte, jbyte)                                \
+    X(Value, Virtual, venCallCharMethod, ven___CallCharMethodV, KS_CHAR, jchar)                              \
+    X(Value, Virtual, venCallShortMethod, ven___CallShortMethodV, KS_INT, jshort)                            \
+    X(Value, Virtual, venCallIntMethod, ven___CallIntMethodV, KS_INT, jint)                                  \
+    X(Value, Virtual, venCallLongMethod, ven___CallLongMethodV, KS_INT, jlong)                               \
+    X(Value, Virtual, venCallFloatMethod, ven___CallFloatMethodV, double, jfloat)                            \
+    X(Value, Virtual, venCallDoubleMethod, ven___CallDoubleMethodV, double, jdouble)                         \
+    X(Void, Nonvirtual, venCallNonvirtualVoidMethod, ven___CallNonvirtualVoidMethodV, void, void)            \
+    X(Value, Nonvirtual, venCallNonvirtualObjectMethod, ven___CallNonvirtualObjectMethodV, jobject, jobject) \
+    X(Value, Nonvirtual, venCallNonvirtualBooleanMethod, ven___CallNonvirtualBooleanMethodV, KS_BOOL,        \
+      jboolean)                                                                                              \
+    X(Value, Nonvirtual, venCallNonvirtualByteMethod, ven___CallNonvirtualByteMethodV, jbyte, jbyte)         \
+    X(Value, Nonvirtual, venCallNonvirtualCharMethod, ven___CallNonvirtualCharMethodV, KS_CHAR, jchar)       \
+    X(Value, Nonvirtual, venCallNonvirtualShortMethod, ven___CallNonvirtualShortMethodV, KS_INT, jshort)     \
+    X(Value, Nonvirtual, venCallNonvirtualIntMethod, ven___CallNonvirtualIntMethodV, KS_INT, jint)           \
+    X(Value, Nonvirtual, venCallNonvirtualLongMethod, ven___CallNonvirtualLongMethodV, KS_INT, jlong)        \
+    X(Value, Nonvirtual, venCallNonvirtualFloatMethod, ven___CallNonvirtualFloatMethodV, double, jfloat)     \
+    X(Value, Nonvirtual, venCallNonvirtualDoubleMethod, ven___CallNonvirtualDoubleMethodV, double, jdouble)  \
+    X(Void, Static, venCallStaticVoidMethod, ven___CallStaticVoidMethodV, void, void)                        \
+    X(Value, Static, venCallStaticObjectMethod, ven___CallStaticObjectMethodV, jobject, jobject)             \
+    X(Value, Static, venCallStaticBooleanMethod, ven___CallStaticBooleanMethodV, KS_BOOL, jboolean)          \
+    X(Value, Static, venCallStaticByteMethod, ven___CallStaticByteMethodV, jbyte, jbyte)                     \
+    X(Value, Static, venCallStaticCharMethod, ven___CallStaticCharMethodV, KS_CHAR, jchar)                   \
+    X(Value, Static, venCallStaticShortMethod, ven___CallStaticShortMethodV, KS_INT, jshort)                 \
+    X(Value, Static, venCallStaticIntMethod, ven___CallStaticIntMethodV, KS_INT, jint)                       \
+    X(Value, Static, venCallStaticLongMethod, ven___CallStaticLongMethodV, KS_INT, jlong)                    \
+    X(Value, Static, venCallStaticFloatMethod, ven___CallStaticFloatMethodV, double, jfloat)                 \
+    X(Value, Static, venCallStaticDoubleMethod, ven___CallStaticDoubleMethodV, double, jdouble)              \
+    X(VaList, Virtual, venCallObjectMethodV, ven___CallObjectMethodV, jobject, jobject)                      \
+    X(VaList, Nonvirtual, venCallNonvirtualObjectMethodV, ven___CallNonvirtualObjectMethodV, jobject,        \
+      jobject)                                                                                               \
+    X(VaList, Static, venCallStaticObjectMethodV, ven___CallStaticObjectMethodV, jobject, jobject)           \
+    X(String, Virtual, venCallStringMethod, venCallObjectMethodV, ksString*, jobject)                        \
+    X(String, Nonvirtual, venCallNonvirtualStringMethod, venCallNonvirtualObjectMethodV, ksString*, jobject) \
+    X(String, Static, venCallStaticStringMethod, venCallStaticObjectMethodV, ksString*, jobject)
+
+// The parameters of each kind, and the same as arguments; methodID always comes last.
+#define VEN_CALL_PARAMETERS_Virtual jobject obj, jmethodID methodID
+#define VEN_CALL_PARAMETERS_Nonvirtual jobject obj, jclass clazz, jmethodID methodID
+#define VEN_CALL_PARAMETERS_Static jclass clazz, jmethodID methodID
+#define VEN_CALL_ARGUMENTS_Virtual obj, methodID
+#define VEN_CALL_ARGUMENTS_Nonvirtual obj, clazz, methodID
+#define VEN_CALL_ARGUMENTS_Static clazz, methodID
+
+// The variadic forms gather the method's arguments and share the va_list forms' templates.
+#define VEN_WITH_GATHERED_ARGUMENTS(...)                                                                     \
+    va_list args;                                                                                            \
+    va_start(args, methodID);                                                                                \
+    KS_BOOL ok = __VA_ARGS__;                                                                                \
+    va_end(args);                                                                                            \
+    return ok;
+
+#define VEN_DEFINE_CALL_Void(kind, name, callee, Ven, Jni)                                                   \
+    extern "C" KS_BOOL name(JNIEnv* env, lgStream* trace, VEN_CALL_PARAMETERS_##kind, ...)                   \
+    {                                                                                                        \
+        VEN_WITH_GATHERED_ARGUMENTS(                                                                         \
+            callForNothing<callee>(#name, env, trace, args, VEN_CALL_ARGUMENTS_##kind))                      \
+    }
+#define VEN_DEFINE_CALL_Value(kind, name, callee, Ven, Jni)                                                  \
+    extern "C" KS_BOOL name(Ven* result, JNIEnv* env, lgStream* trace, VEN_CALL_PARAMETERS_##kind, ...)      \
+    {                                                                                                        \
+        VEN_WITH_GATHERED_ARGUMENTS(                                                                         \
+            callForValue<callee, Jni>(#name, result, env, trace, args, VEN_CALL_ARGUMENTS_##kind))           \
+    }
+#define VEN_DEFINE_CALL_VaList(kind, name, callee, Ven, Jni)                                                 \
+    extern "C" KS_BOOL name(Ven* result, JNIEnv* env, lgStream* trace, VEN_CALL_PARAMETERS_##kind,           \
+                            va_list args)                                                                    \
+    {                                                                                                        \
+        return callForValue<callee, Jni>(#name, result, env, trace, args, VEN_CALL_ARGUMENTS_##kind);        \
+    }
+#define VEN_DEFINE_CALL_String(kind, name, callee, Ven, Jni)                                                 \
+    extern "C" KS_BOOL name(Ven* result, JNIEnv* env, lgStream* trace, VEN_CALL_PARAMETERS_##kind, ...)      \
+    {                                                                                                        \
+        VEN_WITH_GATHERED_ARGUMENTS(                                                                         \
+            callForString<callee>(result, env, trace, args, VEN_CALL_ARGUMENTS_##kind))                      \
+    }
+#define VEN_DEFINE_CALL(form, kind, name, callee, Ven, Jni)                                                  \
+    VEN_DEFINE_CALL_##form(kind, name, callee, Ven, Jni)
+
+VEN_CALL_FUNCTIONS(VEN_DEFINE_CALL)
+
+extern "C" KS_BOOL venGetMethodID(jmethodID* result, JNIEnv* env, lgStream* trace, jclass clazz,
+                                  const char* name, const char* sig)
+{
+    return lookUpMember<ven___GetMethodID>("venGetMethodID", result, env, trace, clazz, name, sig);
+}
+
+extern "C" KS_BOOL venGetStaticMethodID(jmethodID* result, JNIEnv* env, lgStream* trace, jclass clazz,
+                                        const char* name, const char* sig)
+{
+    return lookUpMember<ven___GetStaticMethodID>("venGetStaticMethodID", result, env, trace, clazz, name,
+                                                 sig);
+}

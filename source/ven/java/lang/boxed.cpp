@@ -1,0 +1,58 @@
+// The Boolean, Double, Long and Object class support units: class lookup, instance test,
+// boxing through the class's own static valueOf, and the text of any object.
+#include "integration/class_units.hpp"
+#include "integration/members.hpp"
+
+using namespace ven::integration;
+
+#define VEN_BOXED_CLASSES(X)                                                                                 \
+    X(venBooleanGetClass, venBooleanIsInstance, "java/lang/Boolean")                                         \
+    X(venDoubleGetClass, venDoubleIsInstance, "java/lang/Double")                                            \
+    X(venLongGetClass, venLongIsInstance, "java/lang/Long")                                                  \
+    X(venObjectGetClass, venObjectIsInstance, "java/lang/Object")
+
+VEN_BOXED_CLASSES(VEN_DEFINE_CLASS_UNIT)
+
+namespace
+{
+
+// No tests of its own: a NULL result is reported by venCallStaticObjectMethod, after the
+// class and the method have been looked up.
+template <auto GetClass, typename Jni>
+KS_BOOL box(jobject* result, JNIEnv* env, lgStream* trace, const char* sig, VenValue<Jni> value)
+{
+    return callThroughClass(env, trace, unitClass<GetClass>(env, trace), venGetStaticMethodID, "valueOf", sig,
+                            [&](jclass clazz, jmethodID valueOf) {
+                                return venCallStaticObjectMethod(result, env, trace, clazz, valueOf,
+                                                                 Value<Jni>::toJni(value));
+                            });
+}
+
+} // namespace
+
+// One row per function: exported name, class lookup, signature of valueOf, value type, JNI type.
+#define VEN_BOXING_FUNCTIONS(X)                                                                              \
+    X(venBooleanValueOf, venBooleanGetClass, "(Z)Ljava/lang/Boolean;", KS_BOOL, jboolean)                    \
+    X(venDoubleValueOf, venDoubleGetClass, "(D)Ljava/lang/Double;", double, jdouble)                         \
+    X(venLongValueOf, venLongGetClass, "(J)Ljava/lang/Long;", KS_INT, jlong)
+
+#define VEN_DEFINE_BOXING(name, getClass, sig, Ven, Jni)                                                     \
+    extern "C" KS_BOOL name(jobject* result, JNIEnv* env, lgStream* trace, Ven value)                        \
+    {                                                                                                        \
+        return box<getClass, Jni>(result, env, trace, sig, value);                                           \
+    }
+
+VEN_BOXING_FUNCTIONS(VEN_DEFINE_BOXING)
+
+// toString is looked up on the object's own class and its text converted by the string call.
+extern "C" KS_BOOL venObjectToString(ksString** result, JNIEnv* env, lgStream* trace, jobject obj)
+{
+    if (!checkArguments(
+            env, trace, "venObjectToString",
+            {{result != nullptr, "result != ((void *)0)"}, {obj != nullptr, "obj != ((void *)0)"}})) {
+        return KS_FALSE;
+    }
+    return callThroughClass(
+        env, trace, classOf(env, trace, obj), venGetMethodID, "toString", "()Ljava/lang/String;",
+        [&](jclass, jmethodID toString) { return venCallStringMethod(result, env, trace, obj, toString); });
+}
