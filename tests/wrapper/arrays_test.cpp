@@ -271,7 +271,12 @@ TEST_F(WrapperArrays, CriticalAccess)
     EXPECT_VEN_ABORT(ven___GetPrimitiveArrayCritical(nullptr, nullptr, nullptr), kPath, 5058, "env");
     EXPECT_VEN_ABORT(ven___GetPrimitiveArrayCritical(env, nullptr, nullptr), kPath, 5059, "array");
 
-    auto* elems = static_cast<jint*>(ven___GetPrimitiveArrayCritical(env, array, nullptr));
+    jint* elems = nullptr;
+    {
+        ExpectJniWarning guard(kCriticalRegionWarning,
+                               "the checked-result wrapper asks ExceptionCheck in the region");
+        elems = static_cast<jint*>(ven___GetPrimitiveArrayCritical(env, array, nullptr));
+    }
     ASSERT_NE(elems, nullptr);
     EXPECT_EQ(std::memcmp(elems, values, sizeof values), 0);
     elems[0] = 100;
@@ -284,6 +289,17 @@ TEST_F(WrapperArrays, CriticalAccess)
     jint first = 0;
     ASSERT_EQ(ven___GetIntArrayRegion(env, array, 0, 1, &first), JNI_TRUE);
     EXPECT_EQ(first, 100);
+
+    // An exception pending before is pending again once the region is open.
+    jthrowable e1 = throwE1(env);
+    {
+        ExpectJniWarning guard(kCriticalRegionWarning, "the saved exception is thrown again in the region");
+        elems = static_cast<jint*>(ven___GetPrimitiveArrayCritical(env, array, nullptr));
+    }
+    ASSERT_NE(elems, nullptr);
+    EXPECT_EQ(elems[0], 100);
+    ven___ReleasePrimitiveArrayCritical(env, array, elems, JNI_ABORT);
+    expectSamePending(env, e1);
 
     FaultEnv fault(env);
     fault.returnNull<&Jni::GetPrimitiveArrayCritical>();
