@@ -16,7 +16,16 @@ write_basic_package_version_file("${PROJECT_BINARY_DIR}/venConfigVersion.cmake"
 install(FILES "${PROJECT_BINARY_DIR}/venConfig.cmake" "${PROJECT_BINARY_DIR}/venConfigVersion.cmake"
   DESTINATION ${VEN_CMAKE_DIR})
 
+# libven needs libks and liblg, liblg needs libks: all three lie in one directory, so
+# each finds the others there even when the program that loads it was linked with
+# --as-needed and names only libven.
+set_target_properties(ven lg PROPERTIES INSTALL_RPATH "$ORIGIN")
+
+# ven.pc names its prefix relative to its own directory (pkg-config's ${pcfiledir}).
+set(VEN_PC_DIR ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+file(RELATIVE_PATH VEN_PC_PREFIX_FROM_PCDIR "/prefix/${VEN_PC_DIR}" "/prefix")
+string(REGEX REPLACE "/$" "" VEN_PC_PREFIX_FROM_PCDIR "${VEN_PC_PREFIX_FROM_PCDIR}")
 list(TRANSFORM VEN_JNI_INCLUDE_DIRS PREPEND "-I" OUTPUT_VARIABLE VEN_PC_JNI_CFLAGS)
 list(JOIN VEN_PC_JNI_CFLAGS " " VEN_PC_JNI_CFLAGS)
 configure_file(cmake/ven.pc.in "${PROJECT_BINARY_DIR}/ven.pc" @ONLY)
-install(FILES "${PROJECT_BINARY_DIR}/ven.pc" DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+install(FILES "${PROJECT_BINARY_DIR}/ven.pc" DESTINATION ${VEN_PC_DIR})

@@ -15,10 +15,12 @@
 /* Range checks: true when a KS_INT (KS_CHAR) value fits the narrower JNI type. The
  * bodies are spelled so that stringizing an expansion gives the condition text that
  * fatal checks report. */
+/* clang-format off */
 #define VEN_KS_INT_TO_JINT_CONV_OK(value) ( sizeof(KS_INT)>=sizeof(jint) ? (KS_INT)(value) >= (KS_INT)((KS_INT)(-2147483648LL)) && (KS_INT)(value) <= (KS_INT)((KS_INT)(2147483647LL)) : ((KS_BOOL)1) )
 #define VEN_KS_INT_TO_JSIZE_CONV_OK(value) ( sizeof(KS_INT)>=sizeof(jsize) ? (KS_INT)(value) >= (KS_INT)((KS_INT)(-2147483648LL)) && (KS_INT)(value) <= (KS_INT)((KS_INT)(2147483647LL)) : ((KS_BOOL)1) )
 #define VEN_KS_INT_TO_JSHORT_CONV_OK(value) ( sizeof(KS_INT)>=sizeof(jshort) ? (KS_INT)(value) >= (KS_INT)((KS_INT)(-32768LL)) && (KS_INT)(value) <= (KS_INT)((KS_INT)(32767LL)) : ((KS_BOOL)1) )
 #define VEN_KS_CHAR_TO_JCHAR_CONV_OK(value) ( sizeof(KS_CHAR)>=sizeof(jchar) ? (KS_CHAR)(value) <= (KS_CHAR)((KS_CHAR)(65535U)) : ((KS_BOOL)1) )
+/* clang-format on */
 
 VEN_EXTERN_C_BEGIN
 
@@ -26,7 +28,8 @@ VEN_EXTERN_C_BEGIN
  * trace stream; the exception pending on entry is pending again on return. */
 VEN_API KS_BOOL venTraceException(JNIEnv* env, lgStream* trace, jthrowable throwable, KS_BOOL notable,
                                   const char* methodName);
-VEN_API KS_BOOL venTraceExceptionOccurred(JNIEnv* env, lgStream* trace, KS_BOOL notable, const char* methodName);
+VEN_API KS_BOOL venTraceExceptionOccurred(JNIEnv* env, lgStream* trace, KS_BOOL notable,
+                                          const char* methodName);
 VEN_API KS_BOOL venTraceErrorOrRuntimeException(JNIEnv* env, lgStream* trace, jthrowable throwable,
                                                 const char* methodName);
 VEN_API KS_BOOL venTraceErrorOrRuntimeExceptionOccurred(JNIEnv* env, lgStream* trace, const char* methodName);
@@ -34,7 +37,8 @@ VEN_API KS_BOOL venTraceErrorOrRuntimeExceptionOccurred(JNIEnv* env, lgStream* t
 /* Class lookup, throwing a new instance with the message "<methodName>: <message>",
  * and deletion of a local reference (NULL skipped). */
 VEN_API KS_BOOL venFindClass(jclass* result, JNIEnv* env, lgStream* trace, const char* name);
-VEN_API KS_BOOL venThrowNew(JNIEnv* env, lgStream* trace, jclass clazz, const char* message, const char* methodName);
+VEN_API KS_BOOL venThrowNew(JNIEnv* env, lgStream* trace, jclass clazz, const char* message,
+                            const char* methodName);
 VEN_API void venDeleteLocalRef(JNIEnv* env, jobject localRef);
 
 /* Version, throwing an existing throwable. */
@@ -56,7 +60,8 @@ VEN_API KS_BOOL venUnregisterNatives(JNIEnv* env, lgStream* trace, jclass clazz)
 
 /* Objects delivered as local references: stored first, the old content deleted after. */
 VEN_API KS_BOOL venAllocObject(jobject* result, JNIEnv* env, lgStream* trace, jclass clazz);
-VEN_API KS_BOOL venNewObject(jobject* result, JNIEnv* env, lgStream* trace, jclass clazz, jmethodID methodID, ...);
+VEN_API KS_BOOL venNewObject(jobject* result, JNIEnv* env, lgStream* trace, jclass clazz, jmethodID methodID,
+                             ...);
 VEN_API KS_BOOL venGetObjectClass(jclass* result, JNIEnv* env, lgStream* trace, jobject obj);
 
 /* Instance test (a NULL obj is an instance of every class) and monitors. */

@@ -13,7 +13,8 @@
 VEN_EXTERN_C_BEGIN
 
 /* Creation: a new local reference in *result; the reference held before is deleted. */
-VEN_API KS_BOOL venNewString(jstring* result, JNIEnv* env, lgStream* trace, const jchar* unicodeChars, KS_INT len);
+VEN_API KS_BOOL venNewString(jstring* result, JNIEnv* env, lgStream* trace, const jchar* unicodeChars,
+                             KS_INT len);
 VEN_API KS_BOOL venNewStringUTF(jstring* result, JNIEnv* env, lgStream* trace, const char* bytes);
 
 /* Lengths in UTF-16 units and in modified UTF-8 bytes. */
@@ -34,8 +35,10 @@ VEN_API KS_BOOL venReleaseStringUTFChars(JNIEnv* env, lgStream* trace, jstring s
 VEN_API KS_BOOL venReleaseStringCritical(JNIEnv* env, lgStream* trace, jstring string, const jchar* carray);
 
 /* Region copies; start and len go to the virtual machine unchanged. */
-VEN_API KS_BOOL venGetStringRegion(JNIEnv* env, lgStream* trace, jstring str, jsize start, jsize len, jchar* buf);
-VEN_API KS_BOOL venGetStringUTFRegion(JNIEnv* env, lgStream* trace, jstring str, jsize start, jsize len, char* buf);
+VEN_API KS_BOOL venGetStringRegion(JNIEnv* env, lgStream* trace, jstring str, jsize start, jsize len,
+                                   jchar* buf);
+VEN_API KS_BOOL venGetStringUTFRegion(JNIEnv* env, lgStream* trace, jstring str, jsize start, jsize len,
+                                      char* buf);
 
 VEN_EXTERN_C_END
 

@@ -7,7 +7,8 @@
 
 #include "ven/ven.h"
 
-namespace ven::integration {
+namespace ven::integration
+{
 
 // One tested argument: whether it holds, and the condition text a failure reports.
 struct Requirement {
@@ -38,8 +39,7 @@ inline bool checkArguments(JNIEnv* env, lgStream* trace, const char* function,
 KS_BOOL jniFailure(JNIEnv* env, lgStream* trace, const char* function);
 
 // Out-parameter rule for local references: store the new one, then delete the old.
-template <typename Ref>
-inline void deliverLocalRef(JNIEnv* env, Ref* result, Ref ref)
+template <typename Ref> inline void deliverLocalRef(JNIEnv* env, Ref* result, Ref ref)
 {
     Ref old = *result;
     *result = ref;
@@ -59,8 +59,7 @@ inline KS_BOOL deliverLocalRefOrFail(JNIEnv* env, lgStream* trace, const char* f
 }
 
 // Ownership rule for ks objects: store the new one, then release the old.
-template <typename Obj>
-inline void deliverObject(Obj** result, Obj* object)
+template <typename Obj> inline void deliverObject(Obj** result, Obj* object)
 {
     Obj* old = *result;
     *result = object;
@@ -70,16 +69,25 @@ inline void deliverObject(Obj** result, Obj* object)
 // A range check as a requirement, reporting its unexpanded text:
 // VEN_RANGE_REQUIREMENT(VEN_KS_INT_TO_JSIZE_CONV_OK, len) fails with
 // "VEN_KS_INT_TO_JSIZE_CONV_OK( len )".
-#define VEN_RANGE_REQUIREMENT(check, argument) \
-    ::ven::integration::Requirement { static_cast<bool>(check(argument)), #check "( " #argument " )" }
+#define VEN_RANGE_REQUIREMENT(check, argument)                                                               \
+    ::ven::integration::Requirement                                                                          \
+    {                                                                                                        \
+        static_cast<bool>(check(argument)), #check "( " #argument " )"                                       \
+    }
 
 // The text of an expression after macro expansion, as fatal checks over a range
 // check report it: VEN_EXPANDED_TEXT(VEN_KS_INT_TO_JINT_CONV_OK(index)).
 #define VEN_EXPANDED_TEXT(...) VEN_EXPANDED_TEXT_(__VA_ARGS__)
 #define VEN_EXPANDED_TEXT_(...) #__VA_ARGS__
 
-inline jboolean toJboolean(KS_BOOL value) { return value == KS_TRUE ? JNI_TRUE : JNI_FALSE; }
-inline KS_BOOL toKsBool(jboolean value) { return value == JNI_TRUE ? KS_TRUE : KS_FALSE; }
+inline jboolean toJboolean(KS_BOOL value)
+{
+    return value == KS_TRUE ? JNI_TRUE : JNI_FALSE;
+}
+inline KS_BOOL toKsBool(jboolean value)
+{
+    return value == JNI_TRUE ? KS_TRUE : KS_FALSE;
+}
 
 // A trace line that reports a failure: written and marked notable, or nothing at all
 // without a stream. The stream is tested here so that no trace operation sees NULL.

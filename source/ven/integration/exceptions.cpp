@@ -5,7 +5,8 @@
 
 #include "integration/convention.hpp"
 
-namespace ven::integration {
+namespace ven::integration
+{
 
 KS_BOOL argumentFailure(JNIEnv* env, lgStream* trace, const char* function, const char* condition)
 {
@@ -23,9 +24,11 @@ KS_BOOL jniFailure(JNIEnv* env, lgStream* trace, const char* function)
 
 using namespace ven::integration;
 
-namespace {
+namespace
+{
 
-namespace format {
+namespace format
+{
 constexpr const char* versionError = "[%lc()] error occured: %i";
 constexpr const char* fatalError = "[%lc()]: venFatalError : %lc";
 } // namespace format
@@ -85,7 +88,8 @@ VEN_API KS_BOOL venFindClass(jclass* result, JNIEnv* env, lgStream* trace, const
     return deliverLocalRefOrFail(env, trace, "venFindClass", result, ven___FindClass(env, name));
 }
 
-VEN_API KS_BOOL venThrowNew(JNIEnv* env, lgStream* trace, jclass clazz, const char* message, const char* methodName)
+VEN_API KS_BOOL venThrowNew(JNIEnv* env, lgStream* trace, jclass clazz, const char* message,
+                            const char* methodName)
 {
     if (!checkArguments(env, trace, "venThrowNew",
                         {{clazz != nullptr, "clazz != NULL"}, {message != nullptr, "message != NULL"}})) {
@@ -137,7 +141,8 @@ VEN_API KS_BOOL venNewWeakGlobalRef(jweak* result, JNIEnv* env, lgStream* trace,
                         {{result != nullptr, "result != NULL"}, {obj != nullptr, "obj != NULL"}})) {
         return KS_FALSE;
     }
-    return deliverGlobalRefOrFail(env, trace, "venNewWeakGlobalRef", result, ven___NewWeakGlobalRef(env, obj));
+    return deliverGlobalRefOrFail(env, trace, "venNewWeakGlobalRef", result,
+                                  ven___NewWeakGlobalRef(env, obj));
 }
 
 // A refused capacity is reported by the result alone: the OutOfMemoryError that JNI
@@ -167,7 +172,8 @@ VEN_API KS_BOOL venRegisterNatives(JNIEnv* env, lgStream* trace, jclass clazz, c
                          {nMethods >= 0, "nMethods >= 0"}})) {
         return KS_FALSE;
     }
-    return statusOrFail(env, trace, "venRegisterNatives", ven___RegisterNatives(env, clazz, methods, nMethods));
+    return statusOrFail(env, trace, "venRegisterNatives",
+                        ven___RegisterNatives(env, clazz, methods, nMethods));
 }
 
 VEN_API KS_BOOL venUnregisterNatives(JNIEnv* env, lgStream* trace, jclass clazz)
@@ -187,7 +193,8 @@ VEN_API KS_BOOL venAllocObject(jobject* result, JNIEnv* env, lgStream* trace, jc
     return deliverLocalRefOrFail(env, trace, "venAllocObject", result, ven___AllocObject(env, clazz));
 }
 
-VEN_API KS_BOOL venNewObject(jobject* result, JNIEnv* env, lgStream* trace, jclass clazz, jmethodID methodID, ...)
+VEN_API KS_BOOL venNewObject(jobject* result, JNIEnv* env, lgStream* trace, jclass clazz, jmethodID methodID,
+                             ...)
 {
     if (!checkArguments(env, trace, "venNewObject",
                         {{result != nullptr, "result != NULL"},
@@ -240,13 +247,25 @@ VEN_API KS_BOOL venMonitorLeave(JNIEnv* env, lgStream* trace, jobject obj)
     return KS_TRUE;
 }
 
-VEN_API jthrowable venExceptionOccurred(JNIEnv* env) { return ven___ExceptionOccurred(env); }
+VEN_API jthrowable venExceptionOccurred(JNIEnv* env)
+{
+    return ven___ExceptionOccurred(env);
+}
 
-VEN_API void venExceptionDescribe(JNIEnv* env) { ven___ExceptionDescribe(env); }
+VEN_API void venExceptionDescribe(JNIEnv* env)
+{
+    ven___ExceptionDescribe(env);
+}
 
-VEN_API void venExceptionClear(JNIEnv* env) { ven___ExceptionClear(env); }
+VEN_API void venExceptionClear(JNIEnv* env)
+{
+    ven___ExceptionClear(env);
+}
 
-VEN_API KS_BOOL venExceptionCheck(JNIEnv* env) { return toKsBool(ven___ExceptionCheck(env)); }
+VEN_API KS_BOOL venExceptionCheck(JNIEnv* env)
+{
+    return toKsBool(ven___ExceptionCheck(env));
+}
 
 VEN_API void venDeleteGlobalRef(JNIEnv* env, jobject globalRef)
 {
@@ -262,9 +281,15 @@ VEN_API void venDeleteWeakGlobalRef(JNIEnv* env, jweak ref)
     }
 }
 
-VEN_API jobject venPopLocalFrame(JNIEnv* env, jobject result) { return ven___PopLocalFrame(env, result); }
+VEN_API jobject venPopLocalFrame(JNIEnv* env, jobject result)
+{
+    return ven___PopLocalFrame(env, result);
+}
 
-VEN_API jobject venNewLocalRef(JNIEnv* env, jobject ref) { return ven___NewLocalRef(env, ref); }
+VEN_API jobject venNewLocalRef(JNIEnv* env, jobject ref)
+{
+    return ven___NewLocalRef(env, ref);
+}
 
 VEN_API KS_BOOL venIsSameObject(JNIEnv* env, jobject ref1, jobject ref2)
 {

@@ -5,7 +5,8 @@
 
 using namespace ven::integration;
 
-namespace {
+namespace
+{
 
 template <jsize (*length)(JNIEnv*, jstring)>
 KS_BOOL stringLength(const char* function, KS_INT* result, JNIEnv* env, lgStream* trace, jstring string)
@@ -57,7 +58,8 @@ template <typename Char, jboolean (*region)(JNIEnv*, jstring, jsize, jsize, Char
 KS_BOOL stringRegion(const char* function, JNIEnv* env, lgStream* trace, jstring str, jsize start, jsize len,
                      Char* buf)
 {
-    if (!checkArguments(env, trace, function, {{str != nullptr, "str != NULL"}, {buf != nullptr, "buf != NULL"}})) {
+    if (!checkArguments(env, trace, function,
+                        {{str != nullptr, "str != NULL"}, {buf != nullptr, "buf != NULL"}})) {
         return KS_FALSE;
     }
     if (!region(env, str, start, len, buf)) [[unlikely]] {
@@ -69,51 +71,52 @@ KS_BOOL stringRegion(const char* function, JNIEnv* env, lgStream* trace, jstring
 } // namespace
 
 // Rows: exported name, wrapper function (and character type).
-#define VEN_STRING_LENGTH_FUNCTIONS(X)                  \
-    X(venGetStringLength, ven___GetStringLength)       \
+#define VEN_STRING_LENGTH_FUNCTIONS(X)                                                                       \
+    X(venGetStringLength, ven___GetStringLength)                                                             \
     X(venGetStringUTFLength, ven___GetStringUTFLength)
 
-#define VEN_STRING_PIN_FUNCTIONS(X)                        \
-    X(venGetStringChars, jchar, ven___GetStringChars)       \
-    X(venGetStringUTFChars, char, ven___GetStringUTFChars)  \
+#define VEN_STRING_PIN_FUNCTIONS(X)                                                                          \
+    X(venGetStringChars, jchar, ven___GetStringChars)                                                        \
+    X(venGetStringUTFChars, char, ven___GetStringUTFChars)                                                   \
     X(venGetStringCritical, jchar, ven___GetStringCritical)
 
-#define VEN_STRING_RELEASE_FUNCTIONS(X)                            \
-    X(venReleaseStringChars, jchar, ven___ReleaseStringChars)       \
-    X(venReleaseStringUTFChars, char, ven___ReleaseStringUTFChars)  \
+#define VEN_STRING_RELEASE_FUNCTIONS(X)                                                                      \
+    X(venReleaseStringChars, jchar, ven___ReleaseStringChars)                                                \
+    X(venReleaseStringUTFChars, char, ven___ReleaseStringUTFChars)                                           \
     X(venReleaseStringCritical, jchar, ven___ReleaseStringCritical)
 
-#define VEN_STRING_REGION_FUNCTIONS(X)                         \
-    X(venGetStringRegion, jchar, ven___GetStringRegion)        \
+#define VEN_STRING_REGION_FUNCTIONS(X)                                                                       \
+    X(venGetStringRegion, jchar, ven___GetStringRegion)                                                      \
     X(venGetStringUTFRegion, char, ven___GetStringUTFRegion)
 
-#define VEN_DEFINE_STRING_LENGTH(name, wrapper)                                  \
-    VEN_API KS_BOOL name(KS_INT* result, JNIEnv* env, lgStream* trace, jstring string) \
-    {                                                                            \
-        return stringLength<wrapper>(#name, result, env, trace, string);         \
+#define VEN_DEFINE_STRING_LENGTH(name, wrapper)                                                              \
+    VEN_API KS_BOOL name(KS_INT* result, JNIEnv* env, lgStream* trace, jstring string)                       \
+    {                                                                                                        \
+        return stringLength<wrapper>(#name, result, env, trace, string);                                     \
     }
 
-#define VEN_DEFINE_STRING_PIN(name, Char, wrapper)                                                         \
+#define VEN_DEFINE_STRING_PIN(name, Char, wrapper)                                                           \
     VEN_API KS_BOOL name(const Char** result, JNIEnv* env, lgStream* trace, jstring string, KS_BOOL* isCopy) \
-    {                                                                                                      \
-        return pinString<Char, wrapper>(#name, result, env, trace, string, isCopy);                        \
+    {                                                                                                        \
+        return pinString<Char, wrapper>(#name, result, env, trace, string, isCopy);                          \
     }
 
-#define VEN_DEFINE_STRING_RELEASE(name, Char, wrapper)                                   \
-    VEN_API KS_BOOL name(JNIEnv* env, lgStream* trace, jstring string, const Char* pinned) \
-    {                                                                                    \
-        return releaseString<Char, wrapper>(#name, env, trace, string, pinned);          \
+#define VEN_DEFINE_STRING_RELEASE(name, Char, wrapper)                                                       \
+    VEN_API KS_BOOL name(JNIEnv* env, lgStream* trace, jstring string, const Char* pinned)                   \
+    {                                                                                                        \
+        return releaseString<Char, wrapper>(#name, env, trace, string, pinned);                              \
     }
 
-#define VEN_DEFINE_STRING_REGION(name, Char, wrapper)                                                 \
-    VEN_API KS_BOOL name(JNIEnv* env, lgStream* trace, jstring str, jsize start, jsize len, Char* buf) \
-    {                                                                                                 \
-        return stringRegion<Char, wrapper>(#name, env, trace, str, start, len, buf);                  \
+#define VEN_DEFINE_STRING_REGION(name, Char, wrapper)                                                        \
+    VEN_API KS_BOOL name(JNIEnv* env, lgStream* trace, jstring str, jsize start, jsize len, Char* buf)       \
+    {                                                                                                        \
+        return stringRegion<Char, wrapper>(#name, env, trace, str, start, len, buf);                         \
     }
 
 extern "C" {
 
-VEN_API KS_BOOL venNewString(jstring* result, JNIEnv* env, lgStream* trace, const jchar* unicodeChars, KS_INT len)
+VEN_API KS_BOOL venNewString(jstring* result, JNIEnv* env, lgStream* trace, const jchar* unicodeChars,
+                             KS_INT len)
 {
     if (!checkArguments(env, trace, "venNewString",
                         {{result != nullptr, "result != NULL"},

@@ -5,7 +5,8 @@
 
 using ven::integration::traceFailureLine;
 
-namespace {
+namespace
+{
 
 constexpr const char* kTraceException = "venTraceException";
 constexpr const char* kTraceErrorOrRuntimeException = "venTraceErrorOrRuntimeException";
@@ -13,7 +14,8 @@ constexpr const char* kTraceErrorOrRuntimeException = "venTraceErrorOrRuntimeExc
 constexpr const char* kRuntimeExceptionClassName = "java/lang/RuntimeException";
 constexpr const char* kErrorClassName = "java/lang/Error";
 
-namespace format {
+namespace format
+{
 constexpr const char* throwableNull = "[%lc()] throwable: NULL";
 constexpr const char* methodNameNull = "[%lc()] methodName: NULL";
 constexpr const char* getMethodIdFailed = "[%lc()]: ven___GetMethodID() : Exception";
@@ -60,8 +62,8 @@ ksString* criticalText(JNIEnv* env, lgStream* trace, jstring string)
     return text;
 }
 
-// Steps 5 to 10 of the trace: the throwable's toString() text, or NULL after the
-// diagnostic line of the step that could not produce it. Runs with nothing pending;
+// The throwable's toString() text, or NULL after the diagnostic line of the step that
+// could not produce it. Runs with nothing pending;
 // whatever it raises is cleared by the caller.
 ksString* throwableText(JNIEnv* env, lgStream* trace, jthrowable throwable)
 {
@@ -129,7 +131,10 @@ VEN_API KS_BOOL venTraceException(JNIEnv* env, lgStream* trace, jthrowable throw
     return KS_TRUE;
 }
 
-VEN_API KS_BOOL venTraceExceptionOccurred(JNIEnv* env, lgStream* trace, KS_BOOL notable, const char* methodName)
+// The occurred forms delete the reference they take: traced in a loop, they would
+// otherwise fill the caller's frame.
+VEN_API KS_BOOL venTraceExceptionOccurred(JNIEnv* env, lgStream* trace, KS_BOOL notable,
+                                          const char* methodName)
 {
     jthrowable pending = ven___ExceptionOccurred(env);
     if (pending == nullptr) {
@@ -149,6 +154,8 @@ VEN_API KS_BOOL venTraceErrorOrRuntimeException(JNIEnv* env, lgStream* trace, jt
     }
     // The lookups run also without a stream: the result still tells a NULL methodName.
     jclass runtimeExceptionClass = ven___FindClass(env, kRuntimeExceptionClassName);
+    // A failed lookup leaves its own exception pending in place of the traced one, as
+    // any failed wrapper call does; the trace gives up with its line.
     if (runtimeExceptionClass == nullptr) {
         traceFailureLine(trace, format::runtimeExceptionClassNull, kTraceErrorOrRuntimeException);
         return KS_FALSE;

@@ -16,7 +16,8 @@ VEN_API KS_BOOL venIOExceptionGetClass(jclass* result, JNIEnv* env, lgStream* tr
 VEN_API KS_BOOL venIOExceptionIsInstance(KS_BOOL* result, JNIEnv* env, lgStream* trace, jobject obj);
 VEN_API KS_BOOL venIOExceptionThrowUseMessageCstr(JNIEnv* env, lgStream* trace, const char* methodName,
                                                   const char* message);
-VEN_API KS_BOOL venIOExceptionThrowUseMessage(JNIEnv* env, lgStream* trace, const char* methodName, ksString* msg);
+VEN_API KS_BOOL venIOExceptionThrowUseMessage(JNIEnv* env, lgStream* trace, const char* methodName,
+                                              ksString* msg);
 VEN_API KS_BOOL venIOExceptionThrowUseMessageFormatCstr(JNIEnv* env, lgStream* trace, const char* methodName,
                                                         const char* format, KS_INT formatLength, ...);
 

@@ -20,38 +20,44 @@ VEN_API KS_BOOL venAssertionErrorThrowUseMessageCstr(JNIEnv* env, lgStream* trac
                                                      const char* message);
 VEN_API KS_BOOL venAssertionErrorThrowUseMessage(JNIEnv* env, lgStream* trace, const char* methodName,
                                                  ksString* msg);
-VEN_API KS_BOOL venAssertionErrorThrowUseMessageFormatCstr(JNIEnv* env, lgStream* trace, const char* methodName,
-                                                           const char* format, KS_INT formatLength, ...);
+VEN_API KS_BOOL venAssertionErrorThrowUseMessageFormatCstr(JNIEnv* env, lgStream* trace,
+                                                           const char* methodName, const char* format,
+                                                           KS_INT formatLength, ...);
 
 /* java/lang/Error: lookup, instance test, throw with the message first, the function name second. */
 VEN_API KS_BOOL venErrorGetClass(jclass* result, JNIEnv* env, lgStream* trace);
 VEN_API KS_BOOL venErrorIsInstance(KS_BOOL* result, JNIEnv* env, lgStream* trace, jobject obj);
-VEN_API KS_BOOL venErrorThrowUseMessage(JNIEnv* env, lgStream* trace, const char* message, const char* methodName);
+VEN_API KS_BOOL venErrorThrowUseMessage(JNIEnv* env, lgStream* trace, const char* message,
+                                        const char* methodName);
 
 /* java/lang/IllegalArgumentException: lookup, instance test, throw with a C string (the
  * argument failure of every integration function), a ksString or a format. */
 VEN_API KS_BOOL venIllegalArgumentExceptionGetClass(jclass* result, JNIEnv* env, lgStream* trace);
-VEN_API KS_BOOL venIllegalArgumentExceptionIsInstance(KS_BOOL* result, JNIEnv* env, lgStream* trace, jobject obj);
-VEN_API KS_BOOL venIllegalArgumentExceptionThrowUseMessageCstr(JNIEnv* env, lgStream* trace, const char* methodName,
-                                                               const char* message);
-VEN_API KS_BOOL venIllegalArgumentExceptionThrowUseMessage(JNIEnv* env, lgStream* trace, const char* methodName,
-                                                           ksString* msg);
+VEN_API KS_BOOL venIllegalArgumentExceptionIsInstance(KS_BOOL* result, JNIEnv* env, lgStream* trace,
+                                                      jobject obj);
+VEN_API KS_BOOL venIllegalArgumentExceptionThrowUseMessageCstr(JNIEnv* env, lgStream* trace,
+                                                               const char* methodName, const char* message);
+VEN_API KS_BOOL venIllegalArgumentExceptionThrowUseMessage(JNIEnv* env, lgStream* trace,
+                                                           const char* methodName, ksString* msg);
 VEN_API KS_BOOL venIllegalArgumentExceptionThrowUseMessageFormatCstr(JNIEnv* env, lgStream* trace,
-                                                                     const char* methodName, const char* format,
-                                                                     KS_INT formatLength, ...);
+                                                                     const char* methodName,
+                                                                     const char* format, KS_INT formatLength,
+                                                                     ...);
 
 /* java/lang/IllegalStateException: lookup, instance test, throw with a C string, a ksString or a format. */
 VEN_API KS_BOOL venIllegalStateExceptionGetClass(jclass* result, JNIEnv* env, lgStream* trace);
-VEN_API KS_BOOL venIllegalStateExceptionIsInstance(KS_BOOL* result, JNIEnv* env, lgStream* trace, jobject obj);
-VEN_API KS_BOOL venIllegalStateExceptionThrowUseMessageCstr(JNIEnv* env, lgStream* trace, const char* methodName,
-                                                            const char* message);
+VEN_API KS_BOOL venIllegalStateExceptionIsInstance(KS_BOOL* result, JNIEnv* env, lgStream* trace,
+                                                   jobject obj);
+VEN_API KS_BOOL venIllegalStateExceptionThrowUseMessageCstr(JNIEnv* env, lgStream* trace,
+                                                            const char* methodName, const char* message);
 VEN_API KS_BOOL venIllegalStateExceptionThrowUseMessage(JNIEnv* env, lgStream* trace, const char* methodName,
                                                         ksString* msg);
 VEN_API KS_BOOL venIllegalStateExceptionThrowUseMessageFormatCstr(JNIEnv* env, lgStream* trace,
                                                                   const char* methodName, const char* format,
                                                                   KS_INT formatLength, ...);
 
-/* java/lang/RuntimeException: lookup, instance test, throw with the message first, the function name second. */
+/* java/lang/RuntimeException: lookup, instance test, throw with the message first, the function name second.
+ */
 VEN_API KS_BOOL venRuntimeExceptionGetClass(jclass* result, JNIEnv* env, lgStream* trace);
 VEN_API KS_BOOL venRuntimeExceptionIsInstance(KS_BOOL* result, JNIEnv* env, lgStream* trace, jobject obj);
 VEN_API KS_BOOL venRuntimeExceptionThrowUseMessage(JNIEnv* env, lgStream* trace, const char* message,

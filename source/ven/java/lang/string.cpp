@@ -7,15 +7,19 @@
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
+#elif defined(__ARM_NEON) && defined(__aarch64__)
+#include <arm_neon.h>
 #endif
 
 using namespace ven::integration;
 
-namespace {
+namespace
+{
 
 constexpr const char* kStringPath = "source/ven/java/lang/ven_string";
 
-namespace line {
+namespace line
+{
 constexpr int decodeResultChars = 98;
 constexpr int decodeResultLength = 99;
 constexpr int decodeSrcChars = 100;
@@ -40,9 +44,18 @@ inline void fatalCheck(bool holds, int line, const char* condition)
 // so that the portable loops vectorise at -O2 without a scalar epilogue.
 constexpr KS_INT kBlock = 16;
 
-inline bool isSurrogate(KS_CHAR unit) { return (unit & 0xF800u) == 0xD800u; }
-inline bool isHighSurrogate(KS_CHAR unit) { return (unit & 0xFC00u) == 0xD800u; }
-inline bool isLowSurrogate(KS_CHAR unit) { return (unit & 0xFC00u) == 0xDC00u; }
+inline bool isSurrogate(KS_CHAR unit)
+{
+    return (unit & 0xF800u) == 0xD800u;
+}
+inline bool isHighSurrogate(KS_CHAR unit)
+{
+    return (unit & 0xFC00u) == 0xD800u;
+}
+inline bool isLowSurrogate(KS_CHAR unit)
+{
+    return (unit & 0xFC00u) == 0xDC00u;
+}
 
 // Widens one block into `dst` unconditionally and tells whether it held no surrogate.
 // The caller's block has room: no code point is ever written ahead of its unit.
@@ -58,9 +71,25 @@ inline bool widenBlock(KS_CHAR* dst, const jchar* src)
     _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + 4), _mm_unpackhi_epi16(low, zero));
     _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + 8), _mm_unpacklo_epi16(high, zero));
     _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + 12), _mm_unpackhi_epi16(high, zero));
-    const __m128i surrogates = _mm_or_si128(_mm_cmpeq_epi16(_mm_and_si128(low, surrogateMask), surrogateBits),
-                                            _mm_cmpeq_epi16(_mm_and_si128(high, surrogateMask), surrogateBits));
+    const __m128i surrogates =
+        _mm_or_si128(_mm_cmpeq_epi16(_mm_and_si128(low, surrogateMask), surrogateBits),
+                     _mm_cmpeq_epi16(_mm_and_si128(high, surrogateMask), surrogateBits));
     return _mm_movemask_epi8(surrogates) == 0;
+}
+#elif defined(__ARM_NEON) && defined(__aarch64__)
+inline bool widenBlock(KS_CHAR* dst, const jchar* src)
+{
+    const uint16x8_t surrogateMask = vdupq_n_u16(0xF800);
+    const uint16x8_t surrogateBits = vdupq_n_u16(0xD800);
+    const uint16x8_t low = vld1q_u16(src);
+    const uint16x8_t high = vld1q_u16(src + 8);
+    vst1q_u32(dst, vmovl_u16(vget_low_u16(low)));
+    vst1q_u32(dst + 4, vmovl_high_u16(low));
+    vst1q_u32(dst + 8, vmovl_u16(vget_low_u16(high)));
+    vst1q_u32(dst + 12, vmovl_high_u16(high));
+    const uint16x8_t surrogates = vorrq_u16(vceqq_u16(vandq_u16(low, surrogateMask), surrogateBits),
+                                            vceqq_u16(vandq_u16(high, surrogateMask), surrogateBits));
+    return vmaxvq_u16(surrogates) == 0;
 }
 #else
 inline bool widenBlock(KS_CHAR* __restrict dst, const jchar* __restrict src)
@@ -159,6 +188,28 @@ inline KS_INT supplementaryInBlock(const KS_CHAR* src)
     fitting = _mm_add_epi32(fitting, _mm_shuffle_epi32(fitting, _MM_SHUFFLE(1, 0, 3, 2)));
     fitting = _mm_add_epi32(fitting, _mm_shuffle_epi32(fitting, _MM_SHUFFLE(2, 3, 0, 1)));
     return kBlock + _mm_cvtsi128_si32(fitting);
+}
+#elif defined(__ARM_NEON) && defined(__aarch64__)
+inline bool narrowBlock(jchar* dst, const KS_CHAR* src)
+{
+    const uint32x4_t a = vld1q_u32(src);
+    const uint32x4_t b = vld1q_u32(src + 4);
+    const uint32x4_t c = vld1q_u32(src + 8);
+    const uint32x4_t d = vld1q_u32(src + 12);
+    vst1q_u16(dst, vcombine_u16(vmovn_u32(a), vmovn_u32(b)));
+    vst1q_u16(dst + 8, vcombine_u16(vmovn_u32(c), vmovn_u32(d)));
+    return vmaxvq_u32(vorrq_u32(vorrq_u32(a, b), vorrq_u32(c, d))) <= 0xFFFFu;
+}
+
+inline KS_INT supplementaryInBlock(const KS_CHAR* src)
+{
+    // Lanes of supplementary code points count -1 each.
+    const uint32x4_t largest = vdupq_n_u32(0xFFFF);
+    uint32x4_t above = vcgtq_u32(vld1q_u32(src), largest);
+    above = vaddq_u32(above, vcgtq_u32(vld1q_u32(src + 4), largest));
+    above = vaddq_u32(above, vcgtq_u32(vld1q_u32(src + 8), largest));
+    above = vaddq_u32(above, vcgtq_u32(vld1q_u32(src + 12), largest));
+    return -static_cast<KS_INT>(static_cast<int32_t>(vaddvq_u32(above)));
 }
 #else
 inline bool narrowBlock(jchar* __restrict dst, const KS_CHAR* __restrict src)
@@ -333,7 +384,8 @@ VEN_API KS_BOOL venStringToKsString(ksString** result, JNIEnv* env, lgStream* tr
 
 VEN_API KS_BOOL venStringFromKsString(jstring* result, JNIEnv* env, lgStream* trace, ksString* string)
 {
-    if (!checkArguments(env, trace, "venStringFromKsString", {{result != nullptr, "result != ((void *)0)"}})) {
+    if (!checkArguments(env, trace, "venStringFromKsString",
+                        {{result != nullptr, "result != ((void *)0)"}})) {
         return KS_FALSE;
     }
     if (string == nullptr) {

@@ -1,0 +1,152 @@
+// The fake env's table: a trampoline or trap per entry, built from the X-macro lists, and
+// the local reference ledger.
+#include "support/fault_env.hpp"
+
+#include <algorithm>
+#include <stdexcept>
+
+#include <gtest/gtest.h>
+
+namespace ven::test
+{
+
+namespace detail
+{
+
+namespace
+{
+
+std::array<const char*, kJniTableSlots> makeEntryNames()
+{
+    std::array<const char*, kJniTableSlots> names{};
+    names.fill("reserved");
+#define VEN_TEST_NAME_ENTRY(name) names[slotOf<&JNINativeInterface_::name>()] = #name;
+    VEN_TEST_JNI_ENTRIES(VEN_TEST_NAME_ENTRY)
+    VEN_TEST_JNI_VARIADIC_ENTRIES(VEN_TEST_NAME_ENTRY)
+#undef VEN_TEST_NAME_ENTRY
+    return names;
+}
+
+} // namespace
+
+const char* entryName(std::size_t slot)
+{
+    static const std::array<const char*, kJniTableSlots> names = makeEntryNames();
+    return slot < names.size() ? names[slot] : "?";
+}
+
+void variadicEntryCalled(std::size_t slot)
+{
+    throw std::logic_error(std::string("FaultEnv: the variadic JNI entry ") + entryName(slot) +
+                           " was called; only its V and A forms are forwarded");
+}
+
+} // namespace detail
+
+bool LocalRefLedger::isLive(jobject ref) const
+{
+    return ref != nullptr && std::find(live_.begin(), live_.end(), ref) != live_.end();
+}
+
+void LocalRefLedger::reset()
+{
+    *this = LocalRefLedger{};
+}
+
+void LocalRefLedger::noteCreated(jobject ref)
+{
+    if (ref != nullptr) {
+        ++created_;
+        live_.push_back(ref);
+    }
+}
+
+void LocalRefLedger::noteDeleted(jobject ref)
+{
+    if (ref == nullptr) {
+        ++nullDeletes_;
+        return;
+    }
+    ++deleted_;
+    // The most recent reference with this value is the one still in use.
+    auto found = std::find(live_.rbegin(), live_.rend(), ref);
+    if (found != live_.rend()) {
+        live_.erase(std::next(found).base());
+    }
+}
+
+void LocalRefLedger::notePushed()
+{
+    frames_.push_back(live_.size());
+}
+
+void LocalRefLedger::notePopped()
+{
+    if (frames_.empty()) {
+        return;
+    }
+    std::size_t mark = std::min(frames_.back(), live_.size());
+    frames_.pop_back();
+    popped_ += static_cast<int>(live_.size() - mark);
+    live_.resize(mark);
+}
+
+FaultEnv::FaultEnv(JNIEnv* real)
+    : block_{}, table_(*real->functions), real_(real), realTable_(real->functions)
+{
+    block_.env.functions = &table_;
+    block_.owner = this;
+#define VEN_TEST_FORWARD_ENTRY(name) table_.name = &detail::JniEntry<&JNINativeInterface_::name>::trampoline;
+#define VEN_TEST_TRAP_ENTRY(name) table_.name = &detail::JniTrap<&JNINativeInterface_::name>::trap;
+    VEN_TEST_JNI_ENTRIES(VEN_TEST_FORWARD_ENTRY)
+    VEN_TEST_JNI_VARIADIC_ENTRIES(VEN_TEST_TRAP_ENTRY)
+#undef VEN_TEST_FORWARD_ENTRY
+#undef VEN_TEST_TRAP_ENTRY
+}
+
+FaultEnv::~FaultEnv()
+{
+    for (jobject global : globals_) {
+        real_->DeleteGlobalRef(global);
+    }
+}
+
+void FaultEnv::reset()
+{
+    overrides_.fill({});
+}
+
+void* FaultEnv::replacementFor(std::size_t slot)
+{
+    Replacement& replacement = overrides_[slot];
+    if (!replacement.function) {
+        return nullptr;
+    }
+    ++replacement.seen;
+    bool takes = replacement.seen >= replacement.calls.first && replacement.seen <= replacement.calls.last;
+    return takes ? replacement.function.get() : nullptr;
+}
+
+void FaultEnv::noteCall(std::size_t slot)
+{
+    ++calls_[slot];
+    trail_.emplace_back(detail::entryName(slot));
+}
+
+jclass FaultEnv::globalClass(const char* className)
+{
+    std::string name = className;
+    std::replace(name.begin(), name.end(), '.', '/');
+    jclass local = real_->FindClass(name.c_str());
+    if (local == nullptr) {
+        real_->ExceptionClear();
+        ADD_FAILURE() << "FaultEnv: class " << name << " not found";
+        return nullptr;
+    }
+    auto global = static_cast<jclass>(real_->NewGlobalRef(local));
+    real_->DeleteLocalRef(local);
+    globals_.push_back(global);
+    return global;
+}
+
+} // namespace ven::test

@@ -1,0 +1,275 @@
+// A fault-injecting JNIEnv. The JVM finds its thread from the JNIEnv pointer, so a fake one
+// cannot reach it; instead every table entry of the fake is a trampoline that calls the real
+// entry with the real env, unless a test replaced that entry. The trampolines also count
+// calls and keep a ledger of the local references that pass through them.
+#pragma once
+
+#include <jni.h>
+
+#include <array>
+#include <functional>
+#include <limits>
+#include <memory>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+#include "support/jni_table.hpp"
+
+namespace ven::test
+{
+
+// The local references that entries of one FaultEnv handed out and took back:
+// - created: every non-NULL result of an entry whose result is a reference, except
+//   NewGlobalRef and NewWeakGlobalRef (so FindClass, ExceptionOccurred, NewLocalRef,
+//   CallObjectMethodV, PopLocalFrame's result, ...), whether the real entry or an override
+//   produced it;
+// - deleted: every DeleteLocalRef call with a non-NULL argument (DeleteLocalRef(NULL) is
+//   counted apart in nullDeletes);
+// - popped: references that a PopLocalFrame through this env dropped, when the matching
+//   PushLocalFrame also went through this env; a frame pushed elsewhere drops nothing here
+//   (the ledger cannot know which of its references belonged to it);
+// - live: created and not yet deleted or popped. References are compared by value, and the
+//   JVM reuses the value of a deleted reference, so isLive answers for the value, not for
+//   the object.
+class LocalRefLedger
+{
+  public:
+    int created() const { return created_; }
+    int deleted() const { return deleted_; }
+    int nullDeletes() const { return nullDeletes_; }
+    int popped() const { return popped_; }
+    int live() const { return static_cast<int>(live_.size()); }
+    bool isLive(jobject ref) const;
+    void reset();
+
+    void noteCreated(jobject ref);
+    void noteDeleted(jobject ref);
+    void notePushed();
+    void notePopped();
+
+  private:
+    std::vector<jobject> live_;       // in creation order
+    std::vector<std::size_t> frames_; // live_.size() at each PushLocalFrame
+    int created_ = 0;
+    int deleted_ = 0;
+    int nullDeletes_ = 0;
+    int popped_ = 0;
+};
+
+namespace detail
+{
+
+template <auto A, auto B> inline constexpr bool kSameEntry = false;
+template <auto A> inline constexpr bool kSameEntry<A, A> = true;
+
+// jobject and the handle types derived from it; not jmethodID, jfieldID or primitives.
+template <typename R>
+inline constexpr bool kIsReference = std::is_pointer_v<R>&& std::is_convertible_v<R, jobject>;
+
+template <typename R> R zeroOf()
+{
+    if constexpr (!std::is_void_v<R>) {
+        return R{};
+    }
+}
+
+// The slot of a table entry, counted in pointers from the start of the table.
+template <auto Member> std::size_t slotOf()
+{
+    static const JNINativeInterface_ probe{};
+    return static_cast<std::size_t>(reinterpret_cast<const char*>(&(probe.*Member)) -
+                                    reinterpret_cast<const char*>(&probe)) /
+           sizeof(void*);
+}
+
+const char* entryName(std::size_t slot);
+
+template <auto Member> struct JniEntry;
+
+} // namespace detail
+
+class FaultEnv
+{
+  public:
+    explicit FaultEnv(JNIEnv* real);
+    ~FaultEnv();
+    FaultEnv(const FaultEnv&) = delete;
+    FaultEnv& operator=(const FaultEnv&) = delete;
+
+    // The fake env to hand to the code under test, and the env it forwards to.
+    JNIEnv* env() { return &block_.env; }
+    JNIEnv* real() const { return real_; }
+
+    // Which calls of an entry a replacement takes, counted from when it was installed
+    // (1 is the first call after it); the others go to the real entry. A fault on the first
+    // FindClass only, say, leaves the exception trace's own FindClass working.
+    struct Calls {
+        int first = 1;
+        int last = std::numeric_limits<int>::max();
+
+        static Calls every() { return {}; }
+        static Calls nth(int n) { return {n, n}; }
+        static Calls from(int n) { return {n, std::numeric_limits<int>::max()}; }
+    };
+
+    // Replaces one entry: `callable` receives the REAL env and the entry's arguments.
+    template <auto Member, typename Callable> void override(Callable&& callable, Calls calls = Calls::every())
+    {
+        using Function = typename detail::JniEntry<Member>::Function;
+        overrides_[detail::slotOf<Member>()] = {std::make_shared<Function>(std::forward<Callable>(callable)),
+                                                calls, 0};
+    }
+    // Puts one entry, or every entry, back to forwarding.
+    template <auto Member> void restore() { overrides_[detail::slotOf<Member>()] = {}; }
+    void reset();
+
+    // Canned faults. returnValue: the entry returns `value` and does nothing else (a NULL
+    // without raising, a -1 status, a negative length). raise: the entry throws
+    // `className` (e.g. "java/lang/OutOfMemoryError") with `message` and returns `failure`
+    // (zero, NULL or nothing by default).
+    template <auto Member>
+    void returnValue(typename detail::JniEntry<Member>::Result value, Calls calls = Calls::every())
+    {
+        override<Member>([value](JNIEnv*, auto...) { return value; }, calls);
+    }
+    template <auto Member> void returnNull(Calls calls = Calls::every())
+    {
+        override<Member>(
+            [](JNIEnv*, auto...) { return detail::zeroOf<typename detail::JniEntry<Member>::Result>(); },
+            calls);
+    }
+    template <auto Member> void returnStatus(jint status = -1, Calls calls = Calls::every())
+    {
+        returnValue<Member>(status, calls);
+    }
+    template <auto Member>
+    void raise(const char* className, const char* message, Calls calls = Calls::every())
+    {
+        using Result = typename detail::JniEntry<Member>::Result;
+        if constexpr (std::is_void_v<Result>) {
+            jclass throwable = globalClass(className);
+            std::string text = message;
+            override<Member>(
+                [throwable, text](JNIEnv* real, auto...) { real->ThrowNew(throwable, text.c_str()); }, calls);
+        } else {
+            raiseReturning<Member>(className, message, Result{}, calls);
+        }
+    }
+    template <auto Member>
+    void raiseReturning(const char* className, const char* message,
+                        typename detail::JniEntry<Member>::Result failure, Calls calls = Calls::every())
+    {
+        jclass throwable = globalClass(className);
+        std::string text = message;
+        override<Member>(
+            [throwable, text, failure](JNIEnv* real, auto...) {
+                real->ThrowNew(throwable, text.c_str());
+                return failure;
+            },
+            calls);
+    }
+    template <auto Member> void raiseOutOfMemory(Calls calls = Calls::every())
+    {
+        raise<Member>("java/lang/OutOfMemoryError", "injected by FaultEnv", calls);
+    }
+
+    // How often an entry was called through this env, and the names of all entries called,
+    // in order.
+    template <auto Member> int calls() const { return calls_[detail::slotOf<Member>()]; }
+    const std::vector<std::string>& trail() const { return trail_; }
+
+    LocalRefLedger& ledger() { return ledger_; }
+    const LocalRefLedger& ledger() const { return ledger_; }
+
+    // For the trampolines.
+    static FaultEnv& owning(JNIEnv* fake) { return *reinterpret_cast<Block*>(fake)->owner; }
+    const JNINativeInterface_& realTable() const { return *realTable_; }
+    // The replacement that takes this call of the entry, or NULL to forward it.
+    void* replacementFor(std::size_t slot);
+    void noteCall(std::size_t slot);
+
+  private:
+    // Standard layout with the env first, so that the JNIEnv* leads back to its FaultEnv.
+    struct Block {
+        JNIEnv env;
+        FaultEnv* owner;
+    };
+
+    jclass globalClass(const char* className);
+
+    Block block_;
+    JNINativeInterface_ table_;
+    JNIEnv* real_;
+    const JNINativeInterface_* realTable_;
+    struct Replacement {
+        std::shared_ptr<void> function; // a detail::JniEntry<Member>::Function
+        Calls calls;
+        int seen = 0;
+    };
+
+    std::array<Replacement, detail::kJniTableSlots> overrides_{};
+    std::array<int, detail::kJniTableSlots> calls_{};
+    std::vector<std::string> trail_;
+    std::vector<jobject> globals_;
+    LocalRefLedger ledger_;
+};
+
+namespace detail
+{
+
+template <typename R, typename... A, R (JNICALL* JNINativeInterface_::*Member)(JNIEnv*, A...)>
+struct JniEntry<Member> {
+    using Result = R;
+    using Function = std::function<R(JNIEnv*, A...)>;
+
+    static R JNICALL trampoline(JNIEnv* fake, A... args)
+    {
+        FaultEnv& self = FaultEnv::owning(fake);
+        const std::size_t slot = slotOf<Member>();
+        self.noteCall(slot);
+        auto* replacement = static_cast<Function*>(self.replacementFor(slot));
+        JNIEnv* real = self.real();
+        if constexpr (std::is_void_v<R>) {
+            if (replacement != nullptr) {
+                (*replacement)(real, args...);
+            } else {
+                (self.realTable().*Member)(real, args...);
+            }
+            if constexpr (kSameEntry<Member, &JNINativeInterface_::DeleteLocalRef>) {
+                self.ledger().noteDeleted(args...);
+            }
+        } else {
+            R result = replacement != nullptr ? (*replacement)(real, args...)
+                                              : (self.realTable().*Member)(real, args...);
+            if constexpr (kSameEntry<Member, &JNINativeInterface_::PushLocalFrame>) {
+                if (result == JNI_OK) {
+                    self.ledger().notePushed();
+                }
+            }
+            if constexpr (kSameEntry<Member, &JNINativeInterface_::PopLocalFrame>) {
+                self.ledger().notePopped();
+            }
+            if constexpr (kIsReference<R> && !kSameEntry<Member, &JNINativeInterface_::NewGlobalRef> &&
+                          !kSameEntry<Member, &JNINativeInterface_::NewWeakGlobalRef>) {
+                self.ledger().noteCreated(result);
+            }
+            return result;
+        }
+    }
+};
+
+// The "..." entries: the library never calls them, so reaching one is a defect in the
+// code under test, reported by a C++ exception that the test sees.
+[[noreturn]] void variadicEntryCalled(std::size_t slot);
+
+template <auto Member> struct JniTrap;
+
+template <typename R, typename... A, R (JNICALL* JNINativeInterface_::*Member)(JNIEnv*, A..., ...)>
+struct JniTrap<Member> {
+    static R JNICALL trap(JNIEnv*, A..., ...) { variadicEntryCalled(slotOf<Member>()); }
+};
+
+} // namespace detail
+
+} // namespace ven::test

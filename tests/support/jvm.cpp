@@ -1,0 +1,364 @@
+// The test process's JVM: created once from the JDK named by VEN_TEST_JDK with checked JNI,
+// its output captured line by line; JVM warnings fail the running test unless an
+// ExpectJniWarning guard covers them. Also the per-test local frame and the suites' main().
+#include <dlfcn.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cctype>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <mutex>
+#include <sstream>
+
+#include "support/ven_test.hpp"
+#include "ven/frame.h"
+
+namespace ven::test
+{
+
+namespace
+{
+
+// The registry of warnings that required behaviours provoke. Each entry names the rule; the
+// tests that provoke it hold an ExpectJniWarning with the same text.
+constexpr KnownJniWarning kKnownJniWarnings[] = {
+    {kExceptionPendingWarning,
+     "an argument failure raised while another exception is pending throws the new "
+     "IllegalArgumentException through ThrowNew with the old one still pending",
+     KnownJniWarning::Scope::guarded},
+    {kCriticalRegionWarning,
+     "ven___GetStringCritical and ven___GetPrimitiveArrayCritical are checked-result calls: after "
+     "the JNI call they call ExceptionCheck, and re-throw a saved exception, inside the critical "
+     "region the call has just opened; every string conversion and critical array bridge on "
+     "pinned data passes through them",
+     KnownJniWarning::Scope::everywhere},
+};
+
+const KnownJniWarning* findKnown(std::string_view text)
+{
+    auto known = std::find_if(std::begin(kKnownJniWarnings), std::end(kKnownJniWarnings),
+                              [&](const KnownJniWarning& k) { return text == k.text; });
+    return known != std::end(kKnownJniWarnings) ? known : nullptr;
+}
+
+bool letPassEverywhere(const std::string& line)
+{
+    return std::any_of(
+        std::begin(kKnownJniWarnings), std::end(kKnownJniWarnings), [&](const KnownJniWarning& k) {
+            return k.scope == KnownJniWarning::Scope::everywhere && line.find(k.text) != std::string::npos;
+        });
+}
+
+JavaVM* theVm = nullptr;
+JNIEnv* theEnv = nullptr;
+
+struct Capture {
+    std::mutex mutex;
+    std::string partialLine;
+    std::vector<std::string> lines;
+    std::vector<ExpectJniWarning*> guards;
+};
+
+Capture& capture()
+{
+    static Capture* instance = new Capture; // outlives every JVM thread
+    return *instance;
+}
+
+bool isWarning(std::string line)
+{
+    std::transform(line.begin(), line.end(), line.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return line.find("warning") != std::string::npos;
+}
+
+// Under the lock: files complete lines and returns the warnings no guard covers.
+std::vector<std::string> takeLines(Capture& state, std::string_view text)
+{
+    std::vector<std::string> unexpected;
+    state.partialLine.append(text);
+    std::size_t start = 0;
+    for (std::size_t end; (end = state.partialLine.find('\n', start)) != std::string::npos; start = end + 1) {
+        std::string line = state.partialLine.substr(start, end - start);
+        if (isWarning(line)) {
+            auto guard = std::find_if(state.guards.rbegin(), state.guards.rend(), [&](ExpectJniWarning* g) {
+                return line.find(g->text()) != std::string::npos;
+            });
+            if (guard != state.guards.rend()) {
+                (*guard)->noteSeen();
+            } else if (!letPassEverywhere(line)) {
+                unexpected.push_back(line);
+            }
+        }
+        state.lines.push_back(std::move(line));
+    }
+    state.partialLine.erase(0, start);
+    return unexpected;
+}
+
+// The JVM's vfprintf hook. Checked JNI prints its warnings through it on the thread that
+// made the offending call, before that call returns.
+jint JNICALL captureJvmOutput(FILE*, const char* format, va_list args)
+{
+    char small[512];
+    va_list copy;
+    va_copy(copy, args);
+    int length = std::vsnprintf(small, sizeof small, format, copy);
+    va_end(copy);
+    if (length < 0) {
+        return length;
+    }
+    std::string text;
+    if (static_cast<std::size_t>(length) < sizeof small) {
+        text.assign(small, static_cast<std::size_t>(length));
+    } else {
+        text.resize(static_cast<std::size_t>(length) + 1);
+        std::vsnprintf(text.data(), text.size(), format, args);
+        text.resize(static_cast<std::size_t>(length));
+    }
+    std::fwrite(text.data(), 1, text.size(), stderr);
+
+    Capture& state = capture();
+    std::vector<std::string> unexpected;
+    {
+        std::lock_guard lock(state.mutex);
+        unexpected = takeLines(state, text);
+    }
+    // Outside a test (JVM start-up) gtest files the failure under the whole run.
+    for (const std::string& line : unexpected) {
+        ADD_FAILURE() << "JVM warning: " << line;
+    }
+    return length;
+}
+
+void JNICALL onJvmAbort()
+{
+    const ::testing::TestInfo* test = ::testing::UnitTest::GetInstance()->current_test_info();
+    std::fprintf(stderr, "[harness] the JVM aborted the process during %s.%s\n",
+                 test != nullptr ? test->test_suite_name() : "(no test)",
+                 test != nullptr ? test->name() : "");
+    std::fflush(stderr);
+}
+
+std::string environmentOr(const char* name, const char* fallback)
+{
+    const char* value = std::getenv(name);
+    return value != nullptr && *value != '\0' ? value : fallback;
+}
+
+class JvmEnvironment : public ::testing::Environment
+{
+  public:
+    void SetUp() override
+    {
+        if (theVm != nullptr) {
+            return; // --gtest_repeat
+        }
+        std::string home = environmentOr("VEN_TEST_JDK", VEN_TEST_DEFAULT_JDK);
+        std::string classPath = environmentOr("VEN_TEST_CLASSPATH", VEN_TEST_DEFAULT_CLASSPATH);
+        std::string library = home + "/lib/server/libjvm.so";
+        void* handle = dlopen(library.c_str(), RTLD_NOW | RTLD_GLOBAL);
+        ASSERT_NE(handle, nullptr) << "cannot load " << library << ": " << dlerror();
+        using CreateJavaVm = jint(JNICALL*)(JavaVM**, void**, void*);
+        auto create = reinterpret_cast<CreateJavaVm>(dlsym(handle, "JNI_CreateJavaVM"));
+        ASSERT_NE(create, nullptr) << library << " has no JNI_CreateJavaVM";
+
+        std::vector<std::string> texts = {
+            "-Xcheck:jni",
+            "-Djava.class.path=" + classPath,
+            "-Xrs",             // leave SIGINT/SIGTERM/SIGQUIT to the test process
+            "-XX:+UseSerialGC", // few JVM threads on a small machine
+            "-XX:-UsePerfData", // no hsperfdata files
+            "-Xmx256m",
+        };
+        std::istringstream extra(environmentOr("VEN_TEST_JVM_OPTIONS", ""));
+        for (std::string option; extra >> option;) {
+            texts.push_back(option);
+        }
+        std::vector<JavaVMOption> options;
+        for (std::string& text : texts) {
+            options.push_back({text.data(), nullptr});
+        }
+        options.push_back({const_cast<char*>("vfprintf"), reinterpret_cast<void*>(&captureJvmOutput)});
+        options.push_back({const_cast<char*>("abort"), reinterpret_cast<void*>(&onJvmAbort)});
+
+        JavaVMInitArgs args{};
+        args.version = JNI_VERSION_1_8;
+        args.nOptions = static_cast<jint>(options.size());
+        args.options = options.data();
+        args.ignoreUnrecognized = JNI_FALSE;
+        JNIEnv* env = nullptr;
+        jint status = create(&theVm, reinterpret_cast<void**>(&env), &args);
+        ASSERT_EQ(status, JNI_OK) << "JNI_CreateJavaVM failed for " << home;
+        theEnv = env;
+        venSetJavaVm(theVm);
+    }
+};
+
+} // namespace
+
+JavaVM* jvm()
+{
+    return theVm;
+}
+
+JNIEnv* mainEnv()
+{
+    return theEnv;
+}
+
+int javaMajorVersion()
+{
+    static const int major = [] {
+        JNIEnv* env = mainEnv();
+        jclass system = env->FindClass("java/lang/System");
+        jmethodID getProperty =
+            env->GetStaticMethodID(system, "getProperty", "(Ljava/lang/String;)Ljava/lang/String;");
+        jvalue key;
+        key.l = env->NewStringUTF("java.version");
+        auto value = static_cast<jstring>(env->CallStaticObjectMethodA(system, getProperty, &key));
+        int result = env->ExceptionCheck() ? 0 : std::atoi(utf8(env, value).c_str());
+        env->ExceptionClear();
+        env->DeleteLocalRef(value);
+        env->DeleteLocalRef(key.l);
+        env->DeleteLocalRef(system);
+        return result;
+    }();
+    return major;
+}
+
+std::vector<std::string> jvmOutput()
+{
+    Capture& state = capture();
+    std::lock_guard lock(state.mutex);
+    return state.lines;
+}
+
+std::size_t jvmOutputLineCount()
+{
+    Capture& state = capture();
+    std::lock_guard lock(state.mutex);
+    return state.lines.size();
+}
+
+std::span<const KnownJniWarning> knownJniWarnings()
+{
+    return kKnownJniWarnings;
+}
+
+ExpectJniWarning::ExpectJniWarning(const char* text, const char* why, std::source_location where)
+    : text_(text), why_(why), where_(where)
+{
+    const KnownJniWarning* known = findKnown(text_);
+    registered_ = known != nullptr && known->scope == KnownJniWarning::Scope::guarded;
+    if (!registered_) {
+        ADD_FAILURE_AT(where_.file_name(), static_cast<int>(where_.line()))
+            << "\"" << text_
+            << "\" is not a guarded expected JVM warning (knownJniWarnings() in "
+               "tests/support/jvm.cpp lists them with the rule that causes each)";
+    }
+    Capture& state = capture();
+    std::lock_guard lock(state.mutex);
+    state.guards.push_back(this);
+}
+
+ExpectJniWarning::~ExpectJniWarning()
+{
+    int seen;
+    {
+        Capture& state = capture();
+        std::lock_guard lock(state.mutex);
+        state.guards.erase(std::find(state.guards.begin(), state.guards.end(), this));
+        seen = seen_;
+    }
+    if (seen == 0 && registered_) {
+        ADD_FAILURE_AT(where_.file_name(), static_cast<int>(where_.line()))
+            << "the expected JVM warning \"" << text_ << "\" (" << why_ << ") never appeared";
+    }
+}
+
+int ExpectJniWarning::seen() const
+{
+    std::lock_guard lock(capture().mutex);
+    return seen_;
+}
+
+// Called by the hook under the capture lock.
+void ExpectJniWarning::noteSeen()
+{
+    ++seen_;
+}
+
+TestFrame::TestFrame(JNIEnv* env, jint capacity) : env_(env), ksObjectsAtStart_(ksObjLiveCount())
+{
+    if (env_->PushLocalFrame(capacity) != JNI_OK) {
+        env_->ExceptionClear();
+        ADD_FAILURE() << "PushLocalFrame(" << capacity << ") failed";
+        return;
+    }
+    open_ = true;
+}
+
+TestFrame::~TestFrame()
+{
+    close();
+}
+
+void TestFrame::close()
+{
+    if (!open_) {
+        return;
+    }
+    open_ = false;
+    if (env_->ExceptionCheck()) {
+        std::string name = pendingClassName(env_);
+        std::optional<std::string> message = pendingMessage(env_);
+        ADD_FAILURE() << "the test left an exception pending: " << name << ": "
+                      << message.value_or("(null message)");
+        env_->ExceptionDescribe();
+        env_->ExceptionClear();
+    }
+    env_->PopLocalFrame(nullptr);
+    KS_INT live = ksObjLiveCount();
+    if (checkKsObjects_ && live != ksObjectsAtStart_) {
+        ADD_FAILURE() << "ks objects alive: " << live << " at the end, " << ksObjectsAtStart_
+                      << " at the start (a leak or an extra release; allowKsObjectLeak(why) "
+                         "if intended)";
+    }
+}
+
+void TestFrame::allowKsObjectLeak(const char*)
+{
+    checkKsObjects_ = false;
+}
+
+void JvmTest::SetUp()
+{
+    env = mainEnv();
+    ASSERT_NE(env, nullptr) << "no JVM";
+    frame_.emplace(env);
+}
+
+void JvmTest::TearDown()
+{
+    if (frame_) {
+        frame_->close();
+        frame_.reset();
+    }
+}
+
+} // namespace ven::test
+
+int main(int argc, char** argv)
+{
+    ::testing::InitGoogleTest(&argc, argv);
+    ::testing::AddGlobalTestEnvironment(new ven::test::JvmEnvironment);
+    ven::test::installAbortHook();
+    int status = RUN_ALL_TESTS();
+    // The JVM is never destroyed (DestroyJavaVM waits for every non-daemon thread); leave
+    // without running exit handlers under its running threads.
+    std::fflush(nullptr);
+    _exit(status);
+}
