@@ -265,7 +265,6 @@ TEST_F(BridgesTest, WholePrimitiveArrayBecomesBufferOfItsElementCount)
     KsRef<ksBuffer> buffer{ksBufferCreateFromBytesCopy("old", 3)};
     ksBuffer* old = buffer.get();
     ksObjRetain(old);
-    ExpectJniWarning warning = criticalRegionWarning("the bridge reads the array through the critical pin");
     ASSERT_EQ(KS_TRUE, venGetPrimitiveArrayAsKsBuffer(buffer.out(), fault.env(), nullptr, array));
     EXPECT_EQ((std::vector<jbyte>{1, 2, 3, -4, 5}), bytesOf(buffer));
     EXPECT_EQ((std::vector<jbyte>{1, 2, 3, -4, 5}), bytesOf(array));

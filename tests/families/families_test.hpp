@@ -59,15 +59,6 @@ class LoopFrame
     JNIEnv* env_;
 };
 
-// The wrappers of the critical pins query the exception state inside the region they have
-// just opened, and the checker warns each time: for arrays, and for Java strings that are
-// not Latin-1 (those are read from a copy, outside any region).
-inline ExpectJniWarning criticalRegionWarning(const char* why,
-                                              std::source_location where = std::source_location::current())
-{
-    return ExpectJniWarning(kCriticalRegionWarning, why, where);
-}
-
 // Every non-NULL reference deleted through `fault` while alive; unlike the ledger's live
 // set, this does not depend on the JVM not reusing a deleted reference's value.
 class DeletionLog
