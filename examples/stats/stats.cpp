@@ -15,7 +15,8 @@
 #include "modhost.h"
 #include "ven/ven.h"
 
-namespace {
+namespace
+{
 
 // Module state, set up by JNI_OnLoad and torn down by the shutdown.
 struct Module {
@@ -104,8 +105,9 @@ jobjectArray describe(JNIEnv* env, jclass, jobjectArray words)
     ksString* word = nullptr;
     ksVector* lines = ksVectorCreate();
     jobjectArray result = nullptr;
-    KS_BOOL ok = venFindClass(&arrays, env, trace, "java/lang/reflect/Array") &&
-                 venGetStaticMethodID(&get, env, trace, arrays, "get", "(Ljava/lang/Object;I)Ljava/lang/Object;");
+    KS_BOOL ok =
+        venFindClass(&arrays, env, trace, "java/lang/reflect/Array") &&
+        venGetStaticMethodID(&get, env, trace, arrays, "get", "(Ljava/lang/Object;I)Ljava/lang/Object;");
     for (KS_INT i = 0; ok && i < count; ++i) {
         // Each call replaces `element` and deletes the previous element's local
         // reference, and replaces `word`, releasing the previous string: the loop holds
@@ -155,7 +157,8 @@ jbyteArray crc32(JNIEnv* env, jclass, jbyteArray data)
     const std::uint32_t crc =
         crc32Of(static_cast<const std::uint8_t*>(ksBufferBacking(bytes)), ksBufferLength(bytes));
     ksObjRelease(bytes);
-    const std::uint8_t bigEndian[4] = {static_cast<std::uint8_t>(crc >> 24), static_cast<std::uint8_t>(crc >> 16),
+    const std::uint8_t bigEndian[4] = {static_cast<std::uint8_t>(crc >> 24),
+                                       static_cast<std::uint8_t>(crc >> 16),
                                        static_cast<std::uint8_t>(crc >> 8), static_cast<std::uint8_t>(crc)};
     ksBuffer* digest = ksBufferCreateFromBytesCopy(bigEndian, sizeof bigEndian);
     jbyteArray result = nullptr;
@@ -197,16 +200,16 @@ jobject summarize(JNIEnv* env, jclass, jintArray values)
     jobject list = nullptr;
     jobject boxed = nullptr;
     KS_BOOL added = KS_FALSE;
-    // Each valueOf replaces `boxed` and deletes the value added before it.
-    const KS_BOOL ok = venArrayListNew(&list, env, trace) &&
-                       venLongValueOf(&boxed, env, trace, min) &&
-                       venCollectionAdd(&added, env, trace, list, boxed) &&
-                       venLongValueOf(&boxed, env, trace, max) &&
-                       venCollectionAdd(&added, env, trace, list, boxed) &&
-                       venDoubleValueOf(&boxed, env, trace, mean) &&
-                       venCollectionAdd(&added, env, trace, list, boxed) &&
-                       venBooleanValueOf(&boxed, env, trace, ascending) &&
-                       venCollectionAdd(&added, env, trace, list, boxed);
+    // Each valueOf replaces `boxed` and deletes the local reference to the value added
+    // before it; `append` adds the new one when the boxing worked.
+    auto append = [&](KS_BOOL boxedOk) {
+        return boxedOk && venCollectionAdd(&added, env, trace, list, boxed);
+    };
+    const KS_BOOL ok = venArrayListNew(&list, env, trace) &&              //
+                       append(venLongValueOf(&boxed, env, trace, min)) && //
+                       append(venLongValueOf(&boxed, env, trace, max)) && //
+                       append(venDoubleValueOf(&boxed, env, trace, mean)) &&
+                       append(venBooleanValueOf(&boxed, env, trace, ascending));
     venDeleteLocalRef(env, boxed);
     if (!ok) {
         venDeleteLocalRef(env, list);
@@ -285,7 +288,7 @@ const JNINativeMethod statsNatives[] = {
 };
 
 struct FieldRow {
-    jfieldID Module::* id;
+    jfieldID Module::*id;
     const char* name;
     const char* signature;
 };

@@ -170,8 +170,12 @@ TEST_F(Strings, Regions)
 TEST_F(Strings, ToKsString)
 {
     KsRef<ksString> result(ksStringCreateFromCstr("held", -1));
-    ASSERT_EQ(venStringToKsString(result.out(), env, nullptr, ven::test::jstr(env, "a\xF0\x9F\x98\x80z")),
-              KS_TRUE);
+    {
+        ven::test::ExpectJniWarning critical(ven::test::kCriticalRegionWarning,
+                                             "venStringToKsString reads the characters in a critical region");
+        ASSERT_EQ(venStringToKsString(result.out(), env, nullptr, ven::test::jstr(env, "a\xF0\x9F\x98\x80z")),
+                  KS_TRUE);
+    }
     EXPECT_EQ(ven::test::codePoints(result), U"a\U0001F600z");
 
     // An empty text needs no characters.
@@ -194,7 +198,11 @@ TEST_F(Strings, IllFormedJavaTextBecomesAssertionError)
     ksString* const before = held.get();
     const jchar unpaired[] = {'x', 0xD83D, 'y'};
     jstring text = env->NewString(unpaired, 3);
-    EXPECT_EQ(venStringToKsString(held.out(), fault.env(), trace.get(), text), KS_FALSE);
+    {
+        ven::test::ExpectJniWarning critical(ven::test::kCriticalRegionWarning,
+                                             "venStringToKsString reads the characters in a critical region");
+        EXPECT_EQ(venStringToKsString(held.out(), fault.env(), trace.get(), text), KS_FALSE);
+    }
     EXPECT_EQ(held.get(), before);
     EXPECT_EQ(trace.lines(),
               Lines{"[venStringToKsString()] Exception: java.lang.AssertionError: venStringToKsString: "
@@ -246,6 +254,9 @@ TEST_F(Strings, WellFormedTextRoundTripsUnchanged)
     auto pick = [&](unsigned low, unsigned high) {
         return std::uniform_int_distribution<unsigned>(low, high)(random);
     };
+    // Most texts go beyond Latin-1, and their characters are read in a critical region.
+    ven::test::ExpectJniWarning critical(ven::test::kCriticalRegionWarning,
+                                         "venStringToKsString reads the characters in a critical region");
     for (int repeat = 0; repeat < 200; ++repeat) {
         ven::test::TestFrame rowFrame(env);
         std::u16string units;
@@ -300,6 +311,26 @@ TEST_F(Strings, ClassAndInstanceTest)
     EXPECT_EQ(venStringIsInstance(nullptr, fault.env(), nullptr, notAString), KS_FALSE);
     EXPECT_EQ(obtained.outstanding(), 0);
     ExpectPending(env, "java.lang.IllegalArgumentException", "venIsInstanceOf: result != NULL");
+}
+
+TEST_F(Strings, ToKsStringWithoutResultStillReleases)
+{
+    // The release at the end checks `string` even with no characters: with both NULL, its
+    // own argument failure follows the first one while that is pending.
+    Trace trace;
+    {
+        ven::test::ExpectJniWarning pending(
+            ven::test::kExceptionPendingWarning,
+            "the release's argument failure is thrown while the first is pending");
+        EXPECT_EQ(venStringToKsString(nullptr, env, trace.get(), nullptr), KS_FALSE);
+    }
+    EXPECT_EQ(
+        trace.lines(),
+        (Lines{"[venStringToKsString()] Exception: java.lang.IllegalArgumentException: venStringToKsString: "
+               "result != ((void *)0)",
+               "[venReleaseStringCritical()] Exception: java.lang.IllegalArgumentException: "
+               "venReleaseStringCritical: string != NULL"}));
+    ExpectPending(env, "java.lang.IllegalArgumentException", "venReleaseStringCritical: string != NULL");
 }
 
 } // namespace

@@ -179,6 +179,9 @@ TEST_F(ExceptionTrace, ToStringReturnsNull)
 TEST_F(ExceptionTrace, SupplementaryCharactersShowWhole)
 {
     Trace trace;
+    ven::test::ExpectJniWarning critical(
+        ven::test::kCriticalRegionWarning,
+        "the trace reads a toString() text beyond Latin-1 in a critical region");
     EXPECT_EQ(venTraceException(env, trace.get(), fixture("fixtures/SupplementaryText"), KS_TRUE, "caller"),
               KS_TRUE);
     EXPECT_EQ(trace.lines(),
@@ -194,6 +197,9 @@ TEST_F(ExceptionTrace, IllFormedTextIsReportedWithoutNotable)
     jclass clazz = ven::test::findClass(env, "java/lang/IllegalStateException");
     auto throwable = static_cast<jthrowable>(
         env->NewObject(clazz, env->GetMethodID(clazz, "<init>", "(Ljava/lang/String;)V"), message));
+    ven::test::ExpectJniWarning critical(
+        ven::test::kCriticalRegionWarning,
+        "the trace reads a toString() text beyond Latin-1 in a critical region");
     EXPECT_EQ(venTraceException(fault.env(), trace.get(), throwable, KS_FALSE, "caller"), KS_TRUE);
     EXPECT_EQ(trace.lines(), (Lines{"[venTraceException()]: ven___JCharsToChars() : KS_FALSE",
                                     "[caller()] Exception: Unknown Exception"}));

@@ -84,6 +84,25 @@ TEST_F(FaultEnvTest, CannedFaults)
 }
 
 // C++'s JNIEnv_ methods forward "..." to the V entries; C code reaches the table directly.
+TEST_F(FaultEnvTest, ReplacementTakesOnlyTheChosenCalls)
+{
+    FaultEnv fault(env);
+    JNIEnv* fake = fault.env();
+    fake->FindClass("java/lang/Object"); // before the fault: not counted for it
+    fault.raiseOutOfMemory<&JNINativeInterface_::FindClass>(FaultEnv::Calls::nth(2));
+    EXPECT_NE(fake->FindClass("java/lang/Object"), nullptr);
+    EXPECT_EQ(fake->FindClass("java/lang/Object"), nullptr);
+    ExpectPending(env, "java.lang.OutOfMemoryError", "injected by FaultEnv");
+    EXPECT_NE(fake->FindClass("java/lang/Object"), nullptr);
+
+    fault.returnValue<&JNINativeInterface_::GetStringLength>(-1, FaultEnv::Calls::from(2));
+    jstring text = env->NewStringUTF("abc");
+    EXPECT_EQ(fake->GetStringLength(text), 3);
+    EXPECT_EQ(fake->GetStringLength(text), -1);
+    EXPECT_EQ(fake->GetStringLength(text), -1);
+    EXPECT_EQ(fault.calls<&JNINativeInterface_::GetStringLength>(), 3);
+}
+
 TEST_F(FaultEnvTest, VariadicEntriesTrapAndTheirCppFormsForward)
 {
     FaultEnv fault(env);

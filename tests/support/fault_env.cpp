@@ -113,9 +113,18 @@ FaultEnv::~FaultEnv()
 
 void FaultEnv::reset()
 {
-    for (auto& replacement : overrides_) {
-        replacement.reset();
+    overrides_.fill({});
+}
+
+void* FaultEnv::replacementFor(std::size_t slot)
+{
+    Replacement& replacement = overrides_[slot];
+    if (!replacement.function) {
+        return nullptr;
     }
+    ++replacement.seen;
+    bool takes = replacement.seen >= replacement.calls.first && replacement.seen <= replacement.calls.last;
+    return takes ? replacement.function.get() : nullptr;
 }
 
 void FaultEnv::noteCall(std::size_t slot)

@@ -8,6 +8,7 @@
 
 #include <array>
 #include <functional>
+#include <limits>
 #include <memory>
 #include <string>
 #include <type_traits>
@@ -100,55 +101,77 @@ class FaultEnv
     JNIEnv* env() { return &block_.env; }
     JNIEnv* real() const { return real_; }
 
+    // Which calls of an entry a replacement takes, counted from when it was installed
+    // (1 is the first call after it); the others go to the real entry. A fault on the first
+    // FindClass only, say, leaves the exception trace's own FindClass working.
+    struct Calls {
+        int first = 1;
+        int last = std::numeric_limits<int>::max();
+
+        static Calls every() { return {}; }
+        static Calls nth(int n) { return {n, n}; }
+        static Calls from(int n) { return {n, std::numeric_limits<int>::max()}; }
+    };
+
     // Replaces one entry: `callable` receives the REAL env and the entry's arguments.
-    template <auto Member, typename Callable> void override(Callable&& callable)
+    template <auto Member, typename Callable> void override(Callable&& callable, Calls calls = Calls::every())
     {
         using Function = typename detail::JniEntry<Member>::Function;
-        overrides_[detail::slotOf<Member>()] = std::make_shared<Function>(std::forward<Callable>(callable));
+        overrides_[detail::slotOf<Member>()] = {std::make_shared<Function>(std::forward<Callable>(callable)),
+                                                calls, 0};
     }
     // Puts one entry, or every entry, back to forwarding.
-    template <auto Member> void restore() { overrides_[detail::slotOf<Member>()].reset(); }
+    template <auto Member> void restore() { overrides_[detail::slotOf<Member>()] = {}; }
     void reset();
 
     // Canned faults. returnValue: the entry returns `value` and does nothing else (a NULL
     // without raising, a -1 status, a negative length). raise: the entry throws
-    // `className` (e.g. "java/lang/OutOfMemoryError") with `message` and returns `failure`.
-    template <auto Member> void returnValue(typename detail::JniEntry<Member>::Result value)
+    // `className` (e.g. "java/lang/OutOfMemoryError") with `message` and returns `failure`
+    // (zero, NULL or nothing by default).
+    template <auto Member>
+    void returnValue(typename detail::JniEntry<Member>::Result value, Calls calls = Calls::every())
     {
-        override<Member>([value](JNIEnv*, auto...) { return value; });
+        override<Member>([value](JNIEnv*, auto...) { return value; }, calls);
     }
-    template <auto Member> void returnNull()
+    template <auto Member> void returnNull(Calls calls = Calls::every())
     {
         override<Member>(
-            [](JNIEnv*, auto...) { return detail::zeroOf<typename detail::JniEntry<Member>::Result>(); });
+            [](JNIEnv*, auto...) { return detail::zeroOf<typename detail::JniEntry<Member>::Result>(); },
+            calls);
     }
-    template <auto Member> void returnStatus(jint status = -1) { returnValue<Member>(status); }
-    template <auto Member> void raise(const char* className, const char* message)
+    template <auto Member> void returnStatus(jint status = -1, Calls calls = Calls::every())
+    {
+        returnValue<Member>(status, calls);
+    }
+    template <auto Member>
+    void raise(const char* className, const char* message, Calls calls = Calls::every())
     {
         using Result = typename detail::JniEntry<Member>::Result;
         if constexpr (std::is_void_v<Result>) {
             jclass throwable = globalClass(className);
             std::string text = message;
             override<Member>(
-                [throwable, text](JNIEnv* real, auto...) { real->ThrowNew(throwable, text.c_str()); });
+                [throwable, text](JNIEnv* real, auto...) { real->ThrowNew(throwable, text.c_str()); }, calls);
         } else {
-            raiseReturning<Member>(className, message, Result{});
+            raiseReturning<Member>(className, message, Result{}, calls);
         }
     }
     template <auto Member>
     void raiseReturning(const char* className, const char* message,
-                        typename detail::JniEntry<Member>::Result failure)
+                        typename detail::JniEntry<Member>::Result failure, Calls calls = Calls::every())
     {
         jclass throwable = globalClass(className);
         std::string text = message;
-        override<Member>([throwable, text, failure](JNIEnv* real, auto...) {
-            real->ThrowNew(throwable, text.c_str());
-            return failure;
-        });
+        override<Member>(
+            [throwable, text, failure](JNIEnv* real, auto...) {
+                real->ThrowNew(throwable, text.c_str());
+                return failure;
+            },
+            calls);
     }
-    template <auto Member> void raiseOutOfMemory()
+    template <auto Member> void raiseOutOfMemory(Calls calls = Calls::every())
     {
-        raise<Member>("java/lang/OutOfMemoryError", "injected by FaultEnv");
+        raise<Member>("java/lang/OutOfMemoryError", "injected by FaultEnv", calls);
     }
 
     // How often an entry was called through this env, and the names of all entries called,
@@ -162,7 +185,8 @@ class FaultEnv
     // For the trampolines.
     static FaultEnv& owning(JNIEnv* fake) { return *reinterpret_cast<Block*>(fake)->owner; }
     const JNINativeInterface_& realTable() const { return *realTable_; }
-    void* overrideAt(std::size_t slot) const { return overrides_[slot].get(); }
+    // The replacement that takes this call of the entry, or NULL to forward it.
+    void* replacementFor(std::size_t slot);
     void noteCall(std::size_t slot);
 
   private:
@@ -178,7 +202,13 @@ class FaultEnv
     JNINativeInterface_ table_;
     JNIEnv* real_;
     const JNINativeInterface_* realTable_;
-    std::array<std::shared_ptr<void>, detail::kJniTableSlots> overrides_{};
+    struct Replacement {
+        std::shared_ptr<void> function; // a detail::JniEntry<Member>::Function
+        Calls calls;
+        int seen = 0;
+    };
+
+    std::array<Replacement, detail::kJniTableSlots> overrides_{};
     std::array<int, detail::kJniTableSlots> calls_{};
     std::vector<std::string> trail_;
     std::vector<jobject> globals_;
@@ -198,7 +228,7 @@ struct JniEntry<Member> {
         FaultEnv& self = FaultEnv::owning(fake);
         const std::size_t slot = slotOf<Member>();
         self.noteCall(slot);
-        auto* replacement = static_cast<Function*>(self.overrideAt(slot));
+        auto* replacement = static_cast<Function*>(self.replacementFor(slot));
         JNIEnv* real = self.real();
         if constexpr (std::is_void_v<R>) {
             if (replacement != nullptr) {

@@ -62,13 +62,8 @@ KS_BOOL writeField(const char* function, JNIEnv* env, lgStream* trace, Target ta
 template <auto ReadObject, typename Target>
 KS_BOOL readStringField(ksString** result, JNIEnv* env, lgStream* trace, Target target, jfieldID fieldID)
 {
-    jobject string = nullptr;
-    KS_BOOL ok = ReadObject(&string, env, trace, target, fieldID);
-    if (ok) {
-        ok = venStringToKsString(result, env, trace, static_cast<jstring>(string));
-    }
-    venDeleteLocalRef(env, string);
-    return ok;
+    return deliverText(result, env, trace,
+                       [&](jobject* string) { return ReadObject(string, env, trace, target, fieldID); });
 }
 
 // The Java string is made before the target and the field ID are tested by the object writer.

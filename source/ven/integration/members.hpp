@@ -1,6 +1,6 @@
 // What the field and method families share: how a JNI value becomes the integration
 // layer's value and back (one row per JNI type), the NULL tests named after the JNI
-// parameter they guard, and the member lookup by name and signature.
+// parameter they guard, the member lookup by name and signature, and the string forms.
 #pragma once
 
 #include "integration/convention.hpp"
@@ -64,6 +64,20 @@ KS_BOOL lookUpMember(const char* function, Id* result, JNIEnv* env, lgStream* tr
     }
     *result = LookUp(env, clazz, name, sig);
     return *result != nullptr ? KS_TRUE : jniFailure(env, trace, function);
+}
+
+// The string forms of the object readers and calls: obtain(&string) delivers a Java
+// string (or null) and reports its own failures under its own name; the text then goes
+// into *result by venStringToKsString, and the local reference is let go on every path.
+template <typename Obtain> KS_BOOL deliverText(ksString** result, JNIEnv* env, lgStream* trace, Obtain obtain)
+{
+    jobject string = nullptr;
+    KS_BOOL ok = obtain(&string);
+    if (ok) {
+        ok = venStringToKsString(result, env, trace, static_cast<jstring>(string));
+    }
+    venDeleteLocalRef(env, string);
+    return ok;
 }
 
 } // namespace ven::integration

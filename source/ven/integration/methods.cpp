@@ -47,13 +47,8 @@ KS_BOOL callForNothing(const char* function, JNIEnv* env, lgStream* trace, va_li
 template <auto ObjectCallV, typename... Targets>
 KS_BOOL callForString(ksString** result, JNIEnv* env, lgStream* trace, va_list args, Targets... targets)
 {
-    jobject string = nullptr;
-    KS_BOOL ok = ObjectCallV(&string, env, trace, targets..., args);
-    if (ok) {
-        ok = venStringToKsString(result, env, trace, static_cast<jstring>(string));
-    }
-    venDeleteLocalRef(env, string);
-    return ok;
+    return deliverText(result, env, trace,
+                       [&](jobject* string) { return ObjectCallV(string, env, trace, targets..., args); });
 }
 
 } // namespace

@@ -62,8 +62,8 @@ ksString* criticalText(JNIEnv* env, lgStream* trace, jstring string)
     return text;
 }
 
-// Steps 5 to 10 of the trace: the throwable's toString() text, or NULL after the
-// diagnostic line of the step that could not produce it. Runs with nothing pending;
+// The throwable's toString() text, or NULL after the diagnostic line of the step that
+// could not produce it. Runs with nothing pending;
 // whatever it raises is cleared by the caller.
 ksString* throwableText(JNIEnv* env, lgStream* trace, jthrowable throwable)
 {
@@ -131,6 +131,8 @@ VEN_API KS_BOOL venTraceException(JNIEnv* env, lgStream* trace, jthrowable throw
     return KS_TRUE;
 }
 
+// The occurred forms delete the reference they take: traced in a loop, they would
+// otherwise fill the caller's frame.
 VEN_API KS_BOOL venTraceExceptionOccurred(JNIEnv* env, lgStream* trace, KS_BOOL notable,
                                           const char* methodName)
 {
@@ -152,6 +154,8 @@ VEN_API KS_BOOL venTraceErrorOrRuntimeException(JNIEnv* env, lgStream* trace, jt
     }
     // The lookups run also without a stream: the result still tells a NULL methodName.
     jclass runtimeExceptionClass = ven___FindClass(env, kRuntimeExceptionClassName);
+    // A failed lookup leaves its own exception pending in place of the traced one, as
+    // any failed wrapper call does; the trace gives up with its line.
     if (runtimeExceptionClass == nullptr) {
         traceFailureLine(trace, format::runtimeExceptionClassNull, kTraceErrorOrRuntimeException);
         return KS_FALSE;

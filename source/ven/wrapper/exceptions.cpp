@@ -183,10 +183,12 @@ VEN_API jobject ven___PopLocalFrame(JNIEnv* env, jobject result)
 
 VEN_API jobject ven___NewLocalRef(JNIEnv* env, jobject ref)
 {
-    checkRequired(328, {{env, "env"}});
+    // A NULL reference has no copy: NULL comes back before anything else, the exception
+    // state untouched.
     if (ref == nullptr) {
         return nullptr;
     }
+    checkRequired(328, {{env, "env"}});
     return nonRaising<&Jni::NewLocalRef>(
         env, 339, NullResultCheck{{342, "ref != NULL <> (*env)->NewLocalRef(ref) == NULL"}}, ref);
 }

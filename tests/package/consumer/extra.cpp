@@ -27,7 +27,8 @@ extern "C" int consumerCxxChecks(void)
     }
     if (traced != KS_FALSE || lgStreamNotable(trace) != KS_TRUE || line == nullptr ||
         std::strcmp(line, "[venTraceException()] throwable: NULL") != 0) {
-        std::fprintf(stderr, "consumer: FAILED: trace of a NULL throwable gave \"%s\"\n", line != nullptr ? line : "");
+        std::fprintf(stderr, "consumer: FAILED: trace of a NULL throwable gave \"%s\"\n",
+                     line != nullptr ? line : "");
         ++failures;
     }
     ksMemFree(line);
