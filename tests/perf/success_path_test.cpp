@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <cctype>
 #include <initializer_list>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -64,9 +63,6 @@ struct SuccessPath {
     Order order;
     KS_INT blocks;  // ksMemAlloc/ksMemAllocN calls
     KS_INT objects; // ks objects alive afterwards, delivered to the caller
-    // The wrapper of GetStringCritical or GetPrimitiveArrayCritical asks the exception state
-    // inside the region it has just opened, and checked JNI says so.
-    bool critical = false;
 };
 
 // JNI calls of one guarded wrapper at the floor.
@@ -124,7 +120,7 @@ const SuccessPath kSuccessPaths[] = {
              ven___ReleaseStringCritical(env, o.text, chars);
          }
          return chars != nullptr;
-     }, calls({guarded("GetStringCritical"), {"ReleaseStringCritical"}}), Order::exact, 0, 0, true},
+     }, calls({guarded("GetStringCritical"), {"ReleaseStringCritical"}}), Order::exact, 0, 0},
 
     // Integration calls: the wrapper's calls and nothing else.
     {"venGetIntField", [](JNIEnv* env, lgStream* trace, const Objects& o, Delivered&) {
@@ -207,7 +203,7 @@ const SuccessPath kSuccessPaths[] = {
              return false;
          }
          return venReleaseStringCritical(env, trace, o.text, chars) == KS_TRUE;
-     }, calls({guarded("GetStringCritical"), {"ReleaseStringCritical"}}), Order::exact, 0, 0, true},
+     }, calls({guarded("GetStringCritical"), {"ReleaseStringCritical"}}), Order::exact, 0, 0},
     {"venGetArrayLength", [](JNIEnv* env, lgStream* trace, const Objects& o, Delivered&) {
          KS_INT length = 0;
          return venGetArrayLength(&length, env, trace, o.ints) && length == 4;
@@ -239,7 +235,7 @@ const SuccessPath kSuccessPaths[] = {
          const KS_BOOL ok = venStringToKsString(&string, env, trace, o.text);
          keepKs(d, string);
          return ok && string != nullptr && ksStringLength(string) == 7;
-     }, toKsString(), Order::exact, 1, 1, true},
+     }, toKsString(), Order::exact, 1, 1},
     {"venStringToKsString of an empty string", [](JNIEnv* env, lgStream* trace, const Objects& o, Delivered& d) {
          ksString* string = nullptr;
          const KS_BOOL ok = venStringToKsString(&string, env, trace, o.empty);
@@ -312,7 +308,7 @@ const SuccessPath kSuccessPaths[] = {
          keepKs(d, buffer);
          return ok && buffer != nullptr && ksBufferLength(buffer) == 5;
      }, calls({guarded("GetArrayLength"), guarded("GetPrimitiveArrayCritical"), {"ReleasePrimitiveArrayCritical"}}),
-     Order::exact, 0, 1, true},
+     Order::exact, 0, 1},
     // Three elements, one of them empty: one block per non-empty string, three references at most.
     {"venNewStringArrayFromKsVector", [](JNIEnv* env, lgStream* trace, const Objects& o, Delivered& d) {
          jobjectArray array = nullptr;
@@ -347,7 +343,7 @@ const SuccessPath kSuccessPaths[] = {
          keepKs(d, text);
          return ok && text != nullptr && ksStringLength(text) == 7;
      }, calls({guarded("GetObjectClass"), guarded("GetMethodID"), guarded("CallObjectMethodV"), toKsString(),
-               {"DeleteLocalRef", "DeleteLocalRef"}}), Order::any, 1, 1, true},
+               {"DeleteLocalRef", "DeleteLocalRef"}}), Order::any, 1, 1},
 };
 
 class SuccessPathTest : public JvmTest, public ::testing::WithParamInterface<SuccessPath>
@@ -430,11 +426,6 @@ TEST_P(SuccessPathTest, MakesOnlyTheConventionsJniCallsAndItsOwnAllocations)
 {
     const SuccessPath& path = GetParam();
     Trace trace;
-    std::optional<ven::test::ExpectJniWarning> criticalRegion;
-    if (path.critical) {
-        criticalRegion.emplace(ven::test::kCriticalRegionWarning,
-                               "the critical getters' wrappers ask the exception state inside the region");
-    }
     // Once before counting: nothing a first call sets up (class loading, linking) is counted.
     {
         Delivered warmUp;
