@@ -13,7 +13,8 @@
 
 #include "ven/ven.h"
 
-namespace ven::bench {
+namespace ven::bench
+{
 
 // Starts the process's JVM for the benchmarks (jvm.cpp). NULL, with `error` set, on failure.
 JNIEnv* startJvm(const std::string& jdkHome, const std::string& classPath, std::string& error);
@@ -152,6 +153,26 @@ inline bool failed(benchmark::State& state, bool ok, const char* what)
 inline void setBytes(benchmark::State& state, double bytes)
 {
     state.counters["bytes"] = bytes;
+}
+
+// A row whose operation delivers into a variable of type Result (a local reference, a ks
+// object, a plain array) that the next iteration replaces; `finish` checks the last result
+// and lets go of it. `bytes`, when given, is what one iteration moves.
+template <typename Result, typename Op, typename Finish>
+void resultRow(const char* kind, const std::string& op, Op operation, Finish finish, double bytes = 0)
+{
+    addRow(kind, op, [=](benchmark::State& state) {
+        Result result{};
+        for (auto _ : state) {
+            if (failed(state, operation(&result), "the operation failed")) {
+                break;
+            }
+        }
+        finish(state, result);
+        if (bytes > 0) {
+            setBytes(state, bytes);
+        }
+    });
 }
 
 void registerCallRows();

@@ -7,19 +7,21 @@
 
 #include "bench.hpp"
 
-namespace ven::bench {
+namespace ven::bench
+{
 
-namespace {
+namespace
+{
 
 std::vector<std::string> jvmOptions(const std::string& classPath)
 {
     return {
         "-Djava.class.path=" + classPath,
-        "-Xms512m",             // fixed heap: no growth or shrinking during the run
+        "-Xms512m", // fixed heap: no growth or shrinking during the run
         "-Xmx512m",
-        "-XX:+AlwaysPreTouch",  // every heap page faulted in at start-up, not in a row
+        "-XX:+AlwaysPreTouch",          // every heap page faulted in at start-up, not in a row
         "-XX:+UseTransparentHugePages", // and in 2 MB pages: a fault costs microseconds here
-        "-XX:+UseSerialGC",     // no concurrent GC threads competing for the two cores
+        "-XX:+UseSerialGC",             // no concurrent GC threads competing for the two cores
         "-XX:-UsePerfData",
         "-Xrs",
     };

@@ -13,7 +13,8 @@
 
 #include "bench.hpp"
 
-namespace {
+namespace
+{
 
 std::string environmentOr(const char* name, const char* fallback)
 {
@@ -85,10 +86,10 @@ int main(int argc, char** argv)
     using namespace ven::bench;
 
     std::vector<std::string> defaults = {
-        "--benchmark_repetitions=12",
-        "--benchmark_enable_random_interleaving=true",
-        "--benchmark_min_time=0.05",
-        "--benchmark_min_warmup_time=0.05", // every row, before its first repetition
+        "--benchmark_repetitions=12",                  // medians of 12
+        "--benchmark_enable_random_interleaving=true", // taken round-robin, in random order
+        "--benchmark_min_time=0.05",                   // seconds per repetition
+        "--benchmark_min_warmup_time=0.05",            // every row, before its first repetition
     };
     std::vector<char*> args{argv[0]};
     for (std::string& flag : defaults) {

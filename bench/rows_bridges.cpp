@@ -9,9 +9,11 @@
 
 #include "bench.hpp"
 
-namespace ven::bench {
+namespace ven::bench
+{
 
-namespace {
+namespace
+{
 
 constexpr KS_INT kElements = 1000000;
 constexpr KS_INT kStrings = 1000;
@@ -37,13 +39,15 @@ VEN_BENCH_LOOP void widenInts(KS_INT* __restrict destination, const jint* __rest
     }
 }
 
-VEN_BENCH_LOOP void copyDoubles(double* __restrict destination, const jdouble* __restrict source, KS_INT count)
+VEN_BENCH_LOOP void copyDoubles(double* __restrict destination, const jdouble* __restrict source,
+                                KS_INT count)
 {
     std::memcpy(destination, source, static_cast<std::size_t>(count) * sizeof(double));
 }
 
 // UTF-16 of `count` code points into a buffer with room for two units each; the unit count.
-VEN_BENCH_LOOP KS_INT encodeInto(jchar* __restrict destination, const KS_CHAR* __restrict source, KS_INT count)
+VEN_BENCH_LOOP KS_INT encodeInto(jchar* __restrict destination, const KS_CHAR* __restrict source,
+                                 KS_INT count)
 {
     KS_INT units = 0;
     for (KS_INT i = 0; i < count; ++i) {
@@ -74,8 +78,9 @@ template <class P>
     bool ok = true;
     jclass clazz = P::call(env, ok, [&] { return env->FindClass("java/lang/String"); });
     if (ok) {
-        replaceLocal(env, result,
-                     P::call(env, ok, [&] { return env->NewObjectArray(static_cast<jsize>(n), clazz, nullptr); }));
+        replaceLocal(env, result, P::call(env, ok, [&] {
+                         return env->NewObjectArray(static_cast<jsize>(n), clazz, nullptr);
+                     }));
     }
     jstring element = nullptr;
     for (KS_INT i = 0; ok && i < n; ++i) {
@@ -109,13 +114,13 @@ template <class P>
 
 // Best: the class held globally, one reusable buffer for the units, each element's reference
 // deleted as soon as it is stored.
-[[gnu::noinline]] bool newStringArrayBest(jobjectArray* result, JNIEnv* env, jclass stringClass, const ksVector* vec,
-                                          std::vector<jchar>& buffer)
+[[gnu::noinline]] bool newStringArrayBest(jobjectArray* result, JNIEnv* env, jclass stringClass,
+                                          const ksVector* vec, std::vector<jchar>& buffer)
 {
     const KS_INT n = ksVectorLength(vec);
     bool ok = true;
-    jobjectArray array =
-        Careful::call(env, ok, [&] { return env->NewObjectArray(static_cast<jsize>(n), stringClass, nullptr); });
+    jobjectArray array = Careful::call(
+        env, ok, [&] { return env->NewObjectArray(static_cast<jsize>(n), stringClass, nullptr); });
     replaceLocal(env, result, array);
     for (KS_INT i = 0; ok && i < n; ++i) {
         ksString* string = ksStringFrom(ksVectorObjAt(vec, i));
@@ -125,9 +130,11 @@ template <class P>
         }
         const KS_INT units = encodeInto(buffer.data(), ksStringBacking(string), length);
         ksObjRelease(string);
-        jstring element = Careful::call(env, ok, [&] { return env->NewString(buffer.data(), static_cast<jsize>(units)); });
+        jstring element =
+            Careful::call(env, ok, [&] { return env->NewString(buffer.data(), static_cast<jsize>(units)); });
         if (ok) {
-            Careful::call(env, ok, [&] { env->SetObjectArrayElement(array, static_cast<jsize>(i), element); });
+            Careful::call(env, ok,
+                          [&] { env->SetObjectArrayElement(array, static_cast<jsize>(i), element); });
         }
         if (element != nullptr) {
             env->DeleteLocalRef(element);
@@ -138,7 +145,8 @@ template <class P>
 
 // --- Buffers and plain arrays to Java ---------------------------------------------------------
 
-template <class P> [[gnu::noinline]] bool newByteArrayFromBuffer(jbyteArray* result, JNIEnv* env, const ksBuffer* buffer)
+template <class P>
+[[gnu::noinline]] bool newByteArrayFromBuffer(jbyteArray* result, JNIEnv* env, const ksBuffer* buffer)
 {
     const KS_INT n = ksBufferLength(buffer);
     bool ok = true;
@@ -147,16 +155,19 @@ template <class P> [[gnu::noinline]] bool newByteArrayFromBuffer(jbyteArray* res
         return false;
     }
     P::call(env, ok, [&] {
-        env->SetByteArrayRegion(*result, 0, static_cast<jsize>(n), static_cast<const jbyte*>(ksBufferBacking(buffer)));
+        env->SetByteArrayRegion(*result, 0, static_cast<jsize>(n),
+                                static_cast<const jbyte*>(ksBufferBacking(buffer)));
     });
     return ok;
 }
 
 template <class P>
-[[gnu::noinline]] bool newDoubleArrayOf(jdoubleArray* result, JNIEnv* env, const double* source, KS_INT length)
+[[gnu::noinline]] bool newDoubleArrayOf(jdoubleArray* result, JNIEnv* env, const double* source,
+                                        KS_INT length)
 {
     bool ok = true;
-    replaceLocal(env, result, P::call(env, ok, [&] { return env->NewDoubleArray(static_cast<jsize>(length)); }));
+    replaceLocal(env, result,
+                 P::call(env, ok, [&] { return env->NewDoubleArray(static_cast<jsize>(length)); }));
     if (!ok) {
         return false;
     }
@@ -170,12 +181,15 @@ template <class P>
 }
 
 // Best: one copy, straight into the new array.
-[[gnu::noinline]] bool newDoubleArrayBest(jdoubleArray* result, JNIEnv* env, const double* source, KS_INT length)
+[[gnu::noinline]] bool newDoubleArrayBest(jdoubleArray* result, JNIEnv* env, const double* source,
+                                          KS_INT length)
 {
     bool ok = true;
-    replaceLocal(env, result, Careful::call(env, ok, [&] { return env->NewDoubleArray(static_cast<jsize>(length)); }));
+    replaceLocal(env, result,
+                 Careful::call(env, ok, [&] { return env->NewDoubleArray(static_cast<jsize>(length)); }));
     if (ok) {
-        Careful::call(env, ok, [&] { env->SetDoubleArrayRegion(*result, 0, static_cast<jsize>(length), source); });
+        Careful::call(env, ok,
+                      [&] { env->SetDoubleArrayRegion(*result, 0, static_cast<jsize>(length), source); });
     }
     return ok;
 }
@@ -189,7 +203,8 @@ template <class P>
     void* bytes = ksMemAlloc(len);
     bool ok = true;
     P::call(env, ok, [&] {
-        env->GetByteArrayRegion(array, static_cast<jsize>(start), static_cast<jsize>(len), static_cast<jbyte*>(bytes));
+        env->GetByteArrayRegion(array, static_cast<jsize>(start), static_cast<jsize>(len),
+                                static_cast<jbyte*>(bytes));
     });
     if (!ok) {
         ksMemFree(bytes);
@@ -205,7 +220,8 @@ template <class P>
 {
     void* bytes = ksMemAlloc(len);
     bool ok = true;
-    void* elements = Careful::critical(env, ok, [&] { return env->GetPrimitiveArrayCritical(array, nullptr); });
+    void* elements =
+        Careful::critical(env, ok, [&] { return env->GetPrimitiveArrayCritical(array, nullptr); });
     if (!ok) {
         ksMemFree(bytes);
         return false;
@@ -233,8 +249,10 @@ template <class P> [[gnu::noinline]] bool primitiveArrayAsBuffer(ksBuffer** resu
     return true;
 }
 
-template <class P>
-[[gnu::noinline]] bool copyIntArrayElements(KS_INT* result, JNIEnv* env, jintArray array, KS_INT length)
+// A primitive array into the caller's plain array: length, elements, the element loop, and
+// the elements given back with JNI_ABORT. Pin and Release are JNIEnv's members for the type.
+template <class P, auto Pin, auto Release, auto Copy, typename Target, typename Array>
+[[gnu::noinline]] bool copyArrayElements(Target* result, JNIEnv* env, Array array, KS_INT length)
 {
     bool ok = true;
     const jsize arrayLength = P::call(env, ok, [&] { return env->GetArrayLength(array); });
@@ -242,13 +260,26 @@ template <class P>
         return false;
     }
     const KS_INT n = std::min<KS_INT>(arrayLength, length);
-    jint* elems = P::call(env, ok, [&] { return env->GetIntArrayElements(array, nullptr); });
+    auto* elements = P::call(env, ok, [&] { return (env->*Pin)(array, nullptr); });
     if (!ok) {
         return false;
     }
-    widenInts(result, elems, n);
-    env->ReleaseIntArrayElements(array, elems, JNI_ABORT);
+    Copy(result, elements, n);
+    (env->*Release)(array, elements, JNI_ABORT);
     return true;
+}
+
+template <class P> bool copyIntArrayElements(KS_INT* result, JNIEnv* env, jintArray array, KS_INT length)
+{
+    return copyArrayElements<P, &JNIEnv::GetIntArrayElements, &JNIEnv::ReleaseIntArrayElements, widenInts>(
+        result, env, array, length);
+}
+
+template <class P>
+bool copyDoubleArrayElements(double* result, JNIEnv* env, jdoubleArray array, KS_INT length)
+{
+    return copyArrayElements<P, &JNIEnv::GetDoubleArrayElements, &JNIEnv::ReleaseDoubleArrayElements,
+                             copyDoubles>(result, env, array, length);
 }
 
 // Best: widened straight from the array's own storage, no intermediate copy.
@@ -260,30 +291,13 @@ template <class P>
         return false;
     }
     const KS_INT n = std::min<KS_INT>(arrayLength, length);
-    void* elements = Careful::critical(env, ok, [&] { return env->GetPrimitiveArrayCritical(array, nullptr); });
+    void* elements =
+        Careful::critical(env, ok, [&] { return env->GetPrimitiveArrayCritical(array, nullptr); });
     if (!ok) {
         return false;
     }
     widenInts(result, static_cast<const jint*>(elements), n);
     env->ReleasePrimitiveArrayCritical(array, elements, JNI_ABORT);
-    return true;
-}
-
-template <class P>
-[[gnu::noinline]] bool copyDoubleArrayElements(double* result, JNIEnv* env, jdoubleArray array, KS_INT length)
-{
-    bool ok = true;
-    const jsize arrayLength = P::call(env, ok, [&] { return env->GetArrayLength(array); });
-    if (!ok) {
-        return false;
-    }
-    const KS_INT n = std::min<KS_INT>(arrayLength, length);
-    jdouble* elems = P::call(env, ok, [&] { return env->GetDoubleArrayElements(array, nullptr); });
-    if (!ok) {
-        return false;
-    }
-    copyDoubles(result, elems, n);
-    env->ReleaseDoubleArrayElements(array, elems, JNI_ABORT);
     return true;
 }
 
@@ -300,23 +314,6 @@ template <class P>
 }
 
 // --- Registration -----------------------------------------------------------------------------
-
-// A row whose operation delivers into `Result` (a local reference, a ks object or a plain
-// array), with what must be done to it after the loop.
-template <typename Result, typename Op, typename Finish>
-void bridgeRow(const char* kind, const char* op, Op operation, Finish finish, double bytes)
-{
-    addRow(kind, op, [=](benchmark::State& state) {
-        Result result{};
-        for (auto _ : state) {
-            if (failed(state, operation(&result), "the bridge failed")) {
-                break;
-            }
-        }
-        finish(state, result);
-        setBytes(state, bytes);
-    });
-}
 
 template <typename Array> jobject newGlobal(JNIEnv* env, Array local)
 {
@@ -388,50 +385,124 @@ void registerBridgeRows()
 
     const char* strings = "NewStringArrayFromKsVector/1000";
     const double stringBytes = kStrings * kStringLength * sizeof(jchar);
-    bridgeRow<jobjectArray>("raw", strings, [=](jobjectArray* r) { return newStringArrayFromKsVector<Careful>(r, env, vector); }, deleteRef, stringBytes);
-    bridgeRow<jobjectArray>("min", strings, [=](jobjectArray* r) { return newStringArrayFromKsVector<Floor>(r, env, vector); }, deleteRef, stringBytes);
-    bridgeRow<jobjectArray>("ven", strings, [=](jobjectArray* r) { return venNewStringArrayFromKsVector(r, env, trace, vector) == KS_TRUE; }, deleteRef, stringBytes);
-    bridgeRow<jobjectArray>("best", strings, [=](jobjectArray* r) { return newStringArrayBest(r, env, stringClass, vector, unitBuffer); }, deleteRef, stringBytes);
+    resultRow<jobjectArray>(
+        "raw", strings, [=](jobjectArray* r) { return newStringArrayFromKsVector<Careful>(r, env, vector); },
+        deleteRef, stringBytes);
+    resultRow<jobjectArray>(
+        "min", strings, [=](jobjectArray* r) { return newStringArrayFromKsVector<Floor>(r, env, vector); },
+        deleteRef, stringBytes);
+    resultRow<jobjectArray>(
+        "ven", strings,
+        [=](jobjectArray* r) { return venNewStringArrayFromKsVector(r, env, trace, vector) == KS_TRUE; },
+        deleteRef, stringBytes);
+    resultRow<jobjectArray>(
+        "best", strings,
+        [=](jobjectArray* r) { return newStringArrayBest(r, env, stringClass, vector, unitBuffer); },
+        deleteRef, stringBytes);
 
     const char* toBytes = "NewByteArrayFromBuffer/1000000";
-    bridgeRow<jbyteArray>("raw", toBytes, [=](jbyteArray* r) { return newByteArrayFromBuffer<Careful>(r, env, buffer); }, deleteRef, kElements);
-    bridgeRow<jbyteArray>("min", toBytes, [=](jbyteArray* r) { return newByteArrayFromBuffer<Floor>(r, env, buffer); }, deleteRef, kElements);
-    bridgeRow<jbyteArray>("ven", toBytes, [=](jbyteArray* r) { return venNewByteArrayFromBuffer(r, env, trace, buffer) == KS_TRUE; }, deleteRef, kElements);
+    resultRow<jbyteArray>(
+        "raw", toBytes, [=](jbyteArray* r) { return newByteArrayFromBuffer<Careful>(r, env, buffer); },
+        deleteRef, kElements);
+    resultRow<jbyteArray>(
+        "min", toBytes, [=](jbyteArray* r) { return newByteArrayFromBuffer<Floor>(r, env, buffer); },
+        deleteRef, kElements);
+    resultRow<jbyteArray>(
+        "ven", toBytes,
+        [=](jbyteArray* r) { return venNewByteArrayFromBuffer(r, env, trace, buffer) == KS_TRUE; }, deleteRef,
+        kElements);
 
     const char* toDoubles = "NewDoubleArrayOf/1000000";
     const double doubleBytes = kElements * sizeof(double);
     const double* source = doubles.data();
-    bridgeRow<jdoubleArray>("raw", toDoubles, [=](jdoubleArray* r) { return newDoubleArrayOf<Careful>(r, env, source, kElements); }, deleteRef, doubleBytes);
-    bridgeRow<jdoubleArray>("min", toDoubles, [=](jdoubleArray* r) { return newDoubleArrayOf<Floor>(r, env, source, kElements); }, deleteRef, doubleBytes);
-    bridgeRow<jdoubleArray>("ven", toDoubles, [=](jdoubleArray* r) { return venNewDoubleArrayOf(r, env, trace, source, kElements) == KS_TRUE; }, deleteRef, doubleBytes);
-    bridgeRow<jdoubleArray>("best", toDoubles, [=](jdoubleArray* r) { return newDoubleArrayBest(r, env, source, kElements); }, deleteRef, doubleBytes);
+    resultRow<jdoubleArray>(
+        "raw", toDoubles,
+        [=](jdoubleArray* r) { return newDoubleArrayOf<Careful>(r, env, source, kElements); }, deleteRef,
+        doubleBytes);
+    resultRow<jdoubleArray>(
+        "min", toDoubles, [=](jdoubleArray* r) { return newDoubleArrayOf<Floor>(r, env, source, kElements); },
+        deleteRef, doubleBytes);
+    resultRow<jdoubleArray>(
+        "ven", toDoubles,
+        [=](jdoubleArray* r) { return venNewDoubleArrayOf(r, env, trace, source, kElements) == KS_TRUE; },
+        deleteRef, doubleBytes);
+    resultRow<jdoubleArray>(
+        "best", toDoubles, [=](jdoubleArray* r) { return newDoubleArrayBest(r, env, source, kElements); },
+        deleteRef, doubleBytes);
 
     const char* region = "GetByteArrayRegionAsBuffer/1000000";
-    bridgeRow<ksBuffer*>("raw", region, [=](ksBuffer** r) { return byteArrayRegionAsBuffer<Careful>(r, env, byteArray, 0, kElements); }, releaseBuffer, kElements);
-    bridgeRow<ksBuffer*>("min", region, [=](ksBuffer** r) { return byteArrayRegionAsBuffer<Floor>(r, env, byteArray, 0, kElements); }, releaseBuffer, kElements);
-    bridgeRow<ksBuffer*>("ven", region, [=](ksBuffer** r) { return venGetByteArrayRegionAsBuffer(r, env, trace, byteArray, 0, kElements) == KS_TRUE; }, releaseBuffer, kElements);
-    bridgeRow<ksBuffer*>("best", region, [=](ksBuffer** r) { return byteArrayRegionBest(r, env, byteArray, 0, kElements); }, releaseBuffer, kElements);
+    resultRow<ksBuffer*>(
+        "raw", region,
+        [=](ksBuffer** r) { return byteArrayRegionAsBuffer<Careful>(r, env, byteArray, 0, kElements); },
+        releaseBuffer, kElements);
+    resultRow<ksBuffer*>(
+        "min", region,
+        [=](ksBuffer** r) { return byteArrayRegionAsBuffer<Floor>(r, env, byteArray, 0, kElements); },
+        releaseBuffer, kElements);
+    resultRow<ksBuffer*>(
+        "ven", region,
+        [=](ksBuffer** r) {
+            return venGetByteArrayRegionAsBuffer(r, env, trace, byteArray, 0, kElements) == KS_TRUE;
+        },
+        releaseBuffer, kElements);
+    resultRow<ksBuffer*>(
+        "best", region, [=](ksBuffer** r) { return byteArrayRegionBest(r, env, byteArray, 0, kElements); },
+        releaseBuffer, kElements);
 
     const char* whole = "GetPrimitiveArrayAsKsBuffer/1000000";
-    bridgeRow<ksBuffer*>("raw", whole, [=](ksBuffer** r) { return primitiveArrayAsBuffer<Careful>(r, env, byteArray); }, releaseBuffer, kElements);
-    bridgeRow<ksBuffer*>("min", whole, [=](ksBuffer** r) { return primitiveArrayAsBuffer<Floor>(r, env, byteArray); }, releaseBuffer, kElements);
-    bridgeRow<ksBuffer*>("ven", whole, [=](ksBuffer** r) { return venGetPrimitiveArrayAsKsBuffer(r, env, trace, byteArray) == KS_TRUE; }, releaseBuffer, kElements);
+    resultRow<ksBuffer*>(
+        "raw", whole, [=](ksBuffer** r) { return primitiveArrayAsBuffer<Careful>(r, env, byteArray); },
+        releaseBuffer, kElements);
+    resultRow<ksBuffer*>(
+        "min", whole, [=](ksBuffer** r) { return primitiveArrayAsBuffer<Floor>(r, env, byteArray); },
+        releaseBuffer, kElements);
+    resultRow<ksBuffer*>(
+        "ven", whole,
+        [=](ksBuffer** r) { return venGetPrimitiveArrayAsKsBuffer(r, env, trace, byteArray) == KS_TRUE; },
+        releaseBuffer, kElements);
 
     // The plain arrays are the caller's: each row writes into the same one.
     KS_INT* const intTarget = intsOut.data();
     const char* copyInts = "CopyIntArrayElements/1000000";
     const double intBytes = kElements * sizeof(jint);
-    bridgeRow<KS_INT*>("raw", copyInts, [=](KS_INT**) { return copyIntArrayElements<Careful>(intTarget, env, intArray, kElements); }, checkInts, intBytes);
-    bridgeRow<KS_INT*>("min", copyInts, [=](KS_INT**) { return copyIntArrayElements<Floor>(intTarget, env, intArray, kElements); }, checkInts, intBytes);
-    bridgeRow<KS_INT*>("ven", copyInts, [=](KS_INT**) { return venCopyIntArrayElements(intTarget, env, trace, intArray, kElements) == KS_TRUE; }, checkInts, intBytes);
-    bridgeRow<KS_INT*>("best", copyInts, [=](KS_INT**) { return copyIntArrayBest(intTarget, env, intArray, kElements); }, checkInts, intBytes);
+    resultRow<KS_INT*>(
+        "raw", copyInts,
+        [=](KS_INT**) { return copyIntArrayElements<Careful>(intTarget, env, intArray, kElements); },
+        checkInts, intBytes);
+    resultRow<KS_INT*>(
+        "min", copyInts,
+        [=](KS_INT**) { return copyIntArrayElements<Floor>(intTarget, env, intArray, kElements); }, checkInts,
+        intBytes);
+    resultRow<KS_INT*>(
+        "ven", copyInts,
+        [=](KS_INT**) {
+            return venCopyIntArrayElements(intTarget, env, trace, intArray, kElements) == KS_TRUE;
+        },
+        checkInts, intBytes);
+    resultRow<KS_INT*>(
+        "best", copyInts, [=](KS_INT**) { return copyIntArrayBest(intTarget, env, intArray, kElements); },
+        checkInts, intBytes);
 
     double* const doubleTarget = doublesOut.data();
     const char* copyDoublesOp = "CopyDoubleArrayElements/1000000";
-    bridgeRow<double*>("raw", copyDoublesOp, [=](double**) { return copyDoubleArrayElements<Careful>(doubleTarget, env, doubleArray, kElements); }, checkDoubles, doubleBytes);
-    bridgeRow<double*>("min", copyDoublesOp, [=](double**) { return copyDoubleArrayElements<Floor>(doubleTarget, env, doubleArray, kElements); }, checkDoubles, doubleBytes);
-    bridgeRow<double*>("ven", copyDoublesOp, [=](double**) { return venCopyDoubleArrayElements(doubleTarget, env, trace, doubleArray, kElements) == KS_TRUE; }, checkDoubles, doubleBytes);
-    bridgeRow<double*>("best", copyDoublesOp, [=](double**) { return copyDoubleArrayBest(doubleTarget, env, doubleArray, kElements); }, checkDoubles, doubleBytes);
+    resultRow<double*>(
+        "raw", copyDoublesOp,
+        [=](double**) { return copyDoubleArrayElements<Careful>(doubleTarget, env, doubleArray, kElements); },
+        checkDoubles, doubleBytes);
+    resultRow<double*>(
+        "min", copyDoublesOp,
+        [=](double**) { return copyDoubleArrayElements<Floor>(doubleTarget, env, doubleArray, kElements); },
+        checkDoubles, doubleBytes);
+    resultRow<double*>(
+        "ven", copyDoublesOp,
+        [=](double**) {
+            return venCopyDoubleArrayElements(doubleTarget, env, trace, doubleArray, kElements) == KS_TRUE;
+        },
+        checkDoubles, doubleBytes);
+    resultRow<double*>(
+        "best", copyDoublesOp,
+        [=](double**) { return copyDoubleArrayBest(doubleTarget, env, doubleArray, kElements); },
+        checkDoubles, doubleBytes);
 }
 
 } // namespace ven::bench

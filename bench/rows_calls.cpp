@@ -4,15 +4,18 @@
 // template over Careful/Floor and kept out of line, as the library's own code is.
 #include "bench.hpp"
 
-namespace ven::bench {
+namespace ven::bench
+{
 
-namespace {
+namespace
+{
 
 constexpr const char* kUtf8Text = "sixteen bytes 16";
 
 // --- Reference sequences ----------------------------------------------------------------------
 
-template <class P> [[gnu::noinline]] bool getIntField(KS_INT* result, JNIEnv* env, jobject obj, jfieldID field)
+template <class P>
+[[gnu::noinline]] bool getIntField(KS_INT* result, JNIEnv* env, jobject obj, jfieldID field)
 {
     bool ok = true;
     const jint value = P::call(env, ok, [&] { return env->GetIntField(obj, field); });
@@ -28,7 +31,8 @@ template <class P> [[gnu::noinline]] bool setIntField(JNIEnv* env, jobject obj, 
 }
 
 template <class P>
-[[gnu::noinline]] bool callIntMethod(KS_INT* result, JNIEnv* env, jobject obj, jmethodID method, jint argument)
+[[gnu::noinline]] bool callIntMethod(KS_INT* result, JNIEnv* env, jobject obj, jmethodID method,
+                                     jint argument)
 {
     bool ok = true;
     const jint value = P::call(env, ok, [&] { return env->CallIntMethod(obj, method, argument); });
@@ -71,7 +75,8 @@ template <class P> [[gnu::noinline]] bool booleanValueOf(jobject* result, JNIEnv
     jmethodID valueOf =
         P::call(env, ok, [&] { return env->GetStaticMethodID(clazz, "valueOf", "(Z)Ljava/lang/Boolean;"); });
     if (ok) {
-        replaceLocal(env, result, P::call(env, ok, [&] { return env->CallStaticObjectMethod(clazz, valueOf, value); }));
+        replaceLocal(env, result,
+                     P::call(env, ok, [&] { return env->CallStaticObjectMethod(clazz, valueOf, value); }));
     }
     env->DeleteLocalRef(clazz);
     return ok;
@@ -87,8 +92,9 @@ struct BooleanCache {
                                             jboolean value)
 {
     bool ok = true;
-    replaceLocal(env, result,
-                 Careful::call(env, ok, [&] { return env->CallStaticObjectMethod(cache.clazz, cache.valueOf, value); }));
+    replaceLocal(env, result, Careful::call(env, ok, [&] {
+                     return env->CallStaticObjectMethod(cache.clazz, cache.valueOf, value);
+                 }));
     return ok;
 }
 
@@ -108,10 +114,12 @@ template <class P> ksString* throwableText(JNIEnv* env, jthrowable throwable)
         P::call(env, ok, [&] { return env->GetMethodID(clazz, "toString", "()Ljava/lang/String;"); });
     ksString* text = nullptr;
     if (ok) {
-        auto string = static_cast<jstring>(P::call(env, ok, [&] { return env->CallObjectMethod(throwable, toString); }));
+        auto string = static_cast<jstring>(
+            P::call(env, ok, [&] { return env->CallObjectMethod(throwable, toString); }));
         if (ok && string != nullptr) {
             const jsize length = P::call(env, ok, [&] { return env->GetStringLength(string); });
-            const jchar* chars = P::critical(env, ok, [&] { return env->GetStringCritical(string, nullptr); });
+            const jchar* chars =
+                P::critical(env, ok, [&] { return env->GetStringCritical(string, nullptr); });
             if (ok) {
                 KS_CHAR* codePoints = nullptr;
                 KS_INT count = 0;
@@ -150,7 +158,8 @@ void writeTraceLine(lgStream* trace, ksString* text)
     jthrowable thrown = env->ExceptionOccurred();
     env->ExceptionClear();
     bool found = true;
-    jclass runtimeException = Careful::call(env, found, [&] { return env->FindClass("java/lang/RuntimeException"); });
+    jclass runtimeException =
+        Careful::call(env, found, [&] { return env->FindClass("java/lang/RuntimeException"); });
     if (found && env->IsInstanceOf(thrown, runtimeException)) {
         writeTraceLine(trace, throwableText<Careful>(env, thrown));
     }
@@ -173,7 +182,8 @@ void writeTraceLine(lgStream* trace, ksString* text)
     }
     jthrowable pending = env->ExceptionOccurred();
     bool found = true;
-    jclass runtimeException = Floor::call(env, found, [&] { return env->FindClass("java/lang/RuntimeException"); });
+    jclass runtimeException =
+        Floor::call(env, found, [&] { return env->FindClass("java/lang/RuntimeException"); });
     bool tested = true;
     const jboolean isRuntimeException =
         Floor::call(env, tested, [&] { return env->IsInstanceOf(pending, runtimeException); });
@@ -210,15 +220,7 @@ template <typename Op> void valueRow(const char* kind, const char* name, Op op)
 // Operations that deliver a local reference, which the next iteration replaces.
 template <typename Ref, typename Op> void referenceRow(const char* kind, const char* name, Op op)
 {
-    addRow(kind, name, [op](benchmark::State& state) {
-        Ref ref = nullptr;
-        for (auto _ : state) {
-            if (failed(state, op(&ref), "the operation failed")) {
-                break;
-            }
-        }
-        world().env->DeleteLocalRef(ref);
-    });
+    resultRow<Ref>(kind, name, op, [](benchmark::State&, Ref ref) { world().env->DeleteLocalRef(ref); });
 }
 
 template <typename Op> void failureRow(const char* kind, const char* name, Op op)
@@ -227,7 +229,8 @@ template <typename Op> void failureRow(const char* kind, const char* name, Op op
         World& w = world();
         lgStreamReset(w.trace);
         op(w.env, w.trace);
-        const bool traced = w.env->ExceptionCheck() && lgStreamLineCount(w.trace) == 1 && lgStreamNotable(w.trace);
+        const bool traced =
+            w.env->ExceptionCheck() && lgStreamLineCount(w.trace) == 1 && lgStreamNotable(w.trace);
         w.env->ExceptionClear();
         lgStreamReset(w.trace);
         if (failed(state, traced, "the failure was not traced as one notable line")) {
@@ -248,25 +251,34 @@ void registerCallRows()
     const World& w = world();
     JNIEnv* env = w.env;
 
-    valueRow("raw", "GetIntField", [=](KS_INT* v) { return getIntField<Careful>(v, env, w.target, w.intField); });
-    valueRow("min", "GetIntField", [=](KS_INT* v) { return getIntField<Floor>(v, env, w.target, w.intField); });
-    valueRow("ven", "GetIntField", [=](KS_INT* v) { return venGetIntField(v, env, w.trace, w.target, w.intField); });
+    valueRow("raw", "GetIntField",
+             [=](KS_INT* v) { return getIntField<Careful>(v, env, w.target, w.intField); });
+    valueRow("min", "GetIntField",
+             [=](KS_INT* v) { return getIntField<Floor>(v, env, w.target, w.intField); });
+    valueRow("ven", "GetIntField",
+             [=](KS_INT* v) { return venGetIntField(v, env, w.trace, w.target, w.intField); });
     valueRow("wrap", "GetIntField", [=](KS_INT* v) {
         *v = ven___GetIntField(env, w.target, w.intField);
         return true;
     });
 
-    valueRow("raw", "SetIntField", [=](KS_INT* v) { return setIntField<Careful>(env, w.target, w.intField, ++*v & 0xFF); });
-    valueRow("min", "SetIntField", [=](KS_INT* v) { return setIntField<Floor>(env, w.target, w.intField, ++*v & 0xFF); });
-    valueRow("ven", "SetIntField", [=](KS_INT* v) { return venSetIntField(env, w.trace, w.target, w.intField, ++*v & 0xFF); });
+    valueRow("raw", "SetIntField",
+             [=](KS_INT* v) { return setIntField<Careful>(env, w.target, w.intField, ++*v & 0xFF); });
+    valueRow("min", "SetIntField",
+             [=](KS_INT* v) { return setIntField<Floor>(env, w.target, w.intField, ++*v & 0xFF); });
+    valueRow("ven", "SetIntField",
+             [=](KS_INT* v) { return venSetIntField(env, w.trace, w.target, w.intField, ++*v & 0xFF); });
     valueRow("wrap", "SetIntField", [=](KS_INT* v) {
         ven___SetIntField(env, w.target, w.intField, static_cast<jint>(++*v & 0xFF));
         return true;
     });
 
-    valueRow("raw", "CallIntMethod", [=](KS_INT* v) { return callIntMethod<Careful>(v, env, w.target, w.plus, 1); });
-    valueRow("min", "CallIntMethod", [=](KS_INT* v) { return callIntMethod<Floor>(v, env, w.target, w.plus, 1); });
-    valueRow("ven", "CallIntMethod", [=](KS_INT* v) { return venCallIntMethod(v, env, w.trace, w.target, w.plus, jint{1}); });
+    valueRow("raw", "CallIntMethod",
+             [=](KS_INT* v) { return callIntMethod<Careful>(v, env, w.target, w.plus, 1); });
+    valueRow("min", "CallIntMethod",
+             [=](KS_INT* v) { return callIntMethod<Floor>(v, env, w.target, w.plus, 1); });
+    valueRow("ven", "CallIntMethod",
+             [=](KS_INT* v) { return venCallIntMethod(v, env, w.trace, w.target, w.plus, jint{1}); });
     valueRow("wrap", "CallIntMethod", [=](KS_INT* v) {
         jint value = 0;
         const bool ok = ven___CallIntMethod(&value, env, w.target, w.plus, jint{1});
@@ -278,8 +290,9 @@ void registerCallRows()
              [=](KS_INT* v) { return callStaticIntMethod<Careful>(v, env, w.targetClass, w.twice, 1); });
     valueRow("min", "CallStaticIntMethod",
              [=](KS_INT* v) { return callStaticIntMethod<Floor>(v, env, w.targetClass, w.twice, 1); });
-    valueRow("ven", "CallStaticIntMethod",
-             [=](KS_INT* v) { return venCallStaticIntMethod(v, env, w.trace, w.targetClass, w.twice, jint{1}); });
+    valueRow("ven", "CallStaticIntMethod", [=](KS_INT* v) {
+        return venCallStaticIntMethod(v, env, w.trace, w.targetClass, w.twice, jint{1});
+    });
     valueRow("wrap", "CallStaticIntMethod", [=](KS_INT* v) {
         jint value = 0;
         const bool ok = ven___CallStaticIntMethod(&value, env, w.targetClass, w.twice, jint{1});
@@ -288,17 +301,22 @@ void registerCallRows()
     });
 
     const char* className = "java/lang/String";
-    referenceRow<jclass>("raw", "FindClass", [=](jclass* c) { return findClass<Careful>(c, env, className); });
+    referenceRow<jclass>("raw", "FindClass",
+                         [=](jclass* c) { return findClass<Careful>(c, env, className); });
     referenceRow<jclass>("min", "FindClass", [=](jclass* c) { return findClass<Floor>(c, env, className); });
-    referenceRow<jclass>("ven", "FindClass", [=](jclass* c) { return venFindClass(c, env, w.trace, className); });
+    referenceRow<jclass>("ven", "FindClass",
+                         [=](jclass* c) { return venFindClass(c, env, w.trace, className); });
     referenceRow<jclass>("wrap", "FindClass", [=](jclass* c) {
         replaceLocal(env, c, ven___FindClass(env, className));
         return *c != nullptr;
     });
 
-    referenceRow<jstring>("raw", "NewStringUTF", [=](jstring* s) { return newStringUtf<Careful>(s, env, kUtf8Text); });
-    referenceRow<jstring>("min", "NewStringUTF", [=](jstring* s) { return newStringUtf<Floor>(s, env, kUtf8Text); });
-    referenceRow<jstring>("ven", "NewStringUTF", [=](jstring* s) { return venNewStringUTF(s, env, w.trace, kUtf8Text); });
+    referenceRow<jstring>("raw", "NewStringUTF",
+                          [=](jstring* s) { return newStringUtf<Careful>(s, env, kUtf8Text); });
+    referenceRow<jstring>("min", "NewStringUTF",
+                          [=](jstring* s) { return newStringUtf<Floor>(s, env, kUtf8Text); });
+    referenceRow<jstring>("ven", "NewStringUTF",
+                          [=](jstring* s) { return venNewStringUTF(s, env, w.trace, kUtf8Text); });
     referenceRow<jstring>("wrap", "NewStringUTF", [=](jstring* s) {
         replaceLocal(env, s, ven___NewStringUTF(env, kUtf8Text));
         return *s != nullptr;
@@ -309,15 +327,20 @@ void registerCallRows()
     cache.clazz = static_cast<jclass>(env->NewGlobalRef(boolean));
     cache.valueOf = env->GetStaticMethodID(boolean, "valueOf", "(Z)Ljava/lang/Boolean;");
     env->DeleteLocalRef(boolean);
-    referenceRow<jobject>("raw", "BooleanValueOf", [=](jobject* o) { return booleanValueOf<Careful>(o, env, JNI_TRUE); });
-    referenceRow<jobject>("min", "BooleanValueOf", [=](jobject* o) { return booleanValueOf<Floor>(o, env, JNI_TRUE); });
-    referenceRow<jobject>("ven", "BooleanValueOf", [=](jobject* o) { return venBooleanValueOf(o, env, w.trace, KS_TRUE); });
+    referenceRow<jobject>("raw", "BooleanValueOf",
+                          [=](jobject* o) { return booleanValueOf<Careful>(o, env, JNI_TRUE); });
+    referenceRow<jobject>("min", "BooleanValueOf",
+                          [=](jobject* o) { return booleanValueOf<Floor>(o, env, JNI_TRUE); });
+    referenceRow<jobject>("ven", "BooleanValueOf",
+                          [=](jobject* o) { return venBooleanValueOf(o, env, w.trace, KS_TRUE); });
     referenceRow<jobject>("best", "BooleanValueOf",
                           [=](jobject* o) { return booleanValueOfCached(o, env, cache, JNI_TRUE); });
 
     const char* failure = "CallIntMethod/throws/traced";
-    failureRow("raw", failure, [=](JNIEnv* e, lgStream* t) { return callFailingCareful(e, t, w.target, w.fail); });
-    failureRow("min", failure, [=](JNIEnv* e, lgStream* t) { return callFailingFloor(e, t, w.target, w.fail); });
+    failureRow("raw", failure,
+               [=](JNIEnv* e, lgStream* t) { return callFailingCareful(e, t, w.target, w.fail); });
+    failureRow("min", failure,
+               [=](JNIEnv* e, lgStream* t) { return callFailingFloor(e, t, w.target, w.fail); });
     failureRow("ven", failure, [=](JNIEnv* e, lgStream* t) {
         KS_INT value = 0;
         return venCallIntMethod(&value, e, t, w.target, w.fail, jint{1}) == KS_TRUE;

@@ -9,21 +9,24 @@
 
 #include "bench.hpp"
 
-namespace ven::bench {
+namespace ven::bench
+{
 
-namespace {
+namespace
+{
 
 // BMP text that is not Latin-1, so that the JVM keeps it as UTF-16 and the critical region
 // hands out the string's own storage instead of an inflated copy.
 constexpr char32_t kBmpPattern[] = U"Grüße aus Köln – Καλημέρα κόσμε – Привет – 你好，世界。 ";
 // The same kind of text with a supplementary character every few units.
-constexpr char32_t kSupplementaryPattern[] = U"Grüße 😀 Καλημέρα 𝄞 Привет 🙂 你好 𐍈 ";
+constexpr char32_t kSupplementaryPattern[] =
+    U"Grüße 😀 Καλημέρα 𝄞 Привет 🙂 你好 𐍈 ";
 
 struct Text {
-    std::string name;           // "bmp/1000"
-    std::u16string units;       // exactly the stated number of UTF-16 units
+    std::string name;     // "bmp/1000"
+    std::u16string units; // exactly the stated number of UTF-16 units
     std::vector<KS_CHAR> codePoints;
-    jstring java = nullptr;     // global
+    jstring java = nullptr; // global
     ksString* ks = nullptr;
 };
 
@@ -92,13 +95,15 @@ template <class P> [[gnu::noinline]] bool stringToKsString(ksString** result, JN
 }
 
 // The other way: encoding with the library's routine, then NewString.
-template <class P> [[gnu::noinline]] bool stringFromKsString(jstring* result, JNIEnv* env, const ksString* string)
+template <class P>
+[[gnu::noinline]] bool stringFromKsString(jstring* result, JNIEnv* env, const ksString* string)
 {
     jchar* units = nullptr;
     KS_INT count = 0;
     ven___CharsToJChars(&units, &count, ksStringBacking(string), ksStringLength(string));
     bool ok = true;
-    replaceLocal(env, result, P::call(env, ok, [&] { return env->NewString(units, static_cast<jsize>(count)); }));
+    replaceLocal(env, result,
+                 P::call(env, ok, [&] { return env->NewString(units, static_cast<jsize>(count)); }));
     ksMemFree(units);
     return ok;
 }
@@ -146,38 +151,33 @@ void registerTextRows(const Text& text)
     const auto codePointCount = static_cast<KS_INT>(text.codePoints.size());
 
     const std::string toKs = "StringToKsString/" + text.name;
-    auto toKsRow = [&](const char* kind, auto convert) {
-        addRow(kind, toKs, [=](benchmark::State& state) {
-            ksString* result = nullptr;
-            for (auto _ : state) {
-                if (failed(state, convert(&result), "the conversion failed")) {
-                    break;
-                }
-            }
-            failed(state, result != nullptr && ksStringLength(result) == codePointCount, "wrong length");
-            ksObjRelease(result);
-        });
+    const auto releaseKs = [=](benchmark::State& state, ksString* result) {
+        failed(state, result != nullptr && ksStringLength(result) == codePointCount, "wrong length");
+        ksObjRelease(result);
     };
-    toKsRow("raw", [=](ksString** r) { return stringToKsString<Careful>(r, env, java); });
-    toKsRow("min", [=](ksString** r) { return stringToKsString<Floor>(r, env, java); });
-    toKsRow("ven", [=](ksString** r) { return venStringToKsString(r, env, trace, java) == KS_TRUE; });
+    resultRow<ksString*>(
+        "raw", toKs, [=](ksString** r) { return stringToKsString<Careful>(r, env, java); }, releaseKs);
+    resultRow<ksString*>(
+        "min", toKs, [=](ksString** r) { return stringToKsString<Floor>(r, env, java); }, releaseKs);
+    resultRow<ksString*>(
+        "ven", toKs, [=](ksString** r) { return venStringToKsString(r, env, trace, java) == KS_TRUE; },
+        releaseKs);
 
     const std::string fromKs = "StringFromKsString/" + text.name;
-    auto fromKsRow = [&](const char* kind, auto convert) {
-        addRow(kind, fromKs, [=](benchmark::State& state) {
-            jstring result = nullptr;
-            for (auto _ : state) {
-                if (failed(state, convert(&result), "the conversion failed")) {
-                    break;
-                }
-            }
-            failed(state, result != nullptr && env->GetStringLength(result) == unitCount, "wrong length");
-            env->DeleteLocalRef(result);
-        });
+    const auto deleteJava = [=](benchmark::State& state, jstring result) {
+        failed(state, result != nullptr && env->GetStringLength(result) == unitCount, "wrong length");
+        env->DeleteLocalRef(result);
     };
-    fromKsRow("raw", [=](jstring* r) { return stringFromKsString<Careful>(r, env, ks); });
-    fromKsRow("min", [=](jstring* r) { return stringFromKsString<Floor>(r, env, ks); });
-    fromKsRow("ven", [=](jstring* r) { return venStringFromKsString(r, env, trace, const_cast<ksString*>(ks)) == KS_TRUE; });
+    resultRow<jstring>(
+        "raw", fromKs, [=](jstring* r) { return stringFromKsString<Careful>(r, env, ks); }, deleteJava);
+    resultRow<jstring>(
+        "min", fromKs, [=](jstring* r) { return stringFromKsString<Floor>(r, env, ks); }, deleteJava);
+    resultRow<jstring>(
+        "ven", fromKs,
+        [=](jstring* r) {
+            return venStringFromKsString(r, env, trace, const_cast<ksString*>(ks)) == KS_TRUE;
+        },
+        deleteJava);
 
     // The routines: one new block per call, freed again, as every caller does.
     const std::string decode = "JCharsToChars/" + text.name;
@@ -231,7 +231,8 @@ void registerStringRows()
 
     // With the decoding of the same text, the floor of its conversion.
     const std::string large = "bmp/1000000";
-    const jstring java = std::find_if(texts.begin(), texts.end(), [&](const Text& t) { return t.name == large; })->java;
+    const jstring java =
+        std::find_if(texts.begin(), texts.end(), [&](const Text& t) { return t.name == large; })->java;
     addRow("raw", "StringCritical/" + large, [=](benchmark::State& state) {
         for (auto _ : state) {
             if (failed(state, criticalPair(env, java), "GetStringCritical failed")) {

@@ -13,7 +13,8 @@
 #include "support/ven_test.hpp"
 #include "ven/ven.h"
 
-namespace {
+namespace
+{
 
 using ven::test::FaultEnv;
 using ven::test::JvmTest;
@@ -32,7 +33,7 @@ struct Objects {
     jmethodID staticIntEcho = nullptr;
     jmethodID voidEcho = nullptr;
     jmethodID stringGet = nullptr;
-    jstring text = nullptr;  // with a supplementary character
+    jstring text = nullptr; // with a supplementary character
     jstring empty = nullptr;
     jintArray ints = nullptr;
     jdoubleArray doubles = nullptr;
@@ -52,6 +53,21 @@ struct Delivered {
 };
 
 // Runs between the counts: checks of its result must not allocate (no UTF-8 conversions).
+void giveBack(JNIEnv* env, const Delivered& delivered)
+{
+    for (jobject ref : delivered.locals) {
+        if (ref != nullptr) {
+            env->DeleteLocalRef(ref);
+        }
+    }
+    for (jobject ref : delivered.globals) {
+        env->DeleteGlobalRef(ref);
+    }
+    for (void* object : delivered.ksObjects) {
+        ksObjRelease(object);
+    }
+}
+
 using Operation = bool (*)(JNIEnv* env, lgStream* trace, const Objects& o, Delivered& d);
 
 enum class Order { exact, any };
@@ -361,11 +377,13 @@ class SuccessPathTest : public JvmTest, public ::testing::WithParamInterface<Suc
         o.methodsClass = ven::test::findClass(env, "fixtures/Methods");
         ASSERT_NE(o.fieldsClass, nullptr);
         ASSERT_NE(o.methodsClass, nullptr);
-        o.fields = made(env->NewObject(o.fieldsClass, made(env->GetMethodID(o.fieldsClass, "<init>", "()V"))));
+        o.fields =
+            made(env->NewObject(o.fieldsClass, made(env->GetMethodID(o.fieldsClass, "<init>", "()V"))));
         o.intField = made(env->GetFieldID(o.fieldsClass, "intField", "I"));
         o.staticIntField = made(env->GetStaticFieldID(o.fieldsClass, "staticIntField", "I"));
         o.stringField = made(env->GetFieldID(o.fieldsClass, "stringField", "Ljava/lang/String;"));
-        o.methods = made(env->NewObject(o.methodsClass, made(env->GetMethodID(o.methodsClass, "<init>", "()V"))));
+        o.methods =
+            made(env->NewObject(o.methodsClass, made(env->GetMethodID(o.methodsClass, "<init>", "()V"))));
         o.intEcho = made(env->GetMethodID(o.methodsClass, "intEcho", "(I)I"));
         o.staticIntEcho = made(env->GetStaticMethodID(o.methodsClass, "staticIntEcho", "(I)I"));
         o.voidEcho = made(env->GetMethodID(o.methodsClass, "voidEcho", "(I)V"));
@@ -429,18 +447,9 @@ TEST_P(SuccessPathTest, MakesOnlyTheConventionsJniCallsAndItsOwnAllocations)
     // Once before counting: nothing a first call sets up (class loading, linking) is counted.
     {
         Delivered warmUp;
-        ASSERT_TRUE(path.run(env, trace.get(), o, warmUp)) << path.name << " failed";
-        for (jobject ref : warmUp.locals) {
-            if (ref != nullptr) {
-                env->DeleteLocalRef(ref);
-            }
-        }
-        for (jobject ref : warmUp.globals) {
-            env->DeleteGlobalRef(ref);
-        }
-        for (void* object : warmUp.ksObjects) {
-            ksObjRelease(object);
-        }
+        const bool warmedUp = path.run(env, trace.get(), o, warmUp);
+        giveBack(env, warmUp);
+        ASSERT_TRUE(warmedUp) << path.name << " failed";
     }
 
     FaultEnv fault(env);
@@ -462,27 +471,19 @@ TEST_P(SuccessPathTest, MakesOnlyTheConventionsJniCallsAndItsOwnAllocations)
     }
     EXPECT_TRUE(trace.lines().empty()) << "a success path wrote " << trace.lines().front();
     EXPECT_FALSE(trace.notable());
-    EXPECT_EQ(fault.ledger().live(), static_cast<int>(std::count_if(delivered.locals.begin(), delivered.locals.end(),
-                                                                     [](jobject ref) { return ref != nullptr; })))
+    EXPECT_EQ(fault.ledger().live(),
+              static_cast<int>(std::count_if(delivered.locals.begin(), delivered.locals.end(),
+                                             [](jobject ref) { return ref != nullptr; })))
         << "local references left behind beyond those delivered";
 
-    for (jobject ref : delivered.locals) {
-        if (ref != nullptr) {
-            env->DeleteLocalRef(ref);
-        }
-    }
-    for (jobject ref : delivered.globals) {
-        env->DeleteGlobalRef(ref);
-    }
-    for (void* object : delivered.ksObjects) {
-        ksObjRelease(object);
-    }
+    giveBack(env, delivered);
 }
 
 std::string rowName(const ::testing::TestParamInfo<SuccessPath>& info)
 {
     std::string name = info.param.name;
-    std::replace_if(name.begin(), name.end(), [](char c) { return !std::isalnum(static_cast<unsigned char>(c)); }, '_');
+    std::replace_if(
+        name.begin(), name.end(), [](char c) { return !std::isalnum(static_cast<unsigned char>(c)); }, '_');
     return name;
 }
 
