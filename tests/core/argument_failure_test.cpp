@@ -1,222 +1,168 @@
 // Argument failures of every integration, string and class support function of the core:
-// the pending IllegalArgumentException's message "<function>: <condition>" for each
-// condition in order (the first failing one wins), the trace line that describes it, the
-// out-parameters untouched, with and without a trace stream and with another exception
-// already pending.
-#include <functional>
+// an IllegalArgumentException with "<function>: <condition>" for each condition in order
+// (the first failing one wins), its trace line, and every out-parameter left untouched.
 #include <string>
-#include <vector>
 
-#include "support/ven_test.hpp"
-#include "ven/ven.h"
+#include "core_test.hpp"
 
 namespace
 {
 
-using ven::test::ExpectPending;
-using ven::test::JvmTest;
-using ven::test::Trace;
+using namespace ven::core_test;
 
-// Valid arguments for everything a row does not make bad.
-struct Valid {
+jchar gUnits[2] = {'a', 'b'};
+char gBytes[2] = "a";
+JNINativeMethod gMethod = {const_cast<char*>("nothing"), const_cast<char*>("()V"), nullptr};
+
+// Valid arguments for everything a row does not make bad; the same fields serve as
+// out-parameters, so a failure must leave the whole of it as it was.
+struct Args {
+    bool operator==(const Args&) const = default;
+
     jclass clazz;
     jstring string;
+    jobject object;
+    jweak weak;
     jthrowable throwable;
     jmethodID constructor;
-    JNINativeMethod method;
-    jchar chars[4];
-    char utf[4];
     ksString* text;
-};
-
-// Out-parameters with sentinel contents; a failure must leave every one as it was.
-struct Outs {
-    explicit Outs(const Valid& valid)
-        : clazz(valid.clazz), object(valid.string), string(valid.string), weak(valid.string), ks(valid.text)
-    {
-    }
-    bool operator==(const Outs&) const = default;
-
-    jclass clazz;
-    jobject object;
-    jstring string;
-    jweak weak;
-    ksString* ks;
     KS_INT integer = 0x5A5A;
     KS_BOOL flag = 0x33;
     KS_BOOL isCopy = 0x44;
-    const jchar* chars = reinterpret_cast<const jchar*>(0x10);
-    const char* utf = reinterpret_cast<const char*>(0x20);
+    const jchar* chars = gUnits;
+    const char* utf = gBytes;
 };
-
-using Call = std::function<KS_BOOL(JNIEnv*, lgStream*, const Valid&, Outs&)>;
 
 struct ArgumentCase {
     const char* message; // "<function>: <condition>"
-    Call call;
+    KS_BOOL (*call)(JNIEnv*, lgStream*, Args&);
 };
 
-std::vector<ArgumentCase> argumentCases()
-{
-    constexpr KS_INT tooLong = 2147483648LL;
-    // clang-format off
-    return {
-        // Class lookup, throwing, version.
-        {"venFindClass: result != NULL", [](JNIEnv* e, lgStream* t, const Valid&, Outs&) { return venFindClass(nullptr, e, t, "java/lang/String"); }},
-        {"venFindClass: name != NULL", [](JNIEnv* e, lgStream* t, const Valid&, Outs& o) { return venFindClass(&o.clazz, e, t, nullptr); }},
-        {"venFindClass: result != NULL", [](JNIEnv* e, lgStream* t, const Valid&, Outs&) { return venFindClass(nullptr, e, t, nullptr); }},
-        {"venThrowNew: clazz != NULL", [](JNIEnv* e, lgStream* t, const Valid&, Outs&) { return venThrowNew(e, t, nullptr, "m", "caller"); }},
-        {"venThrowNew: message != NULL", [](JNIEnv* e, lgStream* t, const Valid& v, Outs&) { return venThrowNew(e, t, v.clazz, nullptr, "caller"); }},
-        {"venThrowNew: clazz != NULL", [](JNIEnv* e, lgStream* t, const Valid&, Outs&) { return venThrowNew(e, t, nullptr, nullptr, "caller"); }},
-        {"venGetVersion: result != NULL", [](JNIEnv* e, lgStream* t, const Valid&, Outs&) { return venGetVersion(nullptr, e, t); }},
-        {"venThrow: throwable != NULL", [](JNIEnv* e, lgStream* t, const Valid&, Outs&) { return venThrow(e, t, nullptr, "caller"); }},
-        // References, frames, natives.
-        {"venNewGlobalRef: result != NULL", [](JNIEnv* e, lgStream* t, const Valid& v, Outs&) { return venNewGlobalRef(nullptr, e, t, v.string); }},
-        {"venNewGlobalRef: obj != NULL", [](JNIEnv* e, lgStream* t, const Valid&, Outs& o) { return venNewGlobalRef(&o.object, e, t, nullptr); }},
-        {"venNewWeakGlobalRef: result != NULL", [](JNIEnv* e, lgStream* t, const Valid& v, Outs&) { return venNewWeakGlobalRef(nullptr, e, t, v.string); }},
-        {"venNewWeakGlobalRef: obj != NULL", [](JNIEnv* e, lgStream* t, const Valid&, Outs& o) { return venNewWeakGlobalRef(&o.weak, e, t, nullptr); }},
-        {"venEnsureLocalCapacity: capacity >= 0", [](JNIEnv* e, lgStream* t, const Valid&, Outs&) { return venEnsureLocalCapacity(e, t, -1); }},
-        {"venPushLocalFrame: capacity >= 0", [](JNIEnv* e, lgStream* t, const Valid&, Outs&) { return venPushLocalFrame(e, t, -1); }},
-        {"venRegisterNatives: clazz != NULL", [](JNIEnv* e, lgStream* t, const Valid& v, Outs&) { return venRegisterNatives(e, t, nullptr, &v.method, 1); }},
-        {"venRegisterNatives: methods != NULL", [](JNIEnv* e, lgStream* t, const Valid& v, Outs&) { return venRegisterNatives(e, t, v.clazz, nullptr, 1); }},
-        {"venRegisterNatives: nMethods >= 0", [](JNIEnv* e, lgStream* t, const Valid& v, Outs&) { return venRegisterNatives(e, t, v.clazz, &v.method, -1); }},
-        {"venRegisterNatives: methods != NULL", [](JNIEnv* e, lgStream* t, const Valid& v, Outs&) { return venRegisterNatives(e, t, v.clazz, nullptr, -1); }},
-        {"venUnregisterNatives: clazz != NULL", [](JNIEnv* e, lgStream* t, const Valid&, Outs&) { return venUnregisterNatives(e, t, nullptr); }},
-        // Objects, instance test, monitors.
-        {"venAllocObject: result != NULL", [](JNIEnv* e, lgStream* t, const Valid& v, Outs&) { return venAllocObject(nullptr, e, t, v.clazz); }},
-        {"venAllocObject: clazz != NULL", [](JNIEnv* e, lgStream* t, const Valid&, Outs& o) { return venAllocObject(&o.object, e, t, nullptr); }},
-        {"venNewObject: result != NULL", [](JNIEnv* e, lgStream* t, const Valid& v, Outs&) { return venNewObject(nullptr, e, t, v.clazz, v.constructor); }},
-        {"venNewObject: clazz != NULL", [](JNIEnv* e, lgStream* t, const Valid& v, Outs& o) { return venNewObject(&o.object, e, t, nullptr, v.constructor); }},
-        {"venNewObject: methodID != NULL", [](JNIEnv* e, lgStream* t, const Valid& v, Outs& o) { return venNewObject(&o.object, e, t, v.clazz, nullptr); }},
-        {"venGetObjectClass: result != NULL", [](JNIEnv* e, lgStream* t, const Valid& v, Outs&) { return venGetObjectClass(nullptr, e, t, v.string); }},
-        {"venGetObjectClass: obj != NULL", [](JNIEnv* e, lgStream* t, const Valid&, Outs& o) { return venGetObjectClass(&o.clazz, e, t, nullptr); }},
-        {"venIsInstanceOf: result != NULL", [](JNIEnv* e, lgStream* t, const Valid& v, Outs&) { return venIsInstanceOf(nullptr, e, t, v.string, v.clazz); }},
-        {"venIsInstanceOf: clazz != NULL", [](JNIEnv* e, lgStream* t, const Valid& v, Outs& o) { return venIsInstanceOf(&o.flag, e, t, v.string, nullptr); }},
-        {"venMonitorEnter: obj != NULL", [](JNIEnv* e, lgStream* t, const Valid&, Outs&) { return venMonitorEnter(e, t, nullptr); }},
-        {"venMonitorLeave: obj != NULL", [](JNIEnv* e, lgStream* t, const Valid&, Outs&) { return venMonitorLeave(e, t, nullptr); }},
-        // Strings: creation.
-        {"venNewString: result != NULL", [](JNIEnv* e, lgStream* t, const Valid& v, Outs&) { return venNewString(nullptr, e, t, v.chars, 1); }},
-        {"venNewString: unicodeChars != NULL || len == 0", [](JNIEnv* e, lgStream* t, const Valid&, Outs& o) { return venNewString(&o.string, e, t, nullptr, 1); }},
-        {"venNewString: unicodeChars != NULL || len == 0", [](JNIEnv* e, lgStream* t, const Valid&, Outs& o) { return venNewString(&o.string, e, t, nullptr, -1); }},
-        {"venNewString: len >= 0", [](JNIEnv* e, lgStream* t, const Valid& v, Outs& o) { return venNewString(&o.string, e, t, v.chars, -1); }},
-        {"venNewString: VEN_KS_INT_TO_JSIZE_CONV_OK( len )", [=](JNIEnv* e, lgStream* t, const Valid& v, Outs& o) { return venNewString(&o.string, e, t, v.chars, tooLong); }},
-        {"venNewStringUTF: result != NULL", [](JNIEnv* e, lgStream* t, const Valid& v, Outs&) { return venNewStringUTF(nullptr, e, t, v.utf); }},
-        {"venNewStringUTF: bytes != NULL", [](JNIEnv* e, lgStream* t, const Valid&, Outs& o) { return venNewStringUTF(&o.string, e, t, nullptr); }},
-        // Strings: lengths and pinning.
-        {"venGetStringLength: result != NULL", [](JNIEnv* e, lgStream* t, const Valid& v, Outs&) { return venGetStringLength(nullptr, e, t, v.string); }},
-        {"venGetStringLength: string != NULL", [](JNIEnv* e, lgStream* t, const Valid&, Outs& o) { return venGetStringLength(&o.integer, e, t, nullptr); }},
-        {"venGetStringUTFLength: result != NULL", [](JNIEnv* e, lgStream* t, const Valid& v, Outs&) { return venGetStringUTFLength(nullptr, e, t, v.string); }},
-        {"venGetStringUTFLength: string != NULL", [](JNIEnv* e, lgStream* t, const Valid&, Outs& o) { return venGetStringUTFLength(&o.integer, e, t, nullptr); }},
-        {"venGetStringChars: result != NULL", [](JNIEnv* e, lgStream* t, const Valid& v, Outs& o) { return venGetStringChars(nullptr, e, t, v.string, &o.isCopy); }},
-        {"venGetStringChars: string != NULL", [](JNIEnv* e, lgStream* t, const Valid&, Outs& o) { return venGetStringChars(&o.chars, e, t, nullptr, &o.isCopy); }},
-        {"venGetStringUTFChars: result != NULL", [](JNIEnv* e, lgStream* t, const Valid& v, Outs& o) { return venGetStringUTFChars(nullptr, e, t, v.string, &o.isCopy); }},
-        {"venGetStringUTFChars: string != NULL", [](JNIEnv* e, lgStream* t, const Valid&, Outs& o) { return venGetStringUTFChars(&o.utf, e, t, nullptr, &o.isCopy); }},
-        {"venGetStringCritical: result != NULL", [](JNIEnv* e, lgStream* t, const Valid& v, Outs& o) { return venGetStringCritical(nullptr, e, t, v.string, &o.isCopy); }},
-        {"venGetStringCritical: string != NULL", [](JNIEnv* e, lgStream* t, const Valid&, Outs& o) { return venGetStringCritical(&o.chars, e, t, nullptr, &o.isCopy); }},
-        // Strings: release (a NULL pointer does not excuse a NULL string) and regions.
-        {"venReleaseStringChars: string != NULL", [](JNIEnv* e, lgStream* t, const Valid& v, Outs&) { return venReleaseStringChars(e, t, nullptr, v.chars); }},
-        {"venReleaseStringChars: string != NULL", [](JNIEnv* e, lgStream* t, const Valid&, Outs&) { return venReleaseStringChars(e, t, nullptr, nullptr); }},
-        {"venReleaseStringUTFChars: string != NULL", [](JNIEnv* e, lgStream* t, const Valid&, Outs&) { return venReleaseStringUTFChars(e, t, nullptr, nullptr); }},
-        {"venReleaseStringCritical: string != NULL", [](JNIEnv* e, lgStream* t, const Valid&, Outs&) { return venReleaseStringCritical(e, t, nullptr, nullptr); }},
-        {"venGetStringRegion: str != NULL", [](JNIEnv* e, lgStream* t, const Valid&, Outs&) { jchar b[1]; return venGetStringRegion(e, t, nullptr, 0, 1, b); }},
-        {"venGetStringRegion: buf != NULL", [](JNIEnv* e, lgStream* t, const Valid& v, Outs&) { return venGetStringRegion(e, t, v.string, 0, 1, nullptr); }},
-        {"venGetStringUTFRegion: str != NULL", [](JNIEnv* e, lgStream* t, const Valid&, Outs&) { return venGetStringUTFRegion(e, t, nullptr, 0, 1, nullptr); }},
-        {"venGetStringUTFRegion: buf != NULL", [](JNIEnv* e, lgStream* t, const Valid& v, Outs&) { return venGetStringUTFRegion(e, t, v.string, 0, 1, nullptr); }},
-        // The String unit.
-        {"venStringGetClass: result != ((void *)0)", [](JNIEnv* e, lgStream* t, const Valid&, Outs&) { return venStringGetClass(nullptr, e, t); }},
-        {"venIsInstanceOf: result != NULL", [](JNIEnv* e, lgStream* t, const Valid& v, Outs&) { return venStringIsInstance(nullptr, e, t, v.string); }},
-        {"venStringToKsString: result != ((void *)0)", [](JNIEnv* e, lgStream* t, const Valid& v, Outs&) { return venStringToKsString(nullptr, e, t, v.string); }},
-        {"venStringFromKsString: result != ((void *)0)", [](JNIEnv* e, lgStream* t, const Valid& v, Outs&) { return venStringFromKsString(nullptr, e, t, v.text); }},
-        // Throwable units: lookups report under venFindClass, instance tests under
-        // venIsInstanceOf, C-string throws under venThrowNew, ksString throws their own name.
-        {"venFindClass: result != NULL", [](JNIEnv* e, lgStream* t, const Valid&, Outs&) { return venIOExceptionGetClass(nullptr, e, t); }},
-        {"venFindClass: result != NULL", [](JNIEnv* e, lgStream* t, const Valid&, Outs&) { return venErrorGetClass(nullptr, e, t); }},
-        {"venIsInstanceOf: result != NULL", [](JNIEnv* e, lgStream* t, const Valid& v, Outs&) { return venRuntimeExceptionIsInstance(nullptr, e, t, v.throwable); }},
-        {"venThrowNew: message != NULL", [](JNIEnv* e, lgStream* t, const Valid&, Outs&) { return venIllegalStateExceptionThrowUseMessageCstr(e, t, "caller", nullptr); }},
-        {"venThrowNew: message != NULL", [](JNIEnv* e, lgStream* t, const Valid&, Outs&) { return venErrorThrowUseMessage(e, t, nullptr, "caller"); }},
-        {"venThrowNew: message != NULL", [](JNIEnv* e, lgStream* t, const Valid&, Outs&) { return venRuntimeExceptionThrowUseMessage(e, t, nullptr, "caller"); }},
-        {"venIOExceptionThrowUseMessage: msg != ((void *)0)", [](JNIEnv* e, lgStream* t, const Valid&, Outs&) { return venIOExceptionThrowUseMessage(e, t, "caller", nullptr); }},
-        {"venAssertionErrorThrowUseMessage: msg != ((void *)0)", [](JNIEnv* e, lgStream* t, const Valid&, Outs&) { return venAssertionErrorThrowUseMessage(e, t, "caller", nullptr); }},
-        {"venIllegalArgumentExceptionThrowUseMessage: msg != ((void *)0)", [](JNIEnv* e, lgStream* t, const Valid&, Outs&) { return venIllegalArgumentExceptionThrowUseMessage(e, t, "caller", nullptr); }},
-        {"venIllegalStateExceptionThrowUseMessage: msg != ((void *)0)", [](JNIEnv* e, lgStream* t, const Valid&, Outs&) { return venIllegalStateExceptionThrowUseMessage(e, t, "caller", nullptr); }},
-    };
-    // clang-format on
-}
+#define ARG(message, ...) ArgumentCase{message, [](JNIEnv* e, lgStream* t, [[maybe_unused]] Args& a) { return __VA_ARGS__; }}
+
+// clang-format off
+const ArgumentCase kCases[] = {
+    // Class lookup, throwing, version.
+    ARG("venFindClass: result != NULL", venFindClass(nullptr, e, t, "java/lang/String")),
+    ARG("venFindClass: name != NULL", venFindClass(&a.clazz, e, t, nullptr)),
+    ARG("venFindClass: result != NULL", venFindClass(nullptr, e, t, nullptr)),
+    ARG("venThrowNew: clazz != NULL", venThrowNew(e, t, nullptr, "m", "caller")),
+    ARG("venThrowNew: message != NULL", venThrowNew(e, t, a.clazz, nullptr, "caller")),
+    ARG("venThrowNew: clazz != NULL", venThrowNew(e, t, nullptr, nullptr, "caller")),
+    ARG("venGetVersion: result != NULL", venGetVersion(nullptr, e, t)),
+    ARG("venThrow: throwable != NULL", venThrow(e, t, nullptr, "caller")),
+    // References, frames, natives.
+    ARG("venNewGlobalRef: result != NULL", venNewGlobalRef(nullptr, e, t, a.string)),
+    ARG("venNewGlobalRef: obj != NULL", venNewGlobalRef(&a.object, e, t, nullptr)),
+    ARG("venNewWeakGlobalRef: result != NULL", venNewWeakGlobalRef(nullptr, e, t, a.string)),
+    ARG("venNewWeakGlobalRef: obj != NULL", venNewWeakGlobalRef(&a.weak, e, t, nullptr)),
+    ARG("venEnsureLocalCapacity: capacity >= 0", venEnsureLocalCapacity(e, t, -1)),
+    ARG("venPushLocalFrame: capacity >= 0", venPushLocalFrame(e, t, -1)),
+    ARG("venRegisterNatives: clazz != NULL", venRegisterNatives(e, t, nullptr, &gMethod, 1)),
+    ARG("venRegisterNatives: methods != NULL", venRegisterNatives(e, t, a.clazz, nullptr, 1)),
+    ARG("venRegisterNatives: nMethods >= 0", venRegisterNatives(e, t, a.clazz, &gMethod, -1)),
+    ARG("venRegisterNatives: methods != NULL", venRegisterNatives(e, t, a.clazz, nullptr, -1)),
+    ARG("venUnregisterNatives: clazz != NULL", venUnregisterNatives(e, t, nullptr)),
+    // Objects, instance test, monitors.
+    ARG("venAllocObject: result != NULL", venAllocObject(nullptr, e, t, a.clazz)),
+    ARG("venAllocObject: clazz != NULL", venAllocObject(&a.object, e, t, nullptr)),
+    ARG("venNewObject: result != NULL", venNewObject(nullptr, e, t, a.clazz, a.constructor)),
+    ARG("venNewObject: clazz != NULL", venNewObject(&a.object, e, t, nullptr, a.constructor)),
+    ARG("venNewObject: methodID != NULL", venNewObject(&a.object, e, t, a.clazz, nullptr)),
+    ARG("venGetObjectClass: result != NULL", venGetObjectClass(nullptr, e, t, a.string)),
+    ARG("venGetObjectClass: obj != NULL", venGetObjectClass(&a.clazz, e, t, nullptr)),
+    ARG("venIsInstanceOf: result != NULL", venIsInstanceOf(nullptr, e, t, a.string, a.clazz)),
+    ARG("venIsInstanceOf: clazz != NULL", venIsInstanceOf(&a.flag, e, t, a.string, nullptr)),
+    ARG("venMonitorEnter: obj != NULL", venMonitorEnter(e, t, nullptr)),
+    ARG("venMonitorLeave: obj != NULL", venMonitorLeave(e, t, nullptr)),
+    // Strings: creation.
+    ARG("venNewString: result != NULL", venNewString(nullptr, e, t, a.chars, 1)),
+    ARG("venNewString: unicodeChars != NULL || len == 0", venNewString(&a.string, e, t, nullptr, 1)),
+    ARG("venNewString: unicodeChars != NULL || len == 0", venNewString(&a.string, e, t, nullptr, -1)),
+    ARG("venNewString: len >= 0", venNewString(&a.string, e, t, a.chars, -1)),
+    ARG("venNewString: VEN_KS_INT_TO_JSIZE_CONV_OK( len )", venNewString(&a.string, e, t, a.chars, 2147483648LL)),
+    ARG("venNewStringUTF: result != NULL", venNewStringUTF(nullptr, e, t, a.utf)),
+    ARG("venNewStringUTF: bytes != NULL", venNewStringUTF(&a.string, e, t, nullptr)),
+    // Strings: lengths and pinning.
+    ARG("venGetStringLength: result != NULL", venGetStringLength(nullptr, e, t, a.string)),
+    ARG("venGetStringLength: string != NULL", venGetStringLength(&a.integer, e, t, nullptr)),
+    ARG("venGetStringUTFLength: result != NULL", venGetStringUTFLength(nullptr, e, t, a.string)),
+    ARG("venGetStringUTFLength: string != NULL", venGetStringUTFLength(&a.integer, e, t, nullptr)),
+    ARG("venGetStringChars: result != NULL", venGetStringChars(nullptr, e, t, a.string, &a.isCopy)),
+    ARG("venGetStringChars: string != NULL", venGetStringChars(&a.chars, e, t, nullptr, &a.isCopy)),
+    ARG("venGetStringUTFChars: result != NULL", venGetStringUTFChars(nullptr, e, t, a.string, &a.isCopy)),
+    ARG("venGetStringUTFChars: string != NULL", venGetStringUTFChars(&a.utf, e, t, nullptr, &a.isCopy)),
+    ARG("venGetStringCritical: result != NULL", venGetStringCritical(nullptr, e, t, a.string, &a.isCopy)),
+    ARG("venGetStringCritical: string != NULL", venGetStringCritical(&a.chars, e, t, nullptr, &a.isCopy)),
+    // Strings: release (a NULL pointer does not excuse a NULL string) and regions.
+    ARG("venReleaseStringChars: string != NULL", venReleaseStringChars(e, t, nullptr, a.chars)),
+    ARG("venReleaseStringChars: string != NULL", venReleaseStringChars(e, t, nullptr, nullptr)),
+    ARG("venReleaseStringUTFChars: string != NULL", venReleaseStringUTFChars(e, t, nullptr, nullptr)),
+    ARG("venReleaseStringCritical: string != NULL", venReleaseStringCritical(e, t, nullptr, nullptr)),
+    ARG("venGetStringRegion: str != NULL", venGetStringRegion(e, t, nullptr, 0, 1, gUnits)),
+    ARG("venGetStringRegion: buf != NULL", venGetStringRegion(e, t, a.string, 0, 1, nullptr)),
+    ARG("venGetStringUTFRegion: str != NULL", venGetStringUTFRegion(e, t, nullptr, 0, 1, nullptr)),
+    ARG("venGetStringUTFRegion: buf != NULL", venGetStringUTFRegion(e, t, a.string, 0, 1, nullptr)),
+    // The String unit.
+    ARG("venStringGetClass: result != ((void *)0)", venStringGetClass(nullptr, e, t)),
+    ARG("venIsInstanceOf: result != NULL", venStringIsInstance(nullptr, e, t, a.string)),
+    ARG("venStringToKsString: result != ((void *)0)", venStringToKsString(nullptr, e, t, a.string)),
+    ARG("venStringFromKsString: result != ((void *)0)", venStringFromKsString(nullptr, e, t, a.text)),
+    // Throwable units: lookups report under venFindClass, instance tests under
+    // venIsInstanceOf, C-string throws under venThrowNew, ksString throws their own name.
+    ARG("venFindClass: result != NULL", venIOExceptionGetClass(nullptr, e, t)),
+    ARG("venFindClass: result != NULL", venErrorGetClass(nullptr, e, t)),
+    ARG("venIsInstanceOf: result != NULL", venRuntimeExceptionIsInstance(nullptr, e, t, a.throwable)),
+    ARG("venThrowNew: message != NULL", venIllegalStateExceptionThrowUseMessageCstr(e, t, "caller", nullptr)),
+    ARG("venThrowNew: message != NULL", venErrorThrowUseMessage(e, t, nullptr, "caller")),
+    ARG("venThrowNew: message != NULL", venRuntimeExceptionThrowUseMessage(e, t, nullptr, "caller")),
+    ARG("venIOExceptionThrowUseMessage: msg != ((void *)0)", venIOExceptionThrowUseMessage(e, t, "caller", nullptr)),
+    ARG("venAssertionErrorThrowUseMessage: msg != ((void *)0)", venAssertionErrorThrowUseMessage(e, t, "caller", nullptr)),
+    ARG("venIllegalArgumentExceptionThrowUseMessage: msg != ((void *)0)", venIllegalArgumentExceptionThrowUseMessage(e, t, "caller", nullptr)),
+    ARG("venIllegalStateExceptionThrowUseMessage: msg != ((void *)0)", venIllegalStateExceptionThrowUseMessage(e, t, "caller", nullptr)),
+};
+// clang-format on
 
 class ArgumentFailure : public JvmTest
 {
-  protected:
-    void SetUp() override
-    {
-        JvmTest::SetUp();
-        valid.clazz = ven::test::findClass(env, "java/lang/Object");
-        valid.string = ven::test::jstr(env, "text");
-        valid.throwable = ven::test::makeThrowable(env, "java/lang/IllegalStateException", "valid");
-        valid.constructor = env->GetMethodID(valid.clazz, "<init>", "()V");
-        valid.method = {const_cast<char*>("nothing"), const_cast<char*>("()V"), nullptr};
-        valid.text = ksStringCreateFromCstr("text", -1);
-    }
-    void TearDown() override
-    {
-        ksObjRelease(valid.text);
-        JvmTest::TearDown();
-    }
-
-    Valid valid{};
 };
 
+// With a stream: the line and the notable flag; without: the same exception and nothing
+// else. One row also runs with an exception pending, which the new one replaces.
 TEST_F(ArgumentFailure, ThrowsTheConditionAndTracesIt)
 {
-    for (const ArgumentCase& row : argumentCases()) {
+    KsRef<ksString> text(ksStringCreateFromCstr("text", -1));
+    jclass clazz = findClass(env, "java/lang/Object");
+    jstring string = jstr(env, "text");
+    const Args valid{clazz, string, string, string, makeThrowable(env, "java/lang/IllegalStateException", "valid"),
+                     env->GetMethodID(clazz, "<init>", "()V"), text};
+    for (const ArgumentCase& row : kCases) {
         SCOPED_TRACE(row.message);
-        ven::test::TestFrame rowFrame(env);
-        Trace trace;
-        Outs outs(valid);
-        EXPECT_EQ(row.call(env, trace.get(), valid, outs), KS_FALSE);
-        EXPECT_TRUE(outs == Outs(valid)) << "an out-parameter was touched";
-        const std::string function = std::string(row.message).substr(0, std::string(row.message).find(':'));
-        EXPECT_EQ(trace.lines(),
-                  std::vector<std::string>{
-                      "[" + function + "()] Exception: java.lang.IllegalArgumentException: " + row.message});
-        EXPECT_TRUE(trace.notable());
-        ExpectPending(env, "java.lang.IllegalArgumentException", row.message);
-    }
-}
-
-TEST_F(ArgumentFailure, WithoutTraceStreamOnlyTheResultAndTheException)
-{
-    for (const ArgumentCase& row : argumentCases()) {
-        SCOPED_TRACE(row.message);
-        ven::test::TestFrame rowFrame(env);
-        Outs outs(valid);
-        EXPECT_EQ(row.call(env, nullptr, valid, outs), KS_FALSE);
-        EXPECT_TRUE(outs == Outs(valid)) << "an out-parameter was touched";
-        ExpectPending(env, "java.lang.IllegalArgumentException", row.message);
-    }
-}
-
-TEST_F(ArgumentFailure, ReplacesAnExceptionAlreadyPending)
-{
-    // A row from each family: integration, strings, class support.
-    for (const ArgumentCase& row : argumentCases()) {
         const std::string message = row.message;
-        if (message != "venFindClass: name != NULL" && message != "venNewString: len >= 0" &&
-            message != "venIllegalStateExceptionThrowUseMessage: msg != ((void *)0)") {
-            continue;
+        for (int mode : {0, 1, 2}) { // stream, no stream, stream with an exception pending
+            if (mode == 2 && message != "venNewString: len >= 0") {
+                continue;
+            }
+            TestFrame rowFrame(env);
+            Trace trace;
+            Args args = valid;
+            if (mode == 2) {
+                env->Throw(makeThrowable(env, "java/io/IOException", "earlier"));
+                ExpectJniWarning warning(kExceptionPendingWarning, "an argument failure throws through ThrowNew "
+                                                                   "while the caller's exception is pending");
+                EXPECT_EQ(row.call(env, trace.get(), args), KS_FALSE);
+            } else {
+                EXPECT_EQ(row.call(env, mode == 0 ? trace.get() : nullptr, args), KS_FALSE);
+            }
+            EXPECT_TRUE(args == valid) << "an out-parameter was touched";
+            const std::string line = "[" + message.substr(0, message.find(':')) +
+                                     "()] Exception: java.lang.IllegalArgumentException: " + message;
+            if (mode != 1) {
+                EXPECT_EQ(trace.lines(), Lines{line});
+                EXPECT_TRUE(trace.notable());
+            }
+            ExpectPending(env, "java.lang.IllegalArgumentException", row.message);
         }
-        SCOPED_TRACE(row.message);
-        ven::test::TestFrame rowFrame(env);
-        Trace trace;
-        Outs outs(valid);
-        env->Throw(ven::test::makeThrowable(env, "java/io/IOException", "earlier"));
-        {
-            ven::test::ExpectJniWarning warning("JNI call made with exception pending",
-                                                "an argument failure throws its IllegalArgumentException "
-                                                "through ThrowNew while the caller's exception is pending");
-            EXPECT_EQ(row.call(env, trace.get(), valid, outs), KS_FALSE);
-        }
-        EXPECT_EQ(trace.lines().size(), 1u);
-        ExpectPending(env, "java.lang.IllegalArgumentException", row.message);
     }
 }
 

@@ -1,10 +1,8 @@
 // Integration functions for classes, references, frames, natives, objects, monitors and
-// the version: the out-parameter rules (a new local reference stored before the old one
-// is deleted; NULL and deletion on failure; global references stored without release),
-// the failure paths with their trace, and the functions without the convention.
+// the version: the out-parameter rules, the failure paths, and the plain forwards.
 #include <functional>
 #include <string>
-#include <vector>
+#include <utility>
 
 #include "core_test.hpp"
 
@@ -17,351 +15,174 @@ class References : public JvmTest
 {
 };
 
-// One function of the local-reference pattern, called on the fake env with `result`.
-struct LocalRefFunction {
-    const char* name;
-    std::function<KS_BOOL(JNIEnv*, lgStream*, jobject*)> call;
-    void (*inject)(FaultEnv&); // makes the JNI operation fail with OutOfMemoryError
-};
-
-std::vector<LocalRefFunction> localRefFunctions(JNIEnv* env)
+template <auto Member> void outOfMemory(FaultEnv& fault)
 {
-    jclass objectClass = ven::test::findClass(env, "java/lang/Object");
+    fault.raiseOutOfMemory<Member>(FaultEnv::Calls::nth(1));
+}
+
+void missingClass(FaultEnv& fault)
+{
+    fault.override<&JNINativeInterface_::FindClass>(
+        [](JNIEnv* real, const char*) { return real->FindClass("no/such/Class"); }, FaultEnv::Calls::nth(1));
+}
+
+// A local reference is stored before the one held is deleted; on failure NULL is stored and
+// the one held deleted before the trace; only the result is left. Global references
+// overwrite the out-parameter without releasing anything.
+TEST_F(References, OutParameters)
+{
+    jclass objectClass = findClass(env, "java/lang/Object");
     jmethodID constructor = env->GetMethodID(objectClass, "<init>", "()V");
-    jstring text = ven::test::jstr(env, "x");
-    return {
-        {"venFindClass",
-         [](JNIEnv* e, lgStream* t, jobject* r) {
-             return venFindClass(reinterpret_cast<jclass*>(r), e, t, "java/lang/Object");
-         },
-         // Only the class asked for fails: the trace looks classes up through the same env.
-         [](FaultEnv& f) {
-             f.override<&JNINativeInterface_::FindClass>([](JNIEnv* real, const char* name) -> jclass {
-                 if (std::string(name) != "java/lang/Object") {
-                     return real->FindClass(name);
-                 }
-                 real->ThrowNew(real->FindClass("java/lang/OutOfMemoryError"), "injected by FaultEnv");
-                 return nullptr;
-             });
-         }},
-        {"venAllocObject",
-         [=](JNIEnv* e, lgStream* t, jobject* r) { return venAllocObject(r, e, t, objectClass); },
-         [](FaultEnv& f) { f.raiseOutOfMemory<&JNINativeInterface_::AllocObject>(); }},
-        {"venNewObject",
-         [=](JNIEnv* e, lgStream* t, jobject* r) { return venNewObject(r, e, t, objectClass, constructor); },
-         [](FaultEnv& f) { f.raiseOutOfMemory<&JNINativeInterface_::NewObjectV>(); }},
-        {"venGetObjectClass",
-         [=](JNIEnv* e, lgStream* t, jobject* r) {
-             return venGetObjectClass(reinterpret_cast<jclass*>(r), e, t, text);
-         },
-         nullptr}, // the wrapper lets no failure of GetObjectClass through
-        {"venNewString",
-         [](JNIEnv* e, lgStream* t, jobject* r) {
-             const jchar u = 'a';
-             return venNewString(reinterpret_cast<jstring*>(r), e, t, &u, 1);
-         },
-         [](FaultEnv& f) { f.raiseOutOfMemory<&JNINativeInterface_::NewString>(); }},
-        {"venNewStringUTF",
-         [](JNIEnv* e, lgStream* t, jobject* r) {
-             return venNewStringUTF(reinterpret_cast<jstring*>(r), e, t, "a");
-         },
-         [](FaultEnv& f) { f.raiseOutOfMemory<&JNINativeInterface_::NewStringUTF>(); }},
+    jstring text = jstr(env, "x");
+    const jchar unit = 'a';
+    using Call = std::function<KS_BOOL(JNIEnv*, lgStream*, jobject*)>;
+    const char* oom = "java.lang.OutOfMemoryError";
+    const char* injected = "injected by FaultEnv";
+    // clang-format off
+    const struct { const char* name; Call call; void (*inject)(FaultEnv&); const char* exception; const char* message; bool global; } rows[] = {
+        {"venFindClass", [](JNIEnv* e, lgStream* t, jobject* r) { return venFindClass(reinterpret_cast<jclass*>(r), e, t, "java/lang/Object"); },
+         missingClass, "java.lang.NoClassDefFoundError", "no/such/Class", false},
+        {"venAllocObject", [=](JNIEnv* e, lgStream* t, jobject* r) { return venAllocObject(r, e, t, objectClass); },
+         outOfMemory<&JNINativeInterface_::AllocObject>, oom, injected, false},
+        {"venNewObject", [=](JNIEnv* e, lgStream* t, jobject* r) { return venNewObject(r, e, t, objectClass, constructor); },
+         outOfMemory<&JNINativeInterface_::NewObjectV>, oom, injected, false},
+        {"venGetObjectClass", [=](JNIEnv* e, lgStream* t, jobject* r) { return venGetObjectClass(reinterpret_cast<jclass*>(r), e, t, text); },
+         nullptr, nullptr, nullptr, false}, // the wrapper lets no failure through
+        {"venNewString", [&](JNIEnv* e, lgStream* t, jobject* r) { return venNewString(reinterpret_cast<jstring*>(r), e, t, &unit, 1); },
+         outOfMemory<&JNINativeInterface_::NewString>, oom, injected, false},
+        {"venNewStringUTF", [](JNIEnv* e, lgStream* t, jobject* r) { return venNewStringUTF(reinterpret_cast<jstring*>(r), e, t, "a"); },
+         outOfMemory<&JNINativeInterface_::NewStringUTF>, oom, injected, false},
+        {"venNewGlobalRef", [=](JNIEnv* e, lgStream* t, jobject* r) { return venNewGlobalRef(r, e, t, text); },
+         outOfMemory<&JNINativeInterface_::NewGlobalRef>, oom, injected, true},
+        {"venNewWeakGlobalRef", [=](JNIEnv* e, lgStream* t, jobject* r) { return venNewWeakGlobalRef(r, e, t, text); },
+         outOfMemory<&JNINativeInterface_::NewWeakGlobalRef>, oom, injected, true},
     };
-}
-
-TEST_F(References, NewReferenceIsStoredBeforeTheOldIsDeleted)
-{
-    for (const LocalRefFunction& function : localRefFunctions(env)) {
-        SCOPED_TRACE(function.name);
-        ven::test::TestFrame rowFrame(env);
-        FaultEnv fault(env);
-        jobject result = nullptr;
-        ASSERT_EQ(function.call(fault.env(), nullptr, &result), KS_TRUE);
-        const jobject first = result;
-        ASSERT_NE(first, nullptr);
-        EXPECT_EQ(fault.ledger().nullDeletes(), 0) << "a NULL reference reached DeleteLocalRef";
-
-        std::vector<jobject> heldAtDeletion;
-        fault.override<&JNINativeInterface_::DeleteLocalRef>([&](JNIEnv* real, jobject ref) {
-            heldAtDeletion.push_back(result);
-            EXPECT_EQ(ref, first);
-            real->DeleteLocalRef(ref);
-        });
-        ASSERT_EQ(function.call(fault.env(), nullptr, &result), KS_TRUE);
-        ASSERT_EQ(heldAtDeletion.size(), 1u);
-        EXPECT_NE(heldAtDeletion[0], first) << "the old reference was deleted before the new one was stored";
-        EXPECT_EQ(heldAtDeletion[0], result);
-        EXPECT_EQ(fault.ledger().live(), 1);
-        EXPECT_TRUE(fault.ledger().isLive(result));
-    }
-}
-
-TEST_F(References, FailureStoresNullDeletesTheOldAndTraces)
-{
-    for (const LocalRefFunction& function : localRefFunctions(env)) {
-        if (function.inject == nullptr) {
-            continue;
-        }
-        SCOPED_TRACE(function.name);
-        ven::test::TestFrame rowFrame(env);
-        FaultEnv fault(env);
-        Trace trace;
-        jobject result = nullptr;
-        ASSERT_EQ(function.call(fault.env(), trace.get(), &result), KS_TRUE);
-        const jobject old = result;
-        function.inject(fault);
-        auto deleted = ven::core_test::recordDeletions(fault);
-        EXPECT_EQ(function.call(fault.env(), trace.get(), &result), KS_FALSE);
-        EXPECT_EQ(result, nullptr);
-        ASSERT_FALSE(deleted->empty());
-        EXPECT_EQ(deleted->front(), old) << "the old reference goes first, before the trace";
-        EXPECT_EQ(trace.lines(), Lines{std::string("[") + function.name +
-                                       "()] Exception: java.lang.OutOfMemoryError: injected by FaultEnv"});
-        EXPECT_TRUE(trace.notable());
-        ExpectPending(env, "java.lang.OutOfMemoryError", "injected by FaultEnv");
-    }
-}
-
-TEST_F(References, FindClassOfAMissingClass)
-{
-    Trace trace;
-    jclass result = nullptr;
-    ASSERT_EQ(venFindClass(&result, env, trace.get(), "java/lang/String"), KS_TRUE);
-    const jclass old = result;
-    FaultEnv fault(env);
-    auto deleted = ven::core_test::recordDeletions(fault);
-    EXPECT_EQ(venFindClass(&result, fault.env(), trace.get(), "no/such/Class"), KS_FALSE);
-    EXPECT_EQ(result, nullptr);
-    ASSERT_FALSE(deleted->empty());
-    EXPECT_EQ(deleted->front(), old);
-    ASSERT_EQ(trace.lines().size(), 1u);
-    EXPECT_EQ(trace.lines()[0].rfind(
-                  "[venFindClass()] Exception: java.lang.NoClassDefFoundError: no/such/Class", 0),
-              0u)
-        << trace.lines()[0];
-    EXPECT_TRUE(trace.notable());
-    ExpectPendingClass(env, "java.lang.NoClassDefFoundError");
-}
-
-TEST_F(References, GlobalReferencesOverwriteWithoutRelease)
-{
-    jstring text = ven::test::jstr(env, "x");
-    const struct {
-        const char* name;
-        KS_BOOL (*call)(jobject*, JNIEnv*, lgStream*, jobject);
-        void (*destroy)(JNIEnv*, jobject);
-        void (*inject)(FaultEnv&);
-    } rows[] = {
-        {"venNewGlobalRef", venNewGlobalRef, venDeleteGlobalRef,
-         [](FaultEnv& f) { f.raiseOutOfMemory<&JNINativeInterface_::NewGlobalRef>(); }},
-        {"venNewWeakGlobalRef", venNewWeakGlobalRef, venDeleteWeakGlobalRef,
-         [](FaultEnv& f) { f.raiseOutOfMemory<&JNINativeInterface_::NewWeakGlobalRef>(); }},
-    };
+    // clang-format on
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
+        TestFrame rowFrame(env);
         FaultEnv fault(env);
         Trace trace;
-        jobject first = nullptr;
-        ASSERT_EQ(row.call(&first, fault.env(), trace.get(), text), KS_TRUE);
-        jobject second = first;
-        ASSERT_EQ(row.call(&second, fault.env(), trace.get(), text), KS_TRUE);
-        EXPECT_NE(second, first);
-        EXPECT_TRUE(env->IsSameObject(second, text));
+        jobject result = nullptr;
+        std::vector<std::pair<jobject, jobject>> deletions; // what was deleted, what `result` held then
+        fault.override<&JNINativeInterface_::DeleteLocalRef>([&](JNIEnv* real, jobject ref) {
+            deletions.emplace_back(ref, result);
+            real->DeleteLocalRef(ref);
+        });
+        ASSERT_EQ(row.call(fault.env(), trace.get(), &result), KS_TRUE);
+        const jobject first = result;
+        ASSERT_EQ(row.call(fault.env(), trace.get(), &result), KS_TRUE);
+        EXPECT_NE(result, first);
+        EXPECT_EQ(deletions, (row.global ? decltype(deletions){} : decltype(deletions){{first, result}}));
+        EXPECT_EQ(fault.ledger().live(), row.global ? 0 : 1);
+        EXPECT_TRUE(row.global || fault.ledger().isLive(result));
+        const jobject second = result;
+        if (row.inject != nullptr) {
+            row.inject(fault);
+            EXPECT_EQ(row.call(fault.env(), trace.get(), &result), KS_FALSE);
+            EXPECT_EQ(result, nullptr);
+            EXPECT_TRUE(row.global || (deletions.size() > 1 && deletions[1].first == second));
+            EXPECT_EQ(trace.lines(),
+                      Lines{std::string("[") + row.name + "()] Exception: " + row.exception + ": " + row.message});
+            EXPECT_TRUE(trace.notable());
+            ExpectPending(env, row.exception, row.message);
+        }
         EXPECT_EQ(fault.calls<&JNINativeInterface_::DeleteGlobalRef>() +
                       fault.calls<&JNINativeInterface_::DeleteWeakGlobalRef>(),
                   0);
-        jobject failed = second;
-        row.inject(fault);
-        EXPECT_EQ(row.call(&failed, fault.env(), trace.get(), text), KS_FALSE);
-        EXPECT_EQ(failed, nullptr);
-        EXPECT_EQ(trace.lines(), Lines{std::string("[") + row.name +
-                                       "()] Exception: java.lang.OutOfMemoryError: injected by FaultEnv"});
-        ExpectPending(env, "java.lang.OutOfMemoryError", "injected by FaultEnv");
-        row.destroy(env, first);
-        row.destroy(env, second);
+        for (jobject ref : {first, second}) {
+            if (row.global) {
+                env->GetObjectRefType(ref) == JNIWeakGlobalRefType ? env->DeleteWeakGlobalRef(ref)
+                                                                   : env->DeleteGlobalRef(ref);
+            }
+        }
     }
 }
 
-TEST_F(References, CapacityAndFrames)
+// Capacity and natives: a refused capacity is KS_FALSE alone, untraced; a refused
+// registration is traced.
+TEST_F(References, CapacityFramesAndNatives)
 {
+    EXPECT_TRUE(venEnsureLocalCapacity(env, nullptr, 0) && venEnsureLocalCapacity(env, nullptr, 16));
+    ASSERT_EQ(venPushLocalFrame(env, nullptr, 4), KS_TRUE);
+    EXPECT_EQ(utf8(env, static_cast<jstring>(venPopLocalFrame(env, jstr(env, "kept")))), "kept");
+    jclass fixture = findClass(env, "fixtures/Methods");
+    EXPECT_EQ(venUnregisterNatives(env, nullptr, fixture), KS_TRUE);
+    FaultEnv fault(env);
+    fault.raiseReturning<&JNINativeInterface_::EnsureLocalCapacity>("java/lang/OutOfMemoryError", "no room", -1);
+    fault.raiseReturning<&JNINativeInterface_::PushLocalFrame>("java/lang/OutOfMemoryError", "no room", -1);
+    fault.raiseReturning<&JNINativeInterface_::UnregisterNatives>("java/lang/IllegalStateException", "refused", -1);
     Trace trace;
-    EXPECT_EQ(venEnsureLocalCapacity(env, trace.get(), 0), KS_TRUE);
-    EXPECT_EQ(venEnsureLocalCapacity(env, trace.get(), 16), KS_TRUE);
-    ASSERT_EQ(venPushLocalFrame(env, trace.get(), 4), KS_TRUE);
-    jobject inner = ven::test::jstr(env, "kept");
-    jobject outer = venPopLocalFrame(env, inner);
-    ASSERT_NE(outer, nullptr);
-    EXPECT_EQ(ven::test::utf8(env, static_cast<jstring>(outer)), "kept");
-}
-
-TEST_F(References, RefusedCapacityIsNotTraced)
-{
-    const struct {
-        const char* name;
-        KS_BOOL (*call)(JNIEnv*, lgStream*, jint);
-        void (*inject)(FaultEnv&);
-    } rows[] = {
-        {"venEnsureLocalCapacity", venEnsureLocalCapacity,
-         [](FaultEnv& f) {
-             f.raiseReturning<&JNINativeInterface_::EnsureLocalCapacity>("java/lang/OutOfMemoryError",
-                                                                         "no room", -1);
-         }},
-        {"venPushLocalFrame", venPushLocalFrame,
-         [](FaultEnv& f) {
-             f.raiseReturning<&JNINativeInterface_::PushLocalFrame>("java/lang/OutOfMemoryError", "no room",
-                                                                    -1);
-         }},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
-        FaultEnv fault(env);
-        row.inject(fault);
-        Trace trace;
-        EXPECT_EQ(row.call(fault.env(), trace.get(), 8), KS_FALSE);
-        EXPECT_EQ(trace.lines(), Lines{});
-        EXPECT_FALSE(trace.notable());
+    for (auto call : {venEnsureLocalCapacity, venPushLocalFrame}) {
+        EXPECT_EQ(call(fault.env(), trace.get(), 8), KS_FALSE);
         ExpectPending(env, "java.lang.OutOfMemoryError", "no room");
     }
-}
-
-TEST_F(References, NativeRegistration)
-{
-    Trace trace;
-    jclass fixture = ven::test::findClass(env, "fixtures/Methods");
-    EXPECT_EQ(venUnregisterNatives(env, trace.get(), fixture), KS_TRUE);
-    // No native method of that name: JNI raises NoSuchMethodError, an Error, so it is traced.
-    JNINativeMethod missing = {const_cast<char*>("noSuchNative"), const_cast<char*>("()V"),
-                               reinterpret_cast<void*>(+[] {})};
-    EXPECT_EQ(venRegisterNatives(env, trace.get(), fixture, &missing, 1), KS_FALSE);
-    ASSERT_EQ(trace.lines().size(), 1u);
-    EXPECT_EQ(trace.lines()[0].rfind("[venRegisterNatives()] Exception: java.lang.NoSuchMethodError", 0), 0u)
-        << trace.lines()[0];
-    ExpectPendingClass(env, "java.lang.NoSuchMethodError");
-
-    FaultEnv fault(env);
-    fault.raiseReturning<&JNINativeInterface_::UnregisterNatives>("java/lang/IllegalStateException",
-                                                                  "refused", -1);
+    EXPECT_TRUE(trace.lines().empty() && !trace.notable());
     EXPECT_EQ(venUnregisterNatives(fault.env(), trace.get(), fixture), KS_FALSE);
-    EXPECT_EQ(trace.lines().back(),
-              "[venUnregisterNatives()] Exception: java.lang.IllegalStateException: refused");
+    EXPECT_EQ(trace.lines(), Lines{"[venUnregisterNatives()] Exception: java.lang.IllegalStateException: refused"});
     ExpectPending(env, "java.lang.IllegalStateException", "refused");
 }
 
-TEST_F(References, InstanceTestAndIdentity)
+// The instance test (NULL is an instance of everything), identity, monitors, the exception
+// state, and deletions that skip NULL.
+TEST_F(References, PlainOperations)
 {
-    jclass objectClass = ven::test::findClass(env, "java/lang/Object");
-    jclass integerClass = ven::test::findClass(env, "java/lang/Integer");
-    jstring text = ven::test::jstr(env, "x");
-    const struct {
-        jobject obj;
-        jclass clazz;
-        KS_BOOL expected;
-    } rows[] = {
-        {text, objectClass, KS_TRUE}, {text, integerClass, KS_FALSE}, {nullptr, integerClass, KS_TRUE}};
-    for (const auto& row : rows) {
-        KS_BOOL answer = 0x55;
-        EXPECT_EQ(venIsInstanceOf(&answer, env, nullptr, row.obj, row.clazz), KS_TRUE);
-        EXPECT_EQ(answer, row.expected);
-    }
-    EXPECT_EQ(venIsSameObject(env, text, text), KS_TRUE);
-    EXPECT_EQ(venIsSameObject(env, text, objectClass), KS_FALSE);
-    EXPECT_EQ(venIsSameObject(env, nullptr, nullptr), KS_TRUE);
+    jclass objectClass = findClass(env, "java/lang/Object");
+    jclass integerClass = findClass(env, "java/lang/Integer");
+    jobject text = jstr(env, "x");
+    KS_BOOL answers[3] = {0x55, 0x55, 0x55};
+    EXPECT_TRUE(venIsInstanceOf(&answers[0], env, nullptr, text, objectClass) &&
+                venIsInstanceOf(&answers[1], env, nullptr, text, integerClass) &&
+                venIsInstanceOf(&answers[2], env, nullptr, nullptr, integerClass));
+    EXPECT_EQ(std::vector<KS_BOOL>(answers, answers + 3), (std::vector<KS_BOOL>{KS_TRUE, KS_FALSE, KS_TRUE}));
     jobject copy = venNewLocalRef(env, text);
-    EXPECT_NE(copy, text);
-    EXPECT_EQ(venIsSameObject(env, copy, text), KS_TRUE);
-    EXPECT_EQ(venNewLocalRef(env, nullptr), nullptr);
-}
+    EXPECT_TRUE(copy != text && venIsSameObject(env, copy, text) == KS_TRUE);
+    EXPECT_TRUE(venIsSameObject(env, text, integerClass) == KS_FALSE && venIsSameObject(env, nullptr, nullptr));
+    EXPECT_TRUE(venMonitorEnter(env, nullptr, text) && venMonitorLeave(env, nullptr, text));
 
-TEST_F(References, MonitorsAndExceptionState)
-{
-    jstring lock = ven::test::jstr(env, "lock");
-    EXPECT_EQ(venMonitorEnter(env, nullptr, lock), KS_TRUE);
-    EXPECT_EQ(venMonitorLeave(env, nullptr, lock), KS_TRUE);
-
-    EXPECT_EQ(venExceptionCheck(env), KS_FALSE);
-    EXPECT_EQ(venExceptionOccurred(env), nullptr);
-    jthrowable thrown = ven::test::makeThrowable(env, "java/lang/IllegalStateException", "x");
+    EXPECT_TRUE(venExceptionCheck(env) == KS_FALSE && venExceptionOccurred(env) == nullptr);
+    jthrowable thrown = makeThrowable(env, "java/lang/IllegalStateException", "x");
     env->Throw(thrown);
     EXPECT_EQ(venExceptionCheck(env), KS_TRUE);
-    jthrowable occurred = venExceptionOccurred(env);
-    EXPECT_TRUE(env->IsSameObject(occurred, thrown));
+    EXPECT_TRUE(env->IsSameObject(venExceptionOccurred(env), thrown));
     venExceptionClear(env);
     ExpectNoPending(env);
-}
 
-TEST_F(References, DeletionsSkipNull)
-{
     FaultEnv fault(env);
     venDeleteLocalRef(fault.env(), nullptr);
     venDeleteGlobalRef(fault.env(), nullptr);
     venDeleteWeakGlobalRef(fault.env(), nullptr);
     EXPECT_TRUE(fault.trail().empty());
-    jobject local = ven::test::jstr(env, "x");
-    venDeleteLocalRef(fault.env(), local);
-    EXPECT_EQ(fault.calls<&JNINativeInterface_::DeleteLocalRef>(), 1);
+    venDeleteLocalRef(fault.env(), copy);
+    EXPECT_EQ(fault.trail(), Lines{"DeleteLocalRef"});
 }
 
-TEST_F(References, ThrowTracesUncheckedUnderTheCallersName)
-{
-    const struct {
-        const char* className;
-        const char* methodName;
-        Lines lines;
-    } rows[] = {
-        {"java/lang/IllegalStateException",
-         "caller",
-         {"[caller()] Exception: java.lang.IllegalStateException: t"}},
-        {"java/io/IOException", "caller", {}},
-        {"java/lang/IllegalStateException", nullptr, {"[venTraceException()] methodName: NULL"}},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.className);
-        Trace trace;
-        jthrowable throwable = ven::test::makeThrowable(env, row.className, "t");
-        EXPECT_EQ(venThrow(env, trace.get(), throwable, row.methodName), KS_TRUE);
-        EXPECT_EQ(trace.lines(), row.lines);
-        jthrowable pending = env->ExceptionOccurred();
-        env->ExceptionClear();
-        EXPECT_TRUE(env->IsSameObject(pending, throwable));
-    }
-}
-
-TEST_F(References, Version)
+// A negative version is written with its value; a fatal error writes its line first, and
+// a NULL message is refused by the wrapper after the line.
+TEST_F(References, VersionAndFatalError)
 {
     Trace trace;
     KS_INT version = 0;
     EXPECT_EQ(venGetVersion(&version, env, trace.get()), KS_TRUE);
     EXPECT_GE(version, JNI_VERSION_1_8);
-    EXPECT_EQ(trace.lines(), Lines{});
-
     FaultEnv fault(env);
     fault.returnValue<&JNINativeInterface_::GetVersion>(-3);
+    EXPECT_EQ(venGetVersion(&version, fault.env(), nullptr), KS_FALSE);
     EXPECT_EQ(venGetVersion(&version, fault.env(), trace.get()), KS_FALSE);
     EXPECT_EQ(version, -3);
     EXPECT_EQ(trace.lines(), Lines{"[venGetVersion()] error occured: -3"});
     EXPECT_TRUE(trace.notable());
-    EXPECT_EQ(venGetVersion(&version, fault.env(), nullptr), KS_FALSE);
-    ExpectNoPending(env);
-}
 
-TEST_F(References, FatalErrorWritesItsLineFirst)
-{
-    FaultEnv fault(env);
-    std::vector<std::string> messages;
-    // The real FatalError ends the process; this one only records.
-    fault.override<&JNINativeInterface_::FatalError>(
-        [&](JNIEnv*, const char* msg) { messages.emplace_back(msg); });
-    Trace trace;
-    venFatalError(fault.env(), trace.get(), "broken", "caller");
-    venFatalError(fault.env(), trace.get(), "unnamed", nullptr);
-    EXPECT_EQ(messages, (std::vector<std::string>{"broken", "unnamed"}));
-    EXPECT_EQ(trace.lines(),
-              (Lines{"[caller()]: venFatalError : broken", "[venFatalError()]: venFatalError : unnamed"}));
-    EXPECT_TRUE(trace.notable());
-    // A NULL message is refused by the wrapper, after the line.
-    EXPECT_VEN_ABORT(venFatalError(fault.env(), trace.get(), nullptr, "caller"), "source/ven/ven_wrapper",
-                     121, "msg");
-    EXPECT_EQ(trace.lines().back(), "[caller()]: venFatalError : NULL");
+    Trace fatal;
+    Lines messages; // the real FatalError ends the process
+    fault.override<&JNINativeInterface_::FatalError>([&](JNIEnv*, const char* msg) { messages.emplace_back(msg); });
+    venFatalError(fault.env(), fatal.get(), "broken", "caller");
+    venFatalError(fault.env(), fatal.get(), "unnamed", nullptr);
+    EXPECT_EQ(messages, (Lines{"broken", "unnamed"}));
+    EXPECT_VEN_ABORT(venFatalError(fault.env(), fatal.get(), nullptr, "caller"), "source/ven/ven_wrapper", 121, "msg");
+    EXPECT_EQ(fatal.lines(), (Lines{"[caller()]: venFatalError : broken", "[venFatalError()]: venFatalError : unnamed",
+                                    "[caller()]: venFatalError : NULL"}));
+    EXPECT_TRUE(fatal.notable());
 }
 
 } // namespace

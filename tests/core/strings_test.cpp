@@ -1,10 +1,7 @@
 // Java strings through the integration layer and the String unit: creation, lengths,
-// pinning with and without isCopy, release of NULL pointers, regions and their bounds,
-// and the conversions between jstring and ksString (ill-formed UTF-16 from Java becomes
-// an AssertionError after the characters are released; well-formed text round-trips).
+// pinning, release, regions, and the conversions between jstring and ksString.
+#include <cstring>
 #include <random>
-#include <string>
-#include <vector>
 
 #include "core_test.hpp"
 
@@ -17,179 +14,146 @@ class Strings : public JvmTest
 {
 };
 
-TEST_F(Strings, Creation)
+const char* const kCritical = "venStringToKsString reads characters beyond Latin-1 in a critical region";
+
+// Creation and lengths; the largest length passes the range check and reaches the JVM.
+TEST_F(Strings, CreationAndLengths)
 {
     jstring result = nullptr;
-    const jchar units[] = {'h', 0xD83D, 0xDE00};
+    const jchar units[] = {0xE9, 0xD83D, 0xDE00};
     ASSERT_EQ(venNewString(&result, env, nullptr, units, 3), KS_TRUE);
-    EXPECT_EQ(ven::test::units(env, result), u"h\U0001F600");
+    EXPECT_EQ(ven::test::units(env, result), u"\u00E9\U0001F600");
+    KS_INT length = 0x7FFFFFFF00000000LL;
+    EXPECT_EQ(venGetStringLength(&length, env, nullptr, result), KS_TRUE);
+    EXPECT_EQ(length, 3);
+    length = 0x7FFFFFFF00000000LL;
+    EXPECT_EQ(venGetStringUTFLength(&length, env, nullptr, result), KS_TRUE);
+    EXPECT_EQ(length, 8); // modified UTF-8: 2 + 3 + 3
     ASSERT_EQ(venNewString(&result, env, nullptr, nullptr, 0), KS_TRUE);
     EXPECT_EQ(ven::test::units(env, result), u"");
     ASSERT_EQ(venNewStringUTF(&result, env, nullptr, "utf \xC3\xA9"), KS_TRUE);
-    EXPECT_EQ(ven::test::utf8(env, result), "utf \xC3\xA9");
-}
+    EXPECT_EQ(utf8(env, result), "utf \xC3\xA9");
 
-TEST_F(Strings, LargestLengthReachesTheVirtualMachine)
-{
     FaultEnv fault(env);
-    std::vector<jsize> lengths;
-    fault.override<&JNINativeInterface_::NewString>([&](JNIEnv* real, const jchar*, jsize len) -> jstring {
-        lengths.push_back(len);
-        real->ThrowNew(real->FindClass("java/lang/OutOfMemoryError"), "too long");
-        return nullptr;
+    jsize reached = 0;
+    fault.override<&JNINativeInterface_::NewString>([&](JNIEnv* real, const jchar*, jsize len) {
+        reached = len;
+        return real->NewString(nullptr, 0);
     });
-    const jchar unit = 'a';
-    jstring result = nullptr;
-    EXPECT_EQ(venNewString(&result, fault.env(), nullptr, &unit, 2147483647LL), KS_FALSE);
-    EXPECT_EQ(lengths, std::vector<jsize>{2147483647});
-    ExpectPending(env, "java.lang.OutOfMemoryError", "too long");
+    EXPECT_EQ(venNewString(&result, fault.env(), nullptr, units, 2147483647LL), KS_TRUE);
+    EXPECT_EQ(reached, 2147483647);
 }
 
-TEST_F(Strings, Lengths)
-{
-    jstring text = ven::test::jstr(env, "\xC3\xA9\xF0\x9F\x98\x80"); // U+00E9 U+1F600
-    KS_INT length = 0x7FFFFFFF00000000LL;
-    EXPECT_EQ(venGetStringLength(&length, env, nullptr, text), KS_TRUE);
-    EXPECT_EQ(length, 3);
-    length = 0x7FFFFFFF00000000LL;
-    EXPECT_EQ(venGetStringUTFLength(&length, env, nullptr, text), KS_TRUE);
-    EXPECT_EQ(length, 8); // modified UTF-8: 2 + 3 + 3
-}
-
-// The three pinning functions with their release partners, as one typed row each.
-template <typename Char> struct PinFunction {
+struct PinRow {
     const char* name;
-    KS_BOOL (*pin)(const Char**, JNIEnv*, lgStream*, jstring, KS_BOOL*);
-    KS_BOOL (*release)(JNIEnv*, lgStream*, jstring, const Char*);
+    KS_BOOL (*pin)(const void**, JNIEnv*, lgStream*, jstring, KS_BOOL*);
+    KS_BOOL (*release)(JNIEnv*, lgStream*, jstring, const void*);
     void (*inject)(FaultEnv&);
-    std::string (*text)(const Char*); // the first three characters as UTF-8
+    std::size_t width;
 };
 
-std::string unitsText(const jchar* chars)
-{
-    return ven::test::toUtf8(std::u16string_view(reinterpret_cast<const char16_t*>(chars), 3));
-}
-std::string bytesText(const char* chars)
-{
-    return std::string(chars, 3);
-}
+#define PIN_ROW(pinFunction, releaseFunction, Char, entry)                                                   \
+    PinRow                                                                                                   \
+    {                                                                                                        \
+        #pinFunction,                                                                                        \
+            [](const void** r, JNIEnv* e, lgStream* t, jstring s, KS_BOOL* c) {                              \
+                return pinFunction(reinterpret_cast<const Char**>(r), e, t, s, c);                           \
+            },                                                                                               \
+            [](JNIEnv* e, lgStream* t, jstring s, const void* p) {                                           \
+                return releaseFunction(e, t, s, static_cast<const Char*>(p));                                \
+            },                                                                                               \
+            [](FaultEnv& f) { f.raiseOutOfMemory<&JNINativeInterface_::entry>(FaultEnv::Calls::nth(1)); },   \
+            sizeof(Char)                                                                                     \
+    }
 
-const PinFunction<jchar> kPinUnits[] = {
-    {"venGetStringChars", venGetStringChars, venReleaseStringChars,
-     [](FaultEnv& f) { ven::core_test::raiseOutOfMemoryOnce<&JNINativeInterface_::GetStringChars>(f); },
-     unitsText},
-    {"venGetStringCritical", venGetStringCritical, venReleaseStringCritical,
-     [](FaultEnv& f) { ven::core_test::raiseOutOfMemoryOnce<&JNINativeInterface_::GetStringCritical>(f); },
-     unitsText},
-};
-const PinFunction<char> kPinBytes[] = {
-    {"venGetStringUTFChars", venGetStringUTFChars, venReleaseStringUTFChars,
-     [](FaultEnv& f) { ven::core_test::raiseOutOfMemoryOnce<&JNINativeInterface_::GetStringUTFChars>(f); },
-     bytesText},
-};
-
-template <typename Char> void checkPinning(JNIEnv* env, const PinFunction<Char>& row)
-{
-    SCOPED_TRACE(row.name);
-    jstring text = ven::test::jstr(env, "abc");
-    const Char* chars = nullptr;
-    KS_BOOL isCopy = 0x55;
-    ASSERT_EQ(row.pin(&chars, env, nullptr, text, &isCopy), KS_TRUE);
-    EXPECT_TRUE(isCopy == KS_TRUE || isCopy == KS_FALSE) << isCopy;
-    EXPECT_EQ(row.text(chars), "abc");
-    EXPECT_EQ(row.release(env, nullptr, text, chars), KS_TRUE);
-    ASSERT_EQ(row.pin(&chars, env, nullptr, text, nullptr), KS_TRUE);
-    EXPECT_EQ(row.release(env, nullptr, text, chars), KS_TRUE);
-
-    // A NULL pointer is released by doing nothing.
-    FaultEnv fault(env);
-    EXPECT_EQ(row.release(fault.env(), nullptr, text, nullptr), KS_TRUE);
-    EXPECT_TRUE(fault.trail().empty());
-
-    // Failure: NULL result, the flag written as "no copy", the exception traced.
-    row.inject(fault);
-    Trace trace;
-    isCopy = 0x55;
-    EXPECT_EQ(row.pin(&chars, fault.env(), trace.get(), text, &isCopy), KS_FALSE);
-    EXPECT_EQ(chars, nullptr);
-    EXPECT_EQ(isCopy, KS_FALSE);
-    EXPECT_EQ(trace.lines(), Lines{std::string("[") + row.name +
-                                   "()] Exception: java.lang.OutOfMemoryError: injected by FaultEnv"});
-    ExpectPending(env, "java.lang.OutOfMemoryError", "injected by FaultEnv");
-}
-
+// Pinned text with and without isCopy, a NULL pointer released by doing nothing, and a
+// failure that stores NULL, writes the flag as "no copy" and traces.
 TEST_F(Strings, PinningAndRelease)
 {
-    for (const auto& row : kPinUnits) {
-        checkPinning(env, row);
-    }
-    for (const auto& row : kPinBytes) {
-        checkPinning(env, row);
+    const PinRow rows[] = {PIN_ROW(venGetStringChars, venReleaseStringChars, jchar, GetStringChars),
+                           PIN_ROW(venGetStringCritical, venReleaseStringCritical, jchar, GetStringCritical),
+                           PIN_ROW(venGetStringUTFChars, venReleaseStringUTFChars, char, GetStringUTFChars)};
+    jstring text = jstr(env, "abc");
+    for (const PinRow& row : rows) {
+        SCOPED_TRACE(row.name);
+        const void* chars = nullptr;
+        KS_BOOL isCopy = 0x55;
+        ASSERT_EQ(row.pin(&chars, env, nullptr, text, &isCopy), KS_TRUE);
+        EXPECT_TRUE(isCopy == KS_TRUE || isCopy == KS_FALSE) << isCopy;
+        const void* expected = row.width == 2 ? static_cast<const void*>(u"abc") : "abc";
+        EXPECT_EQ(std::memcmp(chars, expected, 3 * row.width), 0);
+        EXPECT_EQ(row.release(env, nullptr, text, chars), KS_TRUE);
+        ASSERT_EQ(row.pin(&chars, env, nullptr, text, nullptr), KS_TRUE);
+        EXPECT_EQ(row.release(env, nullptr, text, chars), KS_TRUE);
+
+        FaultEnv fault(env);
+        EXPECT_EQ(row.release(fault.env(), nullptr, text, nullptr), KS_TRUE);
+        EXPECT_TRUE(fault.trail().empty());
+        row.inject(fault);
+        Trace trace;
+        isCopy = 0x55;
+        EXPECT_EQ(row.pin(&chars, fault.env(), trace.get(), text, &isCopy), KS_FALSE);
+        EXPECT_TRUE(chars == nullptr && isCopy == KS_FALSE);
+        EXPECT_EQ(trace.lines(), Lines{std::string("[") + row.name +
+                                       "()] Exception: java.lang.OutOfMemoryError: injected by FaultEnv"});
+        ExpectPending(env, "java.lang.OutOfMemoryError", "injected by FaultEnv");
     }
 }
 
+// Regions in bounds, and out of bounds the JVM's exception traced under the function's name.
 TEST_F(Strings, Regions)
 {
-    jstring text = ven::test::jstr(env, "ab\xC3\xA9"
-                                        "d");
-    jchar units[2] = {};
-    EXPECT_EQ(venGetStringRegion(env, nullptr, text, 1, 2, units), KS_TRUE);
-    EXPECT_EQ(units[0], u'b');
-    EXPECT_EQ(units[1], 0xE9);
+    jstring text = jstr(env, "ab\xC3\xA9"
+                             "d");
+    jchar units[8] = {};
     char bytes[4] = {};
+    EXPECT_EQ(venGetStringRegion(env, nullptr, text, 1, 2, units), KS_TRUE);
+    EXPECT_TRUE(units[0] == u'b' && units[1] == 0xE9);
     EXPECT_EQ(venGetStringUTFRegion(env, nullptr, text, 2, 1, bytes), KS_TRUE);
-    EXPECT_EQ(std::string(bytes), "\xC3\xA9");
-
-    const struct {
-        const char* name;
-        KS_BOOL (*call)(JNIEnv*, lgStream*, jstring);
-    } outOfBounds[] = {
-        {"venGetStringRegion",
-         [](JNIEnv* e, lgStream* t, jstring s) {
-             jchar b[8];
-             return venGetStringRegion(e, t, s, 2, 5, b);
-         }},
-        {"venGetStringUTFRegion",
-         [](JNIEnv* e, lgStream* t, jstring s) {
-             char b[16];
-             return venGetStringUTFRegion(e, t, s, -1, 1, b);
-         }},
-    };
-    for (const auto& row : outOfBounds) {
-        SCOPED_TRACE(row.name);
-        Trace trace;
-        EXPECT_EQ(row.call(env, trace.get(), text), KS_FALSE);
-        ASSERT_EQ(trace.lines().size(), 1u);
-        const std::string prefix =
-            std::string("[") + row.name + "()] Exception: java.lang.StringIndexOutOfBoundsException";
-        EXPECT_EQ(trace.lines()[0].rfind(prefix, 0), 0u) << trace.lines()[0];
-        ExpectPendingClass(env, "java.lang.StringIndexOutOfBoundsException");
-    }
+    EXPECT_STREQ(bytes, "\xC3\xA9");
+    Trace trace;
+    EXPECT_EQ(venGetStringRegion(env, trace.get(), text, 2, 5, units), KS_FALSE);
+    ExpectPendingClass(env, "java.lang.StringIndexOutOfBoundsException");
+    EXPECT_EQ(venGetStringUTFRegion(env, trace.get(), text, -1, 1, bytes), KS_FALSE);
+    ExpectPendingClass(env, "java.lang.StringIndexOutOfBoundsException");
+    const Lines lines = trace.lines();
+    ASSERT_EQ(lines.size(), 2u);
+    EXPECT_EQ(lines[0].rfind("[venGetStringRegion()] Exception: java.lang.StringIndexOutOfBoundsException", 0), 0u)
+        << lines[0];
+    EXPECT_EQ(lines[1].rfind("[venGetStringUTFRegion()] Exception: java.lang.StringIndexOutOfBoundsException", 0),
+              0u)
+        << lines[1];
 }
 
+// To a ksString: whole characters, an empty text without fetching characters, NULL
+// releasing what was held; a failed fetch keeps the result and releases nothing.
 TEST_F(Strings, ToKsString)
 {
     KsRef<ksString> result(ksStringCreateFromCstr("held", -1));
     {
-        ven::test::ExpectJniWarning critical(ven::test::kCriticalRegionWarning,
-                                             "venStringToKsString reads the characters in a critical region");
-        ASSERT_EQ(venStringToKsString(result.out(), env, nullptr, ven::test::jstr(env, "a\xF0\x9F\x98\x80z")),
-                  KS_TRUE);
+        ExpectJniWarning critical(kCriticalRegionWarning, kCritical);
+        ASSERT_EQ(venStringToKsString(result.out(), env, nullptr, jstr(env, "a\xF0\x9F\x98\x80z")), KS_TRUE);
     }
-    EXPECT_EQ(ven::test::codePoints(result), U"a\U0001F600z");
-
-    // An empty text needs no characters.
+    EXPECT_EQ(codePoints(result), U"a\U0001F600z");
     FaultEnv fault(env);
-    ASSERT_EQ(venStringToKsString(result.out(), fault.env(), nullptr, ven::test::jstr(env, "")), KS_TRUE);
-    ASSERT_NE(result.get(), nullptr);
-    EXPECT_EQ(ksStringLength(result), 0);
+    ASSERT_EQ(venStringToKsString(result.out(), fault.env(), nullptr, jstr(env, "")), KS_TRUE);
+    EXPECT_TRUE(result.get() != nullptr && ksStringLength(result) == 0);
     EXPECT_EQ(fault.calls<&JNINativeInterface_::GetStringCritical>(), 0);
-
-    // A NULL string releases what was held (the frame's ks object count would tell).
     ASSERT_EQ(venStringToKsString(result.out(), env, nullptr, nullptr), KS_TRUE);
     EXPECT_EQ(result.get(), nullptr);
+
+    KsRef<ksString> held(ksStringCreateFromCstr("held", -1));
+    Trace trace;
+    fault.raiseOutOfMemory<&JNINativeInterface_::GetStringCritical>(FaultEnv::Calls::nth(1));
+    EXPECT_EQ(venStringToKsString(held.out(), fault.env(), trace.get(), jstr(env, "abc")), KS_FALSE);
+    EXPECT_EQ(utf8(held), "held");
+    EXPECT_EQ(trace.lines(),
+              Lines{"[venGetStringCritical()] Exception: java.lang.OutOfMemoryError: injected by FaultEnv"});
+    EXPECT_EQ(fault.calls<&JNINativeInterface_::ReleaseStringCritical>(), 1) << "only the trace's own";
+    ExpectPending(env, "java.lang.OutOfMemoryError", "injected by FaultEnv");
 }
 
+// Ill-formed Java text: AssertionError, the result kept, the characters released first.
 TEST_F(Strings, IllFormedJavaTextBecomesAssertionError)
 {
     FaultEnv fault(env);
@@ -197,139 +161,104 @@ TEST_F(Strings, IllFormedJavaTextBecomesAssertionError)
     KsRef<ksString> held(ksStringCreateFromCstr("held", -1));
     ksString* const before = held.get();
     const jchar unpaired[] = {'x', 0xD83D, 'y'};
-    jstring text = env->NewString(unpaired, 3);
     {
-        ven::test::ExpectJniWarning critical(ven::test::kCriticalRegionWarning,
-                                             "venStringToKsString reads the characters in a critical region");
-        EXPECT_EQ(venStringToKsString(held.out(), fault.env(), trace.get(), text), KS_FALSE);
+        ExpectJniWarning critical(kCriticalRegionWarning, kCritical);
+        EXPECT_EQ(venStringToKsString(held.out(), fault.env(), trace.get(), env->NewString(unpaired, 3)), KS_FALSE);
     }
     EXPECT_EQ(held.get(), before);
-    EXPECT_EQ(trace.lines(),
-              Lines{"[venStringToKsString()] Exception: java.lang.AssertionError: venStringToKsString: "
-                    "Invalid UTF16 String."});
-    // The characters went back before anything was thrown.
-    const std::vector<std::string>& trail = fault.trail();
+    EXPECT_EQ(trace.lines(), Lines{"[venStringToKsString()] Exception: java.lang.AssertionError: "
+                                   "venStringToKsString: Invalid UTF16 String."});
+    const Lines& trail = fault.trail();
     const auto released = std::find(trail.begin(), trail.end(), "ReleaseStringCritical");
-    const auto thrown = std::find(trail.begin(), trail.end(), "ThrowNew");
     ASSERT_NE(released, trail.end());
-    EXPECT_LT(released, thrown);
+    EXPECT_LT(released, std::find(trail.begin(), trail.end(), "ThrowNew"));
     ExpectPending(env, "java.lang.AssertionError", "venStringToKsString: Invalid UTF16 String.");
 }
 
-TEST_F(Strings, ToKsStringFailuresKeepTheResult)
-{
-    FaultEnv fault(env);
-    ven::core_test::raiseOutOfMemoryOnce<&JNINativeInterface_::GetStringCritical>(fault);
-    Trace trace;
-    KsRef<ksString> held(ksStringCreateFromCstr("held", -1));
-    EXPECT_EQ(venStringToKsString(held.out(), fault.env(), trace.get(), ven::test::jstr(env, "abc")),
-              KS_FALSE);
-    EXPECT_EQ(ven::test::utf8(held), "held");
-    EXPECT_EQ(trace.lines(),
-              Lines{"[venGetStringCritical()] Exception: java.lang.OutOfMemoryError: injected by FaultEnv"});
-    // Only the trace's own critical characters were released.
-    EXPECT_EQ(fault.calls<&JNINativeInterface_::ReleaseStringCritical>(), 1);
-    ExpectPending(env, "java.lang.OutOfMemoryError", "injected by FaultEnv");
-}
-
+// From a ksString: the reference held is deleted, an empty text gives a string of length
+// 0, NULL gives NULL; nothing is left behind.
 TEST_F(Strings, FromKsString)
 {
-    jstring result = ven::test::jstr(env, "held");
+    jstring result = jstr(env, "held");
     FaultEnv fault(env);
-    ASSERT_EQ(venStringFromKsString(&result, fault.env(), nullptr, ven::test::ksStr("a\xF0\x9F\x98\x80")),
-              KS_TRUE);
-    EXPECT_EQ(ven::test::units(env, result), u"a\U0001F600");
-    EXPECT_EQ(fault.ledger().deleted(), 1) << "the reference held before";
-    ASSERT_EQ(venStringFromKsString(&result, fault.env(), nullptr, ven::test::ksStr("")), KS_TRUE);
-    ASSERT_NE(result, nullptr);
-    EXPECT_EQ(env->GetStringLength(result), 0);
+    ASSERT_EQ(venStringFromKsString(&result, fault.env(), nullptr, ksStr("a\xF0\x9F\x98\x80")), KS_TRUE);
+    EXPECT_EQ(units(env, result), u"a\U0001F600");
+    EXPECT_EQ(fault.ledger().deleted(), 1);
+    ASSERT_EQ(venStringFromKsString(&result, fault.env(), nullptr, ksStr("")), KS_TRUE);
+    EXPECT_TRUE(result != nullptr && env->GetStringLength(result) == 0);
     ASSERT_EQ(venStringFromKsString(&result, fault.env(), nullptr, nullptr), KS_TRUE);
     EXPECT_EQ(result, nullptr);
     EXPECT_EQ(fault.ledger().live(), 0);
 }
 
-TEST_F(Strings, WellFormedTextRoundTripsUnchanged)
+// Well-formed text (lone low surrogates included) goes Java -> ksString -> Java unchanged.
+TEST_F(Strings, WellFormedTextRoundTrips)
 {
     std::mt19937 random(5);
     auto pick = [&](unsigned low, unsigned high) {
-        return std::uniform_int_distribution<unsigned>(low, high)(random);
+        return static_cast<char16_t>(std::uniform_int_distribution<unsigned>(low, high)(random));
     };
-    // Most texts go beyond Latin-1, and their characters are read in a critical region.
-    ven::test::ExpectJniWarning critical(ven::test::kCriticalRegionWarning,
-                                         "venStringToKsString reads the characters in a critical region");
+    ExpectJniWarning critical(kCriticalRegionWarning, kCritical);
     for (int repeat = 0; repeat < 200; ++repeat) {
-        ven::test::TestFrame rowFrame(env);
-        std::u16string units;
-        const unsigned length = pick(0, 40);
-        while (units.size() < length) {
-            const unsigned kind = pick(0, 9);
-            if (kind == 0) { // a pair
-                const unsigned c = pick(0x10000, 0x10FFFF) - 0x10000;
-                units += static_cast<char16_t>(0xD800 + (c >> 10));
-                units += static_cast<char16_t>(0xDC00 + (c & 0x3FF));
-            } else if (kind == 1) { // a lone low surrogate is well-formed enough
-                units += static_cast<char16_t>(pick(0xDC00, 0xDFFF));
-            } else {
-                const unsigned c = pick(0, 0xFFFF);
-                units += static_cast<char16_t>(c >= 0xD800 && c <= 0xDBFF ? 'x' : c);
-            }
+        TestFrame rowFrame(env);
+        std::u16string text;
+        for (unsigned length = pick(0, 40); text.size() < length;) {
+            const char16_t unit = pick(0, 0xFFFF);
+            text += unit < 0xD800 || unit > 0xDBFF ? std::u16string(1, unit)
+                                                   : std::u16string{unit, pick(0xDC00, 0xDFFF)};
         }
-        SCOPED_TRACE(repeat);
-        jstring original =
-            env->NewString(reinterpret_cast<const jchar*>(units.data()), static_cast<jsize>(units.size()));
-        KsRef<ksString> text;
-        ASSERT_EQ(venStringToKsString(text.out(), env, nullptr, original), KS_TRUE);
+        KsRef<ksString> converted;
+        ASSERT_EQ(venStringToKsString(converted.out(), env, nullptr, jstr(env, text)), KS_TRUE);
         jstring back = nullptr;
-        ASSERT_EQ(venStringFromKsString(&back, env, nullptr, text), KS_TRUE);
-        ASSERT_EQ(ven::test::units(env, back), units);
+        ASSERT_EQ(venStringFromKsString(&back, env, nullptr, converted), KS_TRUE);
+        ASSERT_EQ(units(env, back), text);
     }
 }
 
+// The class lookup, and the instance test, which gives its class back on every path.
 TEST_F(Strings, ClassAndInstanceTest)
 {
     jclass stringClass = nullptr;
     ASSERT_EQ(venStringGetClass(&stringClass, env, nullptr), KS_TRUE);
-    EXPECT_TRUE(env->IsSameObject(stringClass, ven::test::findClass(env, "java/lang/String")));
-
-    jobject notAString = ven::test::findClass(env, "java/lang/Object");
+    EXPECT_TRUE(env->IsSameObject(stringClass, findClass(env, "java/lang/String")));
+    jobject notAString = findClass(env, "java/lang/Object");
+    KS_BOOL answer = 0x55;
     const struct {
         jobject obj;
+        KS_BOOL* result;
         KS_BOOL expected;
-    } rows[] = {{ven::test::jstr(env, "s"), KS_TRUE}, {notAString, KS_FALSE}, {nullptr, KS_TRUE}};
+    } rows[] = {{jstr(env, "s"), &answer, KS_TRUE},
+                {notAString, &answer, KS_FALSE},
+                {nullptr, &answer, KS_TRUE},
+                {notAString, nullptr, KS_FALSE}};
     for (const auto& row : rows) {
         FaultEnv fault(env);
-        ven::core_test::ObtainedRefs obtained(fault);
-        KS_BOOL answer = 0x55;
-        EXPECT_EQ(venStringIsInstance(&answer, fault.env(), nullptr, row.obj), KS_TRUE);
-        EXPECT_EQ(answer, row.expected);
-        EXPECT_EQ(obtained.obtained(), 1);
+        ObtainedRefs obtained(fault);
+        answer = 0x55;
+        EXPECT_EQ(venStringIsInstance(row.result, fault.env(), nullptr, row.obj), row.result ? KS_TRUE : KS_FALSE);
+        EXPECT_EQ(obtained.obtained(), row.result ? 1 : 3) << "an argument failure and its trace look up classes";
         EXPECT_EQ(obtained.outstanding(), 0);
+        if (row.result == nullptr) {
+            ExpectPending(env, "java.lang.IllegalArgumentException", "venIsInstanceOf: result != NULL");
+        } else {
+            EXPECT_EQ(answer, row.expected);
+        }
     }
-    // Without a result the class is still given back.
-    FaultEnv fault(env);
-    ven::core_test::ObtainedRefs obtained(fault);
-    EXPECT_EQ(venStringIsInstance(nullptr, fault.env(), nullptr, notAString), KS_FALSE);
-    EXPECT_EQ(obtained.outstanding(), 0);
-    ExpectPending(env, "java.lang.IllegalArgumentException", "venIsInstanceOf: result != NULL");
 }
 
+// With no result the release at the end still checks `string`: with both NULL its own
+// argument failure follows the first one while that is pending.
 TEST_F(Strings, ToKsStringWithoutResultStillReleases)
 {
-    // The release at the end checks `string` even with no characters: with both NULL, its
-    // own argument failure follows the first one while that is pending.
     Trace trace;
     {
-        ven::test::ExpectJniWarning pending(
-            ven::test::kExceptionPendingWarning,
-            "the release's argument failure is thrown while the first is pending");
+        ExpectJniWarning pending(kExceptionPendingWarning, "the release's argument failure follows the first");
         EXPECT_EQ(venStringToKsString(nullptr, env, trace.get(), nullptr), KS_FALSE);
     }
-    EXPECT_EQ(
-        trace.lines(),
-        (Lines{"[venStringToKsString()] Exception: java.lang.IllegalArgumentException: venStringToKsString: "
-               "result != ((void *)0)",
-               "[venReleaseStringCritical()] Exception: java.lang.IllegalArgumentException: "
-               "venReleaseStringCritical: string != NULL"}));
+    EXPECT_EQ(trace.lines(), (Lines{"[venStringToKsString()] Exception: java.lang.IllegalArgumentException: "
+                                    "venStringToKsString: result != ((void *)0)",
+                                    "[venReleaseStringCritical()] Exception: java.lang.IllegalArgumentException: "
+                                    "venReleaseStringCritical: string != NULL"}));
     ExpectPending(env, "java.lang.IllegalArgumentException", "venReleaseStringCritical: string != NULL");
 }
 

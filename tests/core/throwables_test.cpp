@@ -1,8 +1,6 @@
-// The six throwable units, one row each: class lookup, instance test, and every throw
-// form with its message composition, argument order, trace line (unchecked only), and
-// the release of every class reference and of the formatted string on every path.
+// The six throwable units, one row each: class lookup, instance test, and every throw form
+// with its message, argument order and trace line, with the class found and not found.
 #include <functional>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -13,169 +11,130 @@ namespace
 
 using namespace ven::core_test;
 
-using ThrowCstr = KS_BOOL (*)(JNIEnv*, lgStream*, const char* methodName, const char* message);
-
 struct ThrowableUnit {
-    const char* className; // JNI form
+    const char* className;
     const char* javaName;
     bool unchecked;
     KS_BOOL (*getClass)(jclass*, JNIEnv*, lgStream*);
     KS_BOOL (*isInstance)(KS_BOOL*, JNIEnv*, lgStream*, jobject);
-    ThrowCstr throwCstr; // (methodName, message) whatever the unit's own order
+    KS_BOOL (*throwCstr)(JNIEnv*, lgStream*, const char* methodName, const char* message);
     KS_BOOL (*throwKsString)(JNIEnv*, lgStream*, const char*, ksString*);
     KS_BOOL (*throwFormat)(JNIEnv*, lgStream*, const char*, const char*, KS_INT, ...);
 };
 
+#define THROWABLE_UNIT(unit, className, javaName, unchecked)                                                 \
+    ThrowableUnit                                                                                            \
+    {                                                                                                        \
+        className, javaName, unchecked, ven##unit##GetClass, ven##unit##IsInstance,                          \
+            ven##unit##ThrowUseMessageCstr, ven##unit##ThrowUseMessage, ven##unit##ThrowUseMessageFormatCstr \
+    }
+// Error and RuntimeException take (message, methodName) and have no other throw forms.
+#define SMALL_THROWABLE_UNIT(unit, className, javaName)                                                      \
+    ThrowableUnit                                                                                            \
+    {                                                                                                        \
+        className, javaName, true, ven##unit##GetClass, ven##unit##IsInstance,                               \
+            [](JNIEnv* e, lgStream* t, const char* name, const char* message) {                              \
+                return ven##unit##ThrowUseMessage(e, t, message, name);                                      \
+            },                                                                                               \
+            nullptr, nullptr                                                                                 \
+    }
+
 const ThrowableUnit kUnits[] = {
-    {"java/io/IOException", "java.io.IOException", false, venIOExceptionGetClass, venIOExceptionIsInstance,
-     venIOExceptionThrowUseMessageCstr, venIOExceptionThrowUseMessage,
-     venIOExceptionThrowUseMessageFormatCstr},
-    {"java/lang/AssertionError", "java.lang.AssertionError", true, venAssertionErrorGetClass,
-     venAssertionErrorIsInstance, venAssertionErrorThrowUseMessageCstr, venAssertionErrorThrowUseMessage,
-     venAssertionErrorThrowUseMessageFormatCstr},
-    {"java/lang/Error", "java.lang.Error", true, venErrorGetClass, venErrorIsInstance,
-     [](JNIEnv* e, lgStream* t, const char* name, const char* message) {
-         return venErrorThrowUseMessage(e, t, message, name);
-     },
-     nullptr, nullptr},
-    {"java/lang/IllegalArgumentException", "java.lang.IllegalArgumentException", true,
-     venIllegalArgumentExceptionGetClass, venIllegalArgumentExceptionIsInstance,
-     venIllegalArgumentExceptionThrowUseMessageCstr, venIllegalArgumentExceptionThrowUseMessage,
-     venIllegalArgumentExceptionThrowUseMessageFormatCstr},
-    {"java/lang/IllegalStateException", "java.lang.IllegalStateException", true,
-     venIllegalStateExceptionGetClass, venIllegalStateExceptionIsInstance,
-     venIllegalStateExceptionThrowUseMessageCstr, venIllegalStateExceptionThrowUseMessage,
-     venIllegalStateExceptionThrowUseMessageFormatCstr},
-    {"java/lang/RuntimeException", "java.lang.RuntimeException", true, venRuntimeExceptionGetClass,
-     venRuntimeExceptionIsInstance,
-     [](JNIEnv* e, lgStream* t, const char* name, const char* message) {
-         return venRuntimeExceptionThrowUseMessage(e, t, message, name);
-     },
-     nullptr, nullptr},
+    THROWABLE_UNIT(IOException, "java/io/IOException", "java.io.IOException", false),
+    THROWABLE_UNIT(AssertionError, "java/lang/AssertionError", "java.lang.AssertionError", true),
+    SMALL_THROWABLE_UNIT(Error, "java/lang/Error", "java.lang.Error"),
+    THROWABLE_UNIT(IllegalArgumentException, "java/lang/IllegalArgumentException",
+                   "java.lang.IllegalArgumentException", true),
+    THROWABLE_UNIT(IllegalStateException, "java/lang/IllegalStateException", "java.lang.IllegalStateException",
+                   true),
+    SMALL_THROWABLE_UNIT(RuntimeException, "java/lang/RuntimeException", "java.lang.RuntimeException"),
 };
 
 class Throwables : public JvmTest
 {
 };
 
+// The lookup gives the class; the instance test knows instances, subclasses and strangers;
+// neither keeps a class reference.
 TEST_F(Throwables, LookupAndInstanceTest)
 {
-    jobject plainObject = ven::test::jstr(env, "not a throwable");
+    jobject stranger = jstr(env, "not a throwable");
     for (const ThrowableUnit& unit : kUnits) {
         SCOPED_TRACE(unit.javaName);
-        ven::test::TestFrame rowFrame(env);
+        TestFrame rowFrame(env);
         FaultEnv fault(env);
-        ven::core_test::ObtainedRefs obtained(fault);
+        ObtainedRefs obtained(fault);
         jclass clazz = nullptr;
         ASSERT_EQ(unit.getClass(&clazz, fault.env(), nullptr), KS_TRUE);
-        EXPECT_TRUE(env->IsSameObject(clazz, ven::test::findClass(env, unit.className)));
+        EXPECT_TRUE(env->IsSameObject(clazz, findClass(env, unit.className)));
         fault.env()->DeleteLocalRef(clazz);
-
-        jobject instance = ven::test::makeThrowable(env, unit.className, "m");
-        KS_BOOL answer = 0x55;
-        EXPECT_EQ(unit.isInstance(&answer, fault.env(), nullptr, instance), KS_TRUE);
-        EXPECT_EQ(answer, KS_TRUE);
-        EXPECT_EQ(unit.isInstance(&answer, fault.env(), nullptr, plainObject), KS_TRUE);
-        EXPECT_EQ(answer, KS_FALSE);
+        for (auto [obj, expected] : {std::pair{(jobject)makeThrowable(env, unit.className, "m"), KS_TRUE},
+                                     std::pair{stranger, KS_FALSE}}) {
+            KS_BOOL answer = 0x55;
+            EXPECT_EQ(unit.isInstance(&answer, fault.env(), nullptr, obj), KS_TRUE);
+            EXPECT_EQ(answer, expected);
+        }
         EXPECT_EQ(obtained.outstanding(), 0);
     }
-}
-
-TEST_F(Throwables, SubclassesAreInstances)
-{
     KS_BOOL answer = KS_FALSE;
-    EXPECT_EQ(
-        venRuntimeExceptionIsInstance(&answer, env, nullptr,
-                                      ven::test::makeThrowable(env, "java/lang/IllegalStateException", "s")),
-        KS_TRUE);
-    EXPECT_EQ(answer, KS_TRUE);
-    EXPECT_EQ(venRuntimeExceptionIsInstance(&answer, env, nullptr,
-                                            ven::test::makeThrowable(env, "java/lang/Error", "e")),
-              KS_TRUE);
-    EXPECT_EQ(answer, KS_FALSE);
+    jobject subclass = makeThrowable(env, "java/lang/IllegalStateException", "s");
+    EXPECT_TRUE(venRuntimeExceptionIsInstance(&answer, env, nullptr, subclass) && answer == KS_TRUE);
+    jobject error = makeThrowable(env, "java/lang/Error", "e");
+    EXPECT_TRUE(venRuntimeExceptionIsInstance(&answer, env, nullptr, error) && answer == KS_FALSE);
 }
 
-TEST_F(Throwables, EveryThrowFormComposesTheMessage)
+// Every form throws "F: <message>", traced only when unchecked; the caller's ksString is
+// neither taken nor released, the formatted one is released (the frame counts ks objects).
+// A class that cannot be found leaves the lookup's exception and nothing of the unit's own.
+TEST_F(Throwables, EveryThrowForm)
 {
     for (const ThrowableUnit& unit : kUnits) {
         SCOPED_TRACE(unit.javaName);
-        struct Form {
-            const char* what;
-            std::function<KS_BOOL(JNIEnv*, lgStream*)> call;
-            const char* message;
-        };
-        std::vector<Form> forms = {
-            {"C string", [&](JNIEnv* e, lgStream* t) { return unit.throwCstr(e, t, "F", "M"); }, "F: M"}};
+        KsRef<ksString> msg(ksStringCreateFromCstr("M \xE2\x82\xAC", -1));
+        std::vector<std::pair<std::function<KS_BOOL(JNIEnv*, lgStream*)>, const char*>> forms = {
+            {[&](JNIEnv* e, lgStream* t) { return unit.throwCstr(e, t, "F", "M"); }, "F: M"}};
         if (unit.throwKsString != nullptr) {
-            forms.push_back({"ksString",
-                             [&](JNIEnv* e, lgStream* t) {
-                                 ven::test::KsRef<ksString> msg(ksStringCreateFromCstr("M \xE2\x82\xAC", -1));
-                                 const KS_BOOL thrown = unit.throwKsString(e, t, "F", msg.get());
-                                 EXPECT_EQ(ksObjRefCount(msg.get()), 1)
-                                     << "the caller's reference was touched";
-                                 return thrown;
-                             },
-                             "F: M \xE2\x82\xAC"});
-            forms.push_back({"format",
-                             [&](JNIEnv* e, lgStream* t) {
-                                 return unit.throwFormat(e, t, "F", "value %i", -1, KS_INT{42});
-                             },
-                             "F: value 42"});
+            forms.emplace_back([&](JNIEnv* e, lgStream* t) { return unit.throwKsString(e, t, "F", msg); },
+                               "F: M \xE2\x82\xAC");
+            forms.emplace_back(
+                [&](JNIEnv* e, lgStream* t) { return unit.throwFormat(e, t, "F", "value %i", -1, KS_INT{42}); },
+                "F: value 42");
         }
-        for (const Form& form : forms) {
-            SCOPED_TRACE(form.what);
-            ven::test::TestFrame rowFrame(env);
-            FaultEnv fault(env);
-            ven::core_test::ObtainedRefs obtained(fault);
-            Trace trace;
-            std::optional<ven::test::ExpectJniWarning> critical;
-            if (unit.unchecked && std::string(form.message).find('\xE2') != std::string::npos) {
-                critical.emplace(ven::test::kCriticalRegionWarning,
-                                 "the trace reads a toString() text beyond Latin-1 in a critical region");
-            }
-            EXPECT_EQ(form.call(fault.env(), trace.get()), KS_TRUE);
-            const Lines expected =
-                unit.unchecked ? Lines{std::string("[F()] Exception: ") + unit.javaName + ": " + form.message}
-                               : Lines{};
-            EXPECT_EQ(trace.lines(), expected);
-            EXPECT_EQ(trace.notable(), unit.unchecked);
-            EXPECT_EQ(obtained.outstanding(), 0);
-            ExpectPending(env, unit.javaName, form.message);
-        }
-    }
-}
-
-TEST_F(Throwables, MissingClassThrowsNothingOfItsOwn)
-{
-    for (const ThrowableUnit& unit : kUnits) {
-        SCOPED_TRACE(unit.javaName);
-        std::vector<std::function<KS_BOOL(JNIEnv*)>> forms = {
-            [&](JNIEnv* e) { return unit.throwCstr(e, nullptr, "F", "M"); },
-            [&](JNIEnv* e) {
+        forms.emplace_back(
+            [&](JNIEnv* e, lgStream* t) {
                 KS_BOOL answer = 0x55;
-                return unit.isInstance(&answer, e, nullptr, nullptr);
-            }};
-        if (unit.throwFormat != nullptr) {
-            forms.push_back(
-                [&](JNIEnv* e) { return unit.throwFormat(e, nullptr, "F", "%i", -1, KS_INT{1}); });
-        }
-        for (const auto& form : forms) {
-            // The frame also checks that the string made from the format is released.
-            ven::test::TestFrame rowFrame(env);
-            FaultEnv fault(env);
-            ven::core_test::ObtainedRefs obtained(fault, unit.className);
-            EXPECT_EQ(form(fault.env()), KS_FALSE);
-            EXPECT_EQ(obtained.outstanding(), 0);
-            ExpectPending(env, "java.lang.NoClassDefFoundError", unit.className);
+                return unit.isInstance(&answer, e, t, nullptr);
+            },
+            nullptr);
+        for (const auto& [call, message] : forms) {
+            for (bool found : {true, false}) {
+                SCOPED_TRACE(message ? message : "instance test");
+                TestFrame rowFrame(env);
+                FaultEnv fault(env);
+                ObtainedRefs obtained(fault, found ? "" : unit.className);
+                Trace trace;
+                EXPECT_EQ(call(fault.env(), trace.get()), found ? KS_TRUE : KS_FALSE);
+                EXPECT_EQ(obtained.outstanding(), 0);
+                EXPECT_EQ(ksObjRefCount(msg.get()), 1);
+                if (!found) {
+                    ExpectPending(env, "java.lang.NoClassDefFoundError", unit.className);
+                } else if (message != nullptr) {
+                    const std::string line = std::string("[F()] Exception: ") + unit.javaName + ": " + message;
+                    EXPECT_EQ(trace.lines(), unit.unchecked ? Lines{line} : Lines{});
+                    EXPECT_EQ(trace.notable(), unit.unchecked);
+                    ExpectPending(env, unit.javaName, message);
+                }
+            }
         }
     }
 }
 
-TEST_F(Throwables, ThrowNewWithoutNameThrowsTheMessageAlone)
+// Without a name the message is thrown alone, and the trace reports the missing name.
+TEST_F(Throwables, ThrowNewWithoutName)
 {
     Trace trace;
-    jclass clazz = ven::test::findClass(env, "java/lang/IllegalStateException");
-    EXPECT_EQ(venThrowNew(env, trace.get(), clazz, "bare", nullptr), KS_TRUE);
+    EXPECT_EQ(venThrowNew(env, trace.get(), findClass(env, "java/lang/IllegalStateException"), "bare", nullptr),
+              KS_TRUE);
     EXPECT_EQ(trace.lines(), Lines{"[venTraceException()] methodName: NULL"});
     ExpectPending(env, "java.lang.IllegalStateException", "bare");
 }
