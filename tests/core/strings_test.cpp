@@ -1,7 +1,8 @@
 // Java strings through the integration layer and the String unit: creation, lengths,
 // pinning, release, regions, and the conversions between jstring and ksString.
 #include <cstring>
-#include <random>
+
+#include <gmock/gmock.h>
 
 #include "core_test.hpp"
 
@@ -10,11 +11,7 @@ namespace
 
 using namespace ven::core_test;
 
-class Strings : public JvmTest
-{
-};
-
-const char* const kCritical = "venStringToKsString reads characters beyond Latin-1 in a critical region";
+using Strings = JvmTest;
 
 // Creation and lengths; the largest length passes the range check and reaches the JVM.
 TEST_F(Strings, CreationAndLengths)
@@ -52,19 +49,13 @@ struct PinRow {
     std::size_t width;
 };
 
-#define PIN_ROW(pinFunction, releaseFunction, Char, entry)                                                   \
-    PinRow                                                                                                   \
-    {                                                                                                        \
-        #pinFunction,                                                                                        \
-            [](const void** r, JNIEnv* e, lgStream* t, jstring s, KS_BOOL* c) {                              \
-                return pinFunction(reinterpret_cast<const Char**>(r), e, t, s, c);                           \
-            },                                                                                               \
-            [](JNIEnv* e, lgStream* t, jstring s, const void* p) {                                           \
-                return releaseFunction(e, t, s, static_cast<const Char*>(p));                                \
-            },                                                                                               \
-            [](FaultEnv& f) { f.raiseOutOfMemory<&JNINativeInterface_::entry>(FaultEnv::Calls::nth(1)); },   \
-            sizeof(Char)                                                                                     \
-    }
+// clang-format off
+#define PIN_ROW(pin, release, Char, entry)                                                                   \
+    PinRow{#pin,                                                                                             \
+           [](const void** r, JNIEnv* e, lgStream* t, jstring s, KS_BOOL* c) { return pin(reinterpret_cast<const Char**>(r), e, t, s, c); }, \
+           [](JNIEnv* e, lgStream* t, jstring s, const void* p) { return release(e, t, s, static_cast<const Char*>(p)); }, \
+           [](FaultEnv& f) { f.raiseOutOfMemory<&JNINativeInterface_::entry>(FaultEnv::Calls::nth(1)); }, sizeof(Char)}
+// clang-format on
 
 // Pinned text with and without isCopy, a NULL pointer released by doing nothing, and a
 // failure that stores NULL, writes the flag as "no copy" and traces.
@@ -116,150 +107,86 @@ TEST_F(Strings, Regions)
     ExpectPendingClass(env, "java.lang.StringIndexOutOfBoundsException");
     EXPECT_EQ(venGetStringUTFRegion(env, trace.get(), text, -1, 1, bytes), KS_FALSE);
     ExpectPendingClass(env, "java.lang.StringIndexOutOfBoundsException");
-    const Lines lines = trace.lines();
-    ASSERT_EQ(lines.size(), 2u);
-    EXPECT_EQ(lines[0].rfind("[venGetStringRegion()] Exception: java.lang.StringIndexOutOfBoundsException", 0), 0u)
-        << lines[0];
-    EXPECT_EQ(lines[1].rfind("[venGetStringUTFRegion()] Exception: java.lang.StringIndexOutOfBoundsException", 0),
-              0u)
-        << lines[1];
+    using testing::StartsWith;
+    EXPECT_THAT(
+        trace.lines(),
+        testing::ElementsAre(
+            StartsWith("[venGetStringRegion()] Exception: java.lang.StringIndexOutOfBoundsException"),
+            StartsWith("[venGetStringUTFRegion()] Exception: java.lang.StringIndexOutOfBoundsException")));
 }
 
-// To a ksString: whole characters, an empty text without fetching characters, NULL
-// releasing what was held; a failed fetch keeps the result and releases nothing.
-TEST_F(Strings, ToKsString)
+// Both ways: whole characters, the empty text (from Java without fetching characters), and
+// NULL releasing or deleting what the out-parameter held; nothing is left behind.
+TEST_F(Strings, Conversions)
 {
-    KsRef<ksString> result(ksStringCreateFromCstr("held", -1));
-    {
-        ExpectJniWarning critical(kCriticalRegionWarning, kCritical);
-        ASSERT_EQ(venStringToKsString(result.out(), env, nullptr, jstr(env, "a\xF0\x9F\x98\x80z")), KS_TRUE);
-    }
-    EXPECT_EQ(codePoints(result), U"a\U0001F600z");
+    KsRef<ksString> text(ksStringCreateFromCstr("held", -1));
+    ASSERT_EQ(venStringToKsString(text.out(), env, nullptr, jstr(env, "a\xF0\x9F\x98\x80z")), KS_TRUE);
+    EXPECT_EQ(codePoints(text), U"a\U0001F600z");
     FaultEnv fault(env);
-    ASSERT_EQ(venStringToKsString(result.out(), fault.env(), nullptr, jstr(env, "")), KS_TRUE);
-    EXPECT_TRUE(result.get() != nullptr && ksStringLength(result) == 0);
-    EXPECT_EQ(fault.calls<&JNINativeInterface_::GetStringCritical>(), 0);
-    ASSERT_EQ(venStringToKsString(result.out(), env, nullptr, nullptr), KS_TRUE);
-    EXPECT_EQ(result.get(), nullptr);
-
-    KsRef<ksString> held(ksStringCreateFromCstr("held", -1));
-    Trace trace;
-    fault.raiseOutOfMemory<&JNINativeInterface_::GetStringCritical>(FaultEnv::Calls::nth(1));
-    EXPECT_EQ(venStringToKsString(held.out(), fault.env(), trace.get(), jstr(env, "abc")), KS_FALSE);
-    EXPECT_EQ(utf8(held), "held");
-    EXPECT_EQ(trace.lines(),
-              Lines{"[venGetStringCritical()] Exception: java.lang.OutOfMemoryError: injected by FaultEnv"});
-    EXPECT_EQ(fault.calls<&JNINativeInterface_::ReleaseStringCritical>(), 1) << "only the trace's own";
-    ExpectPending(env, "java.lang.OutOfMemoryError", "injected by FaultEnv");
-}
-
-// Ill-formed Java text: AssertionError, the result kept, the characters released first.
-TEST_F(Strings, IllFormedJavaTextBecomesAssertionError)
-{
-    FaultEnv fault(env);
-    Trace trace;
-    KsRef<ksString> held(ksStringCreateFromCstr("held", -1));
-    ksString* const before = held.get();
-    const jchar unpaired[] = {'x', 0xD83D, 'y'};
-    {
-        ExpectJniWarning critical(kCriticalRegionWarning, kCritical);
-        EXPECT_EQ(venStringToKsString(held.out(), fault.env(), trace.get(), env->NewString(unpaired, 3)), KS_FALSE);
-    }
-    EXPECT_EQ(held.get(), before);
-    EXPECT_EQ(trace.lines(), Lines{"[venStringToKsString()] Exception: java.lang.AssertionError: "
-                                   "venStringToKsString: Invalid UTF16 String."});
-    const Lines& trail = fault.trail();
-    const auto released = std::find(trail.begin(), trail.end(), "ReleaseStringCritical");
-    ASSERT_NE(released, trail.end());
-    EXPECT_LT(released, std::find(trail.begin(), trail.end(), "ThrowNew"));
-    ExpectPending(env, "java.lang.AssertionError", "venStringToKsString: Invalid UTF16 String.");
-}
-
-// From a ksString: the reference held is deleted, an empty text gives a string of length
-// 0, NULL gives NULL; nothing is left behind.
-TEST_F(Strings, FromKsString)
-{
     jstring result = jstr(env, "held");
-    FaultEnv fault(env);
-    ASSERT_EQ(venStringFromKsString(&result, fault.env(), nullptr, ksStr("a\xF0\x9F\x98\x80")), KS_TRUE);
-    EXPECT_EQ(units(env, result), u"a\U0001F600");
+    ASSERT_EQ(venStringFromKsString(&result, fault.env(), nullptr, text), KS_TRUE);
+    EXPECT_EQ(units(env, result), u"a\U0001F600z");
     EXPECT_EQ(fault.ledger().deleted(), 1);
-    ASSERT_EQ(venStringFromKsString(&result, fault.env(), nullptr, ksStr("")), KS_TRUE);
+    ASSERT_EQ(venStringToKsString(text.out(), fault.env(), nullptr, jstr(env, "")), KS_TRUE);
+    EXPECT_TRUE(text.get() != nullptr && ksStringLength(text) == 0);
+    EXPECT_EQ(fault.calls<&JNINativeInterface_::GetStringCritical>(), 0);
+    ASSERT_EQ(venStringFromKsString(&result, fault.env(), nullptr, text), KS_TRUE);
     EXPECT_TRUE(result != nullptr && env->GetStringLength(result) == 0);
+    ASSERT_EQ(venStringToKsString(text.out(), env, nullptr, nullptr), KS_TRUE);
     ASSERT_EQ(venStringFromKsString(&result, fault.env(), nullptr, nullptr), KS_TRUE);
-    EXPECT_EQ(result, nullptr);
+    EXPECT_TRUE(text.get() == nullptr && result == nullptr);
     EXPECT_EQ(fault.ledger().live(), 0);
 }
 
-// Well-formed text (lone low surrogates included) goes Java -> ksString -> Java unchanged.
-TEST_F(Strings, WellFormedTextRoundTrips)
+// A failed fetch and ill-formed text (an AssertionError, thrown only after the characters
+// went back) both keep the result; every text obtained, ours or the trace's, goes back.
+TEST_F(Strings, ToKsStringFailuresKeepTheResult)
 {
-    std::mt19937 random(5);
-    auto pick = [&](unsigned low, unsigned high) {
-        return static_cast<char16_t>(std::uniform_int_distribution<unsigned>(low, high)(random));
-    };
-    ExpectJniWarning critical(kCriticalRegionWarning, kCritical);
-    for (int repeat = 0; repeat < 200; ++repeat) {
-        TestFrame rowFrame(env);
-        std::u16string text;
-        for (unsigned length = pick(0, 40); text.size() < length;) {
-            const char16_t unit = pick(0, 0xFFFF);
-            text += unit < 0xD800 || unit > 0xDBFF ? std::u16string(1, unit)
-                                                   : std::u16string{unit, pick(0xDC00, 0xDFFF)};
+    const jchar unpaired[] = {'x', 0xD83D, 'y'};
+    // clang-format off
+    const struct { bool inject; jstring text; const char* function; const char* exception; const char* message; } rows[] = {
+        {true, jstr(env, "abc"), "venGetStringCritical", "java.lang.OutOfMemoryError", "injected by FaultEnv"},
+        {false, env->NewString(unpaired, 3), "venStringToKsString", "java.lang.AssertionError",
+         "venStringToKsString: Invalid UTF16 String."}};
+    // clang-format on
+    for (const auto& row : rows) {
+        FaultEnv fault(env);
+        if (row.inject) {
+            fault.raiseOutOfMemory<&JNINativeInterface_::GetStringCritical>(FaultEnv::Calls::nth(1));
         }
-        KsRef<ksString> converted;
-        ASSERT_EQ(venStringToKsString(converted.out(), env, nullptr, jstr(env, text)), KS_TRUE);
-        jstring back = nullptr;
-        ASSERT_EQ(venStringFromKsString(&back, env, nullptr, converted), KS_TRUE);
-        ASSERT_EQ(units(env, back), text);
+        Trace trace;
+        KsRef<ksString> held(ksStringCreateFromCstr("held", -1));
+        ksString* const before = held.get();
+        EXPECT_EQ(venStringToKsString(held.out(), fault.env(), trace.get(), row.text), KS_FALSE);
+        EXPECT_EQ(held.get(), before);
+        EXPECT_EQ(trace.lines(), Lines{std::string("[") + row.function + "()] Exception: " + row.exception +
+                                       ": " + row.message});
+        const Lines trail = fault.trail();
+        EXPECT_EQ(std::ranges::count(trail, "ReleaseStringCritical") + row.inject,
+                  std::ranges::count(trail, "GetStringCritical"));
+        EXPECT_LT(std::ranges::find(trail, "ReleaseStringCritical"), std::ranges::find(trail, "ThrowNew"));
+        ExpectPending(env, row.exception, row.message);
     }
 }
 
-// The class lookup, and the instance test, which gives its class back on every path.
+// The class lookup, and the instance test, which gives its class back on every path (an
+// argument failure and its trace look up two classes of their own).
 TEST_F(Strings, ClassAndInstanceTest)
 {
     jclass stringClass = nullptr;
     ASSERT_EQ(venStringGetClass(&stringClass, env, nullptr), KS_TRUE);
     EXPECT_TRUE(env->IsSameObject(stringClass, findClass(env, "java/lang/String")));
-    jobject notAString = findClass(env, "java/lang/Object");
-    KS_BOOL answer = 0x55;
-    const struct {
-        jobject obj;
-        KS_BOOL* result;
-        KS_BOOL expected;
-    } rows[] = {{jstr(env, "s"), &answer, KS_TRUE},
-                {notAString, &answer, KS_FALSE},
-                {nullptr, &answer, KS_TRUE},
-                {notAString, nullptr, KS_FALSE}};
-    for (const auto& row : rows) {
-        FaultEnv fault(env);
-        ObtainedRefs obtained(fault);
-        answer = 0x55;
-        EXPECT_EQ(venStringIsInstance(row.result, fault.env(), nullptr, row.obj), row.result ? KS_TRUE : KS_FALSE);
-        EXPECT_EQ(obtained.obtained(), row.result ? 1 : 3) << "an argument failure and its trace look up classes";
-        EXPECT_EQ(obtained.outstanding(), 0);
-        if (row.result == nullptr) {
-            ExpectPending(env, "java.lang.IllegalArgumentException", "venIsInstanceOf: result != NULL");
-        } else {
-            EXPECT_EQ(answer, row.expected);
-        }
+    FaultEnv fault(env);
+    ObtainedRefs obtained(fault);
+    KS_BOOL answers[3] = {0x55, 0x55, 0x55};
+    int next = 0;
+    for (jobject obj : {static_cast<jobject>(jstr(env, "s")), static_cast<jobject>(stringClass), jobject{}}) {
+        EXPECT_EQ(venStringIsInstance(&answers[next++], fault.env(), nullptr, obj), KS_TRUE);
     }
-}
-
-// With no result the release at the end still checks `string`: with both NULL its own
-// argument failure follows the first one while that is pending.
-TEST_F(Strings, ToKsStringWithoutResultStillReleases)
-{
-    Trace trace;
-    {
-        ExpectJniWarning pending(kExceptionPendingWarning, "the release's argument failure follows the first");
-        EXPECT_EQ(venStringToKsString(nullptr, env, trace.get(), nullptr), KS_FALSE);
-    }
-    EXPECT_EQ(trace.lines(), (Lines{"[venStringToKsString()] Exception: java.lang.IllegalArgumentException: "
-                                    "venStringToKsString: result != ((void *)0)",
-                                    "[venReleaseStringCritical()] Exception: java.lang.IllegalArgumentException: "
-                                    "venReleaseStringCritical: string != NULL"}));
-    ExpectPending(env, "java.lang.IllegalArgumentException", "venReleaseStringCritical: string != NULL");
+    EXPECT_EQ(std::vector<KS_BOOL>(answers, answers + 3), (std::vector<KS_BOOL>{KS_TRUE, KS_FALSE, KS_TRUE}));
+    EXPECT_EQ(venStringIsInstance(nullptr, fault.env(), nullptr, stringClass), KS_FALSE);
+    EXPECT_TRUE(obtained.obtained == 6 && obtained.outstanding.empty());
+    ExpectPending(env, "java.lang.IllegalArgumentException", "venIsInstanceOf: result != NULL");
 }
 
 } // namespace

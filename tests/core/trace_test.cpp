@@ -31,67 +31,62 @@ struct TraceCase {
     int describes; // ExceptionDescribe calls
 };
 
+void noToString(FaultEnv& fault)
+{
+    fault.raise<&JNINativeInterface_::GetMethodID>("java/lang/NoSuchMethodError", "toString");
+}
+void noText(FaultEnv& fault)
+{
+    fault.raiseOutOfMemory<&JNINativeInterface_::GetStringCritical>();
+}
+constexpr const char* kState = "java/lang/IllegalStateException";
+constexpr const char* kIo = "java/io/IOException";
+
+// clang-format off
+using TraceCall = KS_BOOL (*)(JNIEnv*, lgStream*, jthrowable, const char*);
+const TraceCall kCalls[] = {
+    venTraceErrorOrRuntimeException,
+    [](JNIEnv* e, lgStream* t, jthrowable x, const char* name) { return venTraceException(e, t, x, KS_FALSE, name); },
+    [](JNIEnv* e, lgStream* t, jthrowable x, const char* name) { return venTraceException(e, t, x, KS_TRUE, name); },
+    venThrow,
+    [](JNIEnv* e, lgStream* t, jthrowable, const char* name) { return venTraceErrorOrRuntimeExceptionOccurred(e, t, name); },
+    [](JNIEnv* e, lgStream* t, jthrowable, const char* name) { return venTraceExceptionOccurred(e, t, KS_FALSE, name); },
+};
+
 const TraceCase kCases[] = {
-    {traceUnchecked, "java/lang/IllegalStateException", u"boom", "caller", nullptr, nullptr, KS_TRUE,
-     {"[caller()] Exception: java.lang.IllegalStateException: boom"}, true, 0},
-    {traceUnchecked, "java/lang/OutOfMemoryError", u"boom", "caller", nullptr, nullptr, KS_TRUE,
-     {"[caller()] Exception: java.lang.OutOfMemoryError: boom"}, true, 0},
-    {traceUnchecked, "java/io/IOException", u"io", "caller", nullptr, nullptr, KS_TRUE, {}, false, 0},
+    {traceUnchecked, kState, u"boom", "caller", nullptr, nullptr, KS_TRUE, {"[caller()] Exception: java.lang.IllegalStateException: boom"}, true, 0},
+    {traceUnchecked, "java/lang/OutOfMemoryError", u"boom", "caller", nullptr, nullptr, KS_TRUE, {"[caller()] Exception: java.lang.OutOfMemoryError: boom"}, true, 0},
+    {traceUnchecked, kIo, u"io", "caller", nullptr, nullptr, KS_TRUE, {}, false, 0},
     // The name is asked for only when the throwable is described.
-    {traceUnchecked, "java/io/IOException", u"io", nullptr, nullptr, nullptr, KS_TRUE, {}, false, 0},
-    {traceAll, "java/io/IOException", u"io", "caller", nullptr, nullptr, KS_TRUE,
-     {"[caller()] Exception: java.io.IOException: io"}, false, 0},
-    {traceAllNotable, "java/io/IOException", u"io", "caller", nullptr, nullptr, KS_TRUE,
-     {"[caller()] Exception: java.io.IOException: io"}, true, 0},
-    {traceUnchecked, nullptr, u"", "caller", nullptr, nullptr, KS_FALSE,
-     {"[venTraceErrorOrRuntimeException()] throwable: NULL"}, true, 0},
-    {traceAll, nullptr, u"", "caller", nullptr, nullptr, KS_FALSE, {"[venTraceException()] throwable: NULL"},
-     true, 0},
-    {traceAll, "java/lang/IllegalStateException", u"x", nullptr, nullptr, nullptr, KS_FALSE,
-     {"[venTraceException()] methodName: NULL"}, true, 0},
-    {traceUnchecked, "java/lang/IllegalStateException", u"x", nullptr, nullptr, nullptr, KS_FALSE,
-     {"[venTraceException()] methodName: NULL"}, true, 0},
+    {traceUnchecked, kIo, u"io", nullptr, nullptr, nullptr, KS_TRUE, {}, false, 0},
+    {traceAll, kIo, u"io", "caller", nullptr, nullptr, KS_TRUE, {"[caller()] Exception: java.io.IOException: io"}, false, 0},
+    {traceAllNotable, kIo, u"io", "caller", nullptr, nullptr, KS_TRUE, {"[caller()] Exception: java.io.IOException: io"}, true, 0},
+    {traceUnchecked, nullptr, u"", "caller", nullptr, nullptr, KS_FALSE, {"[venTraceErrorOrRuntimeException()] throwable: NULL"}, true, 0},
+    {traceAll, nullptr, u"", "caller", nullptr, nullptr, KS_FALSE, {"[venTraceException()] throwable: NULL"}, true, 0},
+    {traceAll, kState, u"x", nullptr, nullptr, nullptr, KS_FALSE, {"[venTraceException()] methodName: NULL"}, true, 0},
+    {traceUnchecked, kState, u"x", nullptr, nullptr, nullptr, KS_FALSE, {"[venTraceException()] methodName: NULL"}, true, 0},
     // Nothing pending, nothing traced.
     {occurredUnchecked, nullptr, u"", "caller", nullptr, nullptr, KS_TRUE, {}, false, 0},
     {occurredAll, nullptr, u"", "caller", nullptr, nullptr, KS_TRUE, {}, false, 0},
-    {occurredUnchecked, "java/lang/IllegalStateException", u"boom", "other", nullptr, nullptr, KS_TRUE,
-     {"[other()] Exception: java.lang.IllegalStateException: boom"}, true, 0},
-    {occurredAll, "java/io/IOException", u"io", "third", nullptr, nullptr, KS_TRUE,
-     {"[third()] Exception: java.io.IOException: io"}, false, 0},
+    {occurredUnchecked, kState, u"boom", "other", nullptr, nullptr, KS_TRUE, {"[other()] Exception: java.lang.IllegalStateException: boom"}, true, 0},
+    {occurredAll, kIo, u"io", "third", nullptr, nullptr, KS_TRUE, {"[third()] Exception: java.io.IOException: io"}, false, 0},
     // Supplementary characters whole; ill-formed text is reported without notable.
-    {traceAllNotable, "java/lang/IllegalStateException", u"smile \U0001F600 end", "caller", nullptr, nullptr,
-     KS_TRUE, {"[caller()] Exception: java.lang.IllegalStateException: smile \xF0\x9F\x98\x80 end"}, true, 0},
-    {traceAll, "java/lang/IllegalStateException", u"a\xD800z", "caller", nullptr, nullptr, KS_TRUE,
-     {"[venTraceException()]: ven___JCharsToChars() : KS_FALSE", "[caller()] Exception: Unknown Exception"},
-     false, 0},
+    {traceAllNotable, kState, u"smile \U0001F600 end", "caller", nullptr, nullptr, KS_TRUE, {"[caller()] Exception: java.lang.IllegalStateException: smile \xF0\x9F\x98\x80 end"}, true, 0},
+    {traceAll, kState, u"a\xD800z", "caller", nullptr, nullptr, KS_TRUE, {"[venTraceException()]: ven___JCharsToChars() : KS_FALSE", "[caller()] Exception: Unknown Exception"}, false, 0},
     // No toString() text: the step's line, the JVM's description, and the unknown text.
-    {occurredUnchecked, "fixtures/ToStringThrows", u"", "caller", nullptr, nullptr, KS_TRUE,
-     {"[venTraceException()]: ven___CallObjectMethod() : Exception", "[caller()] Exception: Unknown Exception"},
-     true, 1},
-    {traceAll, "fixtures/ToStringNull", u"", "caller", nullptr, nullptr, KS_TRUE,
-     {"[venTraceException()]: ven___CallObjectMethod() : NULL", "[caller()] Exception: Unknown Exception"}, true,
-     0},
-    {occurredAll, "java/lang/IllegalStateException", u"x", "caller", nullptr,
-     [](FaultEnv& f) { f.raise<&JNINativeInterface_::GetMethodID>("java/lang/NoSuchMethodError", "toString"); },
-     KS_TRUE,
-     {"[venTraceException()]: ven___GetMethodID() : Exception", "[caller()] Exception: Unknown Exception"}, true,
-     1},
-    {occurredAll, "java/lang/IllegalStateException", u"x", "caller", nullptr,
-     [](FaultEnv& f) { f.raiseOutOfMemory<&JNINativeInterface_::GetStringCritical>(); }, KS_TRUE,
-     {"[venTraceException()]: ven___GetStringCritical() : NULL", "[caller()] Exception: Unknown Exception"}, true,
-     1},
+    {occurredUnchecked, "fixtures/ToStringThrows", u"", "caller", nullptr, nullptr, KS_TRUE, {"[venTraceException()]: ven___CallObjectMethod() : Exception", "[caller()] Exception: Unknown Exception"}, true, 1},
+    {traceAll, "fixtures/ToStringNull", u"", "caller", nullptr, nullptr, KS_TRUE, {"[venTraceException()]: ven___CallObjectMethod() : NULL", "[caller()] Exception: Unknown Exception"}, true, 0},
+    {occurredAll, kState, u"x", "caller", nullptr, noToString, KS_TRUE, {"[venTraceException()]: ven___GetMethodID() : Exception", "[caller()] Exception: Unknown Exception"}, true, 1},
+    {occurredAll, kState, u"x", "caller", nullptr, noText, KS_TRUE, {"[venTraceException()]: ven___GetStringCritical() : NULL", "[caller()] Exception: Unknown Exception"}, true, 1},
     // venThrow traces an unchecked throwable under the caller's name.
-    {thrown, "java/lang/IllegalStateException", u"t", "caller", nullptr, nullptr, KS_TRUE,
-     {"[caller()] Exception: java.lang.IllegalStateException: t"}, true, 0},
-    {thrown, "java/io/IOException", u"t", "caller", nullptr, nullptr, KS_TRUE, {}, false, 0},
-    {thrown, "java/lang/IllegalStateException", u"t", nullptr, nullptr, nullptr, KS_TRUE,
-     {"[venTraceException()] methodName: NULL"}, true, 0},
+    {thrown, kState, u"t", "caller", nullptr, nullptr, KS_TRUE, {"[caller()] Exception: java.lang.IllegalStateException: t"}, true, 0},
+    {thrown, kIo, u"t", "caller", nullptr, nullptr, KS_TRUE, {}, false, 0},
+    {thrown, kState, u"t", nullptr, nullptr, nullptr, KS_TRUE, {"[venTraceException()] methodName: NULL"}, true, 0},
     // The unchecked test cannot find its classes: its line, and the lookup's exception pending.
-    {traceUnchecked, "java/lang/IllegalStateException", u"x", "caller", "java/lang/RuntimeException", nullptr,
-     KS_FALSE, {"[venTraceErrorOrRuntimeException()] runtimeExceptionClass: NULL"}, true, 0},
-    {traceUnchecked, "java/io/IOException", u"x", "caller", "java/lang/Error", nullptr, KS_FALSE,
-     {"[venTraceErrorOrRuntimeException()] errorClass: NULL"}, true, 0},
+    {traceUnchecked, kState, u"x", "caller", "java/lang/RuntimeException", nullptr, KS_FALSE, {"[venTraceErrorOrRuntimeException()] runtimeExceptionClass: NULL"}, true, 0},
+    {traceUnchecked, kIo, u"x", "caller", "java/lang/Error", nullptr, KS_FALSE, {"[venTraceErrorOrRuntimeException()] errorClass: NULL"}, true, 0},
 };
+// clang-format on
 
 class ExceptionTrace : public JvmTest
 {
@@ -113,7 +108,8 @@ TEST_F(ExceptionTrace, Cases)
 {
     for (const TraceCase& row : kCases) {
         for (bool withStream : {true, false}) {
-            SCOPED_TRACE(testing::Message() << "row " << (&row - kCases) << (withStream ? "" : " without stream"));
+            SCOPED_TRACE(testing::Message()
+                         << "row " << (&row - kCases) << (withStream ? "" : " without stream"));
             TestFrame rowFrame(env);
             FaultEnv fault(env);
             ObtainedRefs obtained(fault, row.failingClass ? row.failingClass : "");
@@ -123,20 +119,13 @@ TEST_F(ExceptionTrace, Cases)
             Trace trace;
             lgStream* stream = withStream ? trace.get() : nullptr;
             jthrowable throwable = row.throwableClass ? make(row.throwableClass, row.message) : nullptr;
-            jthrowable pending = row.form >= occurredUnchecked ? throwable : makeThrowable(env, "java/io/IOException", "earlier");
+            jthrowable pending = row.form >= occurredUnchecked
+                                     ? throwable
+                                     : makeThrowable(env, "java/io/IOException", "earlier");
             if (pending != nullptr) {
                 env->Throw(pending);
             }
-            JNIEnv* e = fault.env();
-            KS_BOOL result = KS_FALSE;
-            switch (row.form) {
-            case traceUnchecked: result = venTraceErrorOrRuntimeException(e, stream, throwable, row.methodName); break;
-            case traceAll: result = venTraceException(e, stream, throwable, KS_FALSE, row.methodName); break;
-            case traceAllNotable: result = venTraceException(e, stream, throwable, KS_TRUE, row.methodName); break;
-            case occurredUnchecked: result = venTraceErrorOrRuntimeExceptionOccurred(e, stream, row.methodName); break;
-            case occurredAll: result = venTraceExceptionOccurred(e, stream, KS_FALSE, row.methodName); break;
-            case thrown: result = venThrow(e, stream, throwable, row.methodName); break;
-            }
+            const KS_BOOL result = kCalls[row.form](fault.env(), stream, throwable, row.methodName);
             EXPECT_EQ(result, row.result);
             if (withStream) {
                 EXPECT_EQ(trace.lines(), row.lines);
@@ -146,7 +135,7 @@ TEST_F(ExceptionTrace, Cases)
             if (!withStream && (row.form == traceAll || row.form == traceAllNotable)) {
                 EXPECT_TRUE(fault.trail().empty());
             }
-            EXPECT_EQ(obtained.outstanding(), 0);
+            EXPECT_TRUE(obtained.outstanding.empty());
             if (row.inject == nullptr) {
                 EXPECT_EQ(fault.calls<&JNINativeInterface_::GetStringCritical>(),
                           fault.calls<&JNINativeInterface_::ReleaseStringCritical>());
@@ -156,7 +145,8 @@ TEST_F(ExceptionTrace, Cases)
             } else if (pending != nullptr) {
                 jthrowable after = env->ExceptionOccurred();
                 env->ExceptionClear();
-                EXPECT_TRUE(after != nullptr && env->IsSameObject(after, row.form == thrown ? throwable : pending));
+                EXPECT_TRUE(after != nullptr &&
+                            env->IsSameObject(after, row.form == thrown ? throwable : pending));
             }
         }
     }

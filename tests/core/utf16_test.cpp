@@ -1,8 +1,8 @@
 // The UTF-16 routines of the String unit and the integration layer's range checks: no JVM
 // needed, only the rules at their edges, the fatal checks and a generated property.
-#include <array>
 #include <optional>
 #include <random>
+#include <string>
 #include <vector>
 
 #include "support/ven_test.hpp"
@@ -12,13 +12,19 @@ namespace
 {
 
 constexpr const char* kStringPath = "source/ven/java/lang/ven_string";
-using Units = std::vector<jchar>;
+using Units = std::u16string;
 using CodePoints = std::vector<KS_CHAR>;
 jchar gUnit = 0x41;
 KS_CHAR gCodePoint = 0x41;
 KS_CHAR* gChars;
 jchar* gUnits;
 KS_INT gLength;
+const CodePoints gBeyond = [] {
+    CodePoints codePoints(40, 0x41);
+    codePoints[33] = 0xA10000;
+    codePoints[39] = 0xFFFFFFFF;
+    return codePoints;
+}();
 
 // The decoding rule written as plainly as possible; nullopt for ill-formed input.
 std::optional<CodePoints> referenceDecode(const Units& units)
@@ -69,6 +75,8 @@ Units encode(const CodePoints& codePoints)
 
 // Pairs at the range ends, lone low surrogates kept, every broken pair refused; in the
 // other direction surrogate values kept, and beyond Unicode two units while the leading fits.
+// An empty input: decoding allocates one block for no elements (a string can take it over);
+// encoding delivers NULL and 0 and allocates nothing, whatever the source.
 TEST(Utf16, Edges)
 {
     // clang-format off
@@ -90,12 +98,6 @@ TEST(Utf16, Edges)
     for (const auto& row : encodeRows) {
         EXPECT_EQ(encode(row.codePoints), row.encoded) << testing::PrintToString(row.codePoints);
     }
-}
-
-// Decoding allocates one block for no elements (a string can take it over); encoding
-// delivers NULL and 0 and allocates nothing, whatever the source.
-TEST(Utf16, EmptyInputs)
-{
     const KS_INT allocations = ksMemAllocCount();
     gLength = -1;
     ASSERT_EQ(ven___JCharsToChars(&gChars, &gLength, &gUnit, 0), KS_TRUE);
@@ -125,70 +127,61 @@ TEST(Utf16, FatalChecks)
         {[] { ven___CharsToJChars(&gUnits, nullptr, &gCodePoint, 1); }, 150, "resultLength"},
         {[] { ven___CharsToJChars(&gUnits, &gLength, nullptr, 1); }, 151, "srcChars || srcLength == 0"},
         {[] { ven___CharsToJChars(&gUnits, &gLength, nullptr, -1); }, 151, "srcChars || srcLength == 0"},
-        {[] { ven___CharsToJChars(&gUnits, &gLength, &gCodePoint, -1); }, 152, "srcLength >= 0"}};
+        {[] { ven___CharsToJChars(&gUnits, &gLength, &gCodePoint, -1); }, 152, "srcLength >= 0"},
+        // A leading unit beyond 16 bits, alone and after a vector block.
+        {[] { ven___CharsToJChars(&gUnits, &gLength, &gBeyond[39], 1); }, 174, "VEN_KS_CHAR_TO_JCHAR_CONV_OK( hi )"},
+        {[] { ven___CharsToJChars(&gUnits, &gLength, gBeyond.data(), 40); }, 174, "VEN_KS_CHAR_TO_JCHAR_CONV_OK( hi )"}};
+
     // clang-format on
     for (const auto& row : rows) {
         EXPECT_VEN_ABORT(row.call(), kStringPath, row.line, row.condition);
     }
-    // A leading unit beyond 16 bits, at the start, inside and after a vector block.
-    for (std::size_t position : {0u, 5u, 16u, 33u}) {
-        for (KS_CHAR value : {0xA10000u, 0xFFFFFFFFu}) {
-            CodePoints codePoints(40, 0x41);
-            codePoints[position] = value;
-            EXPECT_VEN_ABORT(ven___CharsToJChars(&gUnits, &gLength, codePoints.data(), 40), kStringPath, 174,
-                             "VEN_KS_CHAR_TO_JCHAR_CONV_OK( hi )");
-        }
-    }
 }
 
-// Generated texts of every length up to 70 (across the vector block edges), with a pair and
-// then a broken pair at every position: decoding agrees with the reference, and what
-// decodes encodes back to the same units.
-TEST(Utf16, GeneratedTextsAgreeWithTheReference)
+// Generated texts of every length up to 70 (across the vector block edges) with pairs,
+// lone surrogates of both kinds and plain units: decoding agrees with the reference, and
+// what decodes encodes back to the same units, also on the way Java -> ksString -> Java.
+using Utf16Java = ven::test::JvmTest;
+TEST_F(Utf16Java, GeneratedTextsAgreeWithTheReference)
 {
     std::mt19937 random(20261123);
     auto pick = [&](unsigned low, unsigned high) {
-        return static_cast<jchar>(std::uniform_int_distribution<unsigned>(low, high)(random));
+        return static_cast<char16_t>(std::uniform_int_distribution<unsigned>(low, high)(random));
     };
-    int decoded = 0;
     int refused = 0;
-    for (std::size_t length = 1; length <= 70; ++length) {
-        for (std::size_t position = 0; position < length; ++position) {
-            const unsigned pairPercent = std::array{0u, 10u, 50u}[position % 3];
+    for (std::size_t length = 0; length <= 70; ++length) {
+        for (unsigned repeat = 0; repeat < 40; ++repeat) {
+            const unsigned pairPercent = repeat % 4 * 15;
+            const unsigned lonePercent = repeat % 8 < 4 ? 0 : 2;
             Units units;
             while (units.size() < length) {
                 const unsigned roll = pick(0, 99);
+                const char16_t plain = pick(0, 0xF7FF);
                 if (roll < pairPercent) {
                     units.insert(units.end(), {pick(0xD800, 0xDBFF), pick(0xDC00, 0xDFFF)});
-                } else if (roll < pairPercent + 5) {
-                    units.push_back(pick(0xDC00, 0xDFFF)); // a lone low surrogate
                 } else {
-                    const jchar bmp = pick(0, 0xF7FF);
-                    units.push_back(bmp < 0xD800 ? bmp : bmp + 0x800);
+                    units.push_back(roll < pairPercent + lonePercent ? pick(0xD800, 0xDFFF)
+                                    : plain < 0xD800                 ? plain
+                                                                     : plain + 0x800);
                 }
             }
-            units.resize(length);
-            for (const Units& pair : {Units{0xD83D, 0xDE00}, Units{0xD800, 0x41}}) {
-                std::copy_n(pair.begin(), std::min<std::size_t>(2, length - position),
-                            units.begin() + static_cast<std::ptrdiff_t>(position));
-                SCOPED_TRACE(testing::PrintToString(units));
-                const std::optional<CodePoints> expected = referenceDecode(units);
-                ASSERT_EQ(decode(units), expected);
-                if (expected) {
-                    ASSERT_EQ(encode(*expected), units);
-                }
-                ++(expected ? decoded : refused);
+            SCOPED_TRACE(testing::PrintToString(units));
+            const std::optional<CodePoints> expected = referenceDecode(units);
+            ASSERT_EQ(decode(units), expected);
+            if (!expected) {
+                ++refused;
+                continue;
             }
+            ASSERT_EQ(encode(*expected), units);
+            ven::test::TestFrame frame(env);
+            ven::test::KsRef<ksString> text;
+            jstring back = nullptr;
+            ASSERT_EQ(venStringToKsString(text.out(), env, nullptr, ven::test::jstr(env, units)), KS_TRUE);
+            ASSERT_EQ(venStringFromKsString(&back, env, nullptr, text), KS_TRUE);
+            ASSERT_EQ(ven::test::units(env, back), units);
         }
     }
-    EXPECT_TRUE(decoded > 1800 && refused > 3000) << decoded << " decoded, " << refused << " refused";
-    // A long BMP text takes the widening path all the way.
-    Units large(1000003);
-    for (jchar& unit : large) {
-        unit = pick(0xE000, 0xFFFF);
-    }
-    const std::optional<CodePoints> wide = decode(large);
-    ASSERT_TRUE(wide && std::equal(large.begin(), large.end(), wide->begin(), wide->end()));
+    EXPECT_GT(refused, 300);
 }
 
 // The four range checks at their bounds.
