@@ -21,7 +21,6 @@ JNINativeMethod gMethod = {const_cast<char*>("nothing"), const_cast<char*>("()V"
 // out-parameters, so a failure must leave the whole of it as it was.
 struct Args {
     bool operator==(const Args&) const = default;
-
     jclass clazz;
     jstring string;
     jobject object;
@@ -186,18 +185,16 @@ TEST_F(Convention, OutParameters)
     jstring text = jstr(env, "x");
     const jchar unit = 'a';
     using Call = std::function<KS_BOOL(JNIEnv*, lgStream*, jobject*)>;
-    const char* oom = "java.lang.OutOfMemoryError";
-    const char* injected = "injected by FaultEnv";
     // clang-format off
     const struct { const char* name; Call call; void (*inject)(FaultEnv&); const char* exception; const char* message; void (*destroy)(JNIEnv*, jobject); } rows[] = {
         {"venFindClass", [](JNIEnv* e, lgStream* t, jobject* r) { return venFindClass((jclass*)r, e, t, "java/lang/Object"); }, missingClass, "java.lang.NoClassDefFoundError", "no/such/Class", nullptr},
-        {"venAllocObject", [=](JNIEnv* e, lgStream* t, jobject* r) { return venAllocObject(r, e, t, objectClass); }, outOfMemory<&JNINativeInterface_::AllocObject>, oom, injected, nullptr},
-        {"venNewObject", [=](JNIEnv* e, lgStream* t, jobject* r) { return venNewObject(r, e, t, objectClass, constructor); }, outOfMemory<&JNINativeInterface_::NewObjectV>, oom, injected, nullptr},
+        {"venAllocObject", [=](JNIEnv* e, lgStream* t, jobject* r) { return venAllocObject(r, e, t, objectClass); }, outOfMemory<&JNINativeInterface_::AllocObject>, "java.lang.OutOfMemoryError", "injected by FaultEnv", nullptr},
+        {"venNewObject", [=](JNIEnv* e, lgStream* t, jobject* r) { return venNewObject(r, e, t, objectClass, constructor); }, outOfMemory<&JNINativeInterface_::NewObjectV>, "java.lang.OutOfMemoryError", "injected by FaultEnv", nullptr},
         {"venGetObjectClass", [=](JNIEnv* e, lgStream* t, jobject* r) { return venGetObjectClass((jclass*)r, e, t, text); }, nullptr, nullptr, nullptr, nullptr}, // the wrapper lets no failure through
-        {"venNewString", [&](JNIEnv* e, lgStream* t, jobject* r) { return venNewString((jstring*)r, e, t, &unit, 1); }, outOfMemory<&JNINativeInterface_::NewString>, oom, injected, nullptr},
-        {"venNewStringUTF", [](JNIEnv* e, lgStream* t, jobject* r) { return venNewStringUTF((jstring*)r, e, t, "a"); }, outOfMemory<&JNINativeInterface_::NewStringUTF>, oom, injected, nullptr},
-        {"venNewGlobalRef", [=](JNIEnv* e, lgStream* t, jobject* r) { return venNewGlobalRef(r, e, t, text); }, outOfMemory<&JNINativeInterface_::NewGlobalRef>, oom, injected, venDeleteGlobalRef},
-        {"venNewWeakGlobalRef", [=](JNIEnv* e, lgStream* t, jobject* r) { return venNewWeakGlobalRef(r, e, t, text); }, outOfMemory<&JNINativeInterface_::NewWeakGlobalRef>, oom, injected, venDeleteWeakGlobalRef},
+        {"venNewString", [&](JNIEnv* e, lgStream* t, jobject* r) { return venNewString((jstring*)r, e, t, &unit, 1); }, outOfMemory<&JNINativeInterface_::NewString>, "java.lang.OutOfMemoryError", "injected by FaultEnv", nullptr},
+        {"venNewStringUTF", [](JNIEnv* e, lgStream* t, jobject* r) { return venNewStringUTF((jstring*)r, e, t, "a"); }, outOfMemory<&JNINativeInterface_::NewStringUTF>, "java.lang.OutOfMemoryError", "injected by FaultEnv", nullptr},
+        {"venNewGlobalRef", [=](JNIEnv* e, lgStream* t, jobject* r) { return venNewGlobalRef(r, e, t, text); }, outOfMemory<&JNINativeInterface_::NewGlobalRef>, "java.lang.OutOfMemoryError", "injected by FaultEnv", venDeleteGlobalRef},
+        {"venNewWeakGlobalRef", [=](JNIEnv* e, lgStream* t, jobject* r) { return venNewWeakGlobalRef(r, e, t, text); }, outOfMemory<&JNINativeInterface_::NewWeakGlobalRef>, "java.lang.OutOfMemoryError", "injected by FaultEnv", venDeleteWeakGlobalRef},
     };
     // clang-format on
     for (const auto& row : rows) {

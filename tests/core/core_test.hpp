@@ -13,10 +13,9 @@ namespace ven::core_test
 using namespace ven::test;
 using Lines = std::vector<std::string>;
 
-// The references taken from FindClass, GetObjectClass and CallObjectMethodV, each of which
-// must be deleted again. The ledger cannot tell this: the guarded wrappers keep, by rule,
-// the references they take of a pending exception. With a `failingClass`, FindClass of that
-// name raises NoClassDefFoundError instead.
+// The references taken from FindClass, GetObjectClass and CallObjectMethodV (which the
+// ledger cannot tell apart from those the guarded wrappers keep of a pending exception, by
+// rule). With a `failingClass`, FindClass of that name raises NoClassDefFoundError instead.
 struct ObtainedRefs {
     explicit ObtainedRefs(FaultEnv& fault, std::string failingClass = {})
     {

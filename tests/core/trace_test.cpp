@@ -88,28 +88,23 @@ const TraceCase kCases[] = {
 };
 // clang-format on
 
-class ExceptionTrace : public JvmTest
+using ExceptionTrace = JvmTest;
+
+// Each row with a stream, then without one: only the lines (and the descriptions that go
+// with them) differ; venTraceException without a stream makes no JNI call at all.
+TEST_F(ExceptionTrace, Cases)
 {
-  protected:
-    jthrowable make(const char* className, std::u16string_view message)
-    {
+    auto make = [this](const char* className, std::u16string_view message) {
         jclass clazz = findClass(env, className);
         if (std::string_view(className).starts_with("fixtures/")) {
             return static_cast<jthrowable>(env->NewObject(clazz, env->GetMethodID(clazz, "<init>", "()V")));
         }
         jmethodID init = env->GetMethodID(clazz, "<init>", "(Ljava/lang/String;)V");
         return static_cast<jthrowable>(env->NewObject(clazz, init, jstr(env, message)));
-    }
-};
-
-// Each row with a stream, then without one: only the lines (and the descriptions that go
-// with them) differ; venTraceException without a stream makes no JNI call at all.
-TEST_F(ExceptionTrace, Cases)
-{
+    };
     for (const TraceCase& row : kCases) {
         for (bool withStream : {true, false}) {
-            SCOPED_TRACE(testing::Message()
-                         << "row " << (&row - kCases) << (withStream ? "" : " without stream"));
+            SCOPED_TRACE("row " + std::to_string(&row - kCases) + (withStream ? "" : ", no stream"));
             TestFrame rowFrame(env);
             FaultEnv fault(env);
             ObtainedRefs obtained(fault, row.failingClass ? row.failingClass : "");

@@ -1,6 +1,9 @@
-// Java strings through the integration layer and the String unit: creation, lengths,
-// pinning, release, regions, and the conversions between jstring and ksString.
+// Java strings through the integration layer; the String unit and the six throwable units:
+// lookups, instance tests, conversions and every throw form.
 #include <cstring>
+#include <functional>
+#include <string>
+#include <vector>
 
 #include <gmock/gmock.h>
 
@@ -12,6 +15,7 @@ namespace
 using namespace ven::core_test;
 
 using Strings = JvmTest;
+using Throwables = JvmTest;
 
 // Creation and lengths; the largest length passes the range check and reaches the JVM.
 TEST_F(Strings, CreationAndLengths)
@@ -20,12 +24,10 @@ TEST_F(Strings, CreationAndLengths)
     const jchar units[] = {0xE9, 0xD83D, 0xDE00};
     ASSERT_EQ(venNewString(&result, env, nullptr, units, 3), KS_TRUE);
     EXPECT_EQ(ven::test::units(env, result), u"\u00E9\U0001F600");
-    KS_INT length = 0x7FFFFFFF00000000LL;
-    EXPECT_EQ(venGetStringLength(&length, env, nullptr, result), KS_TRUE);
-    EXPECT_EQ(length, 3);
-    length = 0x7FFFFFFF00000000LL;
-    EXPECT_EQ(venGetStringUTFLength(&length, env, nullptr, result), KS_TRUE);
-    EXPECT_EQ(length, 8); // modified UTF-8: 2 + 3 + 3
+    KS_INT lengths[2] = {0x7FFFFFFF00000000LL, 0x7FFFFFFF00000000LL}; // every bit of both is stored
+    EXPECT_TRUE(venGetStringLength(&lengths[0], env, nullptr, result) &&
+                venGetStringUTFLength(&lengths[1], env, nullptr, result));
+    EXPECT_EQ(std::vector<KS_INT>(lengths, lengths + 2), (std::vector<KS_INT>{3, 8})); // UTF-8: 2 + 3 + 3
     ASSERT_EQ(venNewString(&result, env, nullptr, nullptr, 0), KS_TRUE);
     EXPECT_EQ(ven::test::units(env, result), u"");
     ASSERT_EQ(venNewStringUTF(&result, env, nullptr, "utf \xC3\xA9"), KS_TRUE);
@@ -187,6 +189,108 @@ TEST_F(Strings, ClassAndInstanceTest)
     EXPECT_EQ(venStringIsInstance(nullptr, fault.env(), nullptr, stringClass), KS_FALSE);
     EXPECT_TRUE(obtained.obtained == 6 && obtained.outstanding.empty());
     ExpectPending(env, "java.lang.IllegalArgumentException", "venIsInstanceOf: result != NULL");
+}
+
+struct ThrowableUnit {
+    const char* className;
+    const char* javaName;
+    bool unchecked;
+    KS_BOOL (*getClass)(jclass*, JNIEnv*, lgStream*);
+    KS_BOOL (*isInstance)(KS_BOOL*, JNIEnv*, lgStream*, jobject);
+    KS_BOOL (*throwCstr)(JNIEnv*, lgStream*, const char* methodName, const char* message);
+    KS_BOOL (*throwKsString)(JNIEnv*, lgStream*, const char*, ksString*);
+    KS_BOOL (*throwFormat)(JNIEnv*, lgStream*, const char*, const char*, KS_INT, ...);
+};
+
+// clang-format off
+#define THROWABLE_UNIT(unit, className, javaName, unchecked)                                                  \
+    ThrowableUnit{className, javaName, unchecked, ven##unit##GetClass, ven##unit##IsInstance,                 \
+                  ven##unit##ThrowUseMessageCstr, ven##unit##ThrowUseMessage, ven##unit##ThrowUseMessageFormatCstr}
+// Error and RuntimeException take (message, methodName) and have no other throw forms.
+#define SMALL_THROWABLE_UNIT(unit, className, javaName)                                                       \
+    ThrowableUnit{className, javaName, true, ven##unit##GetClass, ven##unit##IsInstance,                      \
+                  [](JNIEnv* e, lgStream* t, const char* name, const char* message) {                         \
+                      return ven##unit##ThrowUseMessage(e, t, message, name); }, nullptr, nullptr}
+
+const ThrowableUnit kUnits[] = {
+    THROWABLE_UNIT(IOException, "java/io/IOException", "java.io.IOException", false),
+    THROWABLE_UNIT(AssertionError, "java/lang/AssertionError", "java.lang.AssertionError", true),
+    SMALL_THROWABLE_UNIT(Error, "java/lang/Error", "java.lang.Error"),
+    THROWABLE_UNIT(IllegalArgumentException, "java/lang/IllegalArgumentException", "java.lang.IllegalArgumentException", true),
+    THROWABLE_UNIT(IllegalStateException, "java/lang/IllegalStateException", "java.lang.IllegalStateException", true),
+    SMALL_THROWABLE_UNIT(RuntimeException, "java/lang/RuntimeException", "java.lang.RuntimeException"),
+};
+// clang-format on
+
+// The lookup gives the class; the instance test knows instances, subclasses and strangers.
+TEST_F(Throwables, LookupAndInstanceTest)
+{
+    jobject stranger = jstr(env, "not a throwable");
+    for (const ThrowableUnit& unit : kUnits) {
+        SCOPED_TRACE(unit.javaName);
+        jclass clazz = nullptr;
+        KS_BOOL own = KS_FALSE;
+        KS_BOOL other = KS_TRUE;
+        ASSERT_EQ(unit.getClass(&clazz, env, nullptr), KS_TRUE);
+        EXPECT_TRUE(env->IsSameObject(clazz, findClass(env, unit.className)));
+        EXPECT_TRUE(unit.isInstance(&own, env, nullptr, makeThrowable(env, unit.className, "m")) && own);
+        EXPECT_TRUE(unit.isInstance(&other, env, nullptr, stranger) && other == KS_FALSE);
+    }
+    KS_BOOL answer = KS_FALSE;
+    jobject subclass = makeThrowable(env, "java/lang/IllegalStateException", "s");
+    EXPECT_TRUE(venRuntimeExceptionIsInstance(&answer, env, nullptr, subclass) && answer == KS_TRUE);
+    jobject error = makeThrowable(env, "java/lang/Error", "e");
+    EXPECT_TRUE(venRuntimeExceptionIsInstance(&answer, env, nullptr, error) && answer == KS_FALSE);
+}
+
+// Every form throws "F: <message>", traced only when unchecked; the caller's ksString is
+// neither taken nor released, the formatted one is released (the frame counts ks objects).
+// A class that cannot be found leaves the lookup's exception and nothing of the unit's own.
+TEST_F(Throwables, EveryThrowForm)
+{
+    for (const ThrowableUnit& unit : kUnits) {
+        SCOPED_TRACE(unit.javaName);
+        KsRef<ksString> msg(ksStringCreateFromCstr("M \xE2\x82\xAC", -1));
+        // clang-format off
+        std::vector<std::pair<std::function<KS_BOOL(JNIEnv*, lgStream*)>, const char*>> forms = {
+            {[&](JNIEnv* e, lgStream* t) { return unit.throwCstr(e, t, "F", "M"); }, "F: M"},
+            {[&](JNIEnv* e, lgStream* t) { KS_BOOL answer; return unit.isInstance(&answer, e, t, nullptr); }, nullptr}};
+        if (unit.throwKsString != nullptr) {
+            forms.emplace_back([&](JNIEnv* e, lgStream* t) { return unit.throwKsString(e, t, "F", msg); }, "F: M \xE2\x82\xAC");
+            forms.emplace_back([&](JNIEnv* e, lgStream* t) { return unit.throwFormat(e, t, "F", "value %i", -1, KS_INT{42}); }, "F: value 42");
+        }
+        // clang-format on
+        for (const auto& [call, message] : forms) {
+            for (bool found : {true, false}) {
+                SCOPED_TRACE(message ? message : "instance test");
+                TestFrame rowFrame(env);
+                FaultEnv fault(env);
+                ObtainedRefs obtained(fault, found ? "" : unit.className);
+                Trace trace;
+                EXPECT_EQ(call(fault.env(), trace.get()), found ? KS_TRUE : KS_FALSE);
+                EXPECT_TRUE(obtained.outstanding.empty());
+                EXPECT_EQ(ksObjRefCount(msg.get()), 1);
+                if (!found) {
+                    ExpectPending(env, "java.lang.NoClassDefFoundError", unit.className);
+                } else if (message != nullptr) {
+                    const std::string line = std::string("[F()] Exception: ") + unit.javaName + ": ";
+                    EXPECT_EQ(trace.lines(), unit.unchecked ? Lines{line + message} : Lines{});
+                    EXPECT_EQ(trace.notable(), unit.unchecked);
+                    ExpectPending(env, unit.javaName, message);
+                }
+            }
+        }
+    }
+}
+
+// Without a name the message is thrown alone, and the trace reports the missing name.
+TEST_F(Throwables, ThrowNewWithoutName)
+{
+    Trace trace;
+    jclass clazz = findClass(env, "java/lang/IllegalStateException");
+    EXPECT_EQ(venThrowNew(env, trace.get(), clazz, "bare", nullptr), KS_TRUE);
+    EXPECT_EQ(trace.lines(), Lines{"[venTraceException()] methodName: NULL"});
+    ExpectPending(env, "java.lang.IllegalStateException", "bare");
 }
 
 } // namespace
