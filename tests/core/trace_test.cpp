@@ -114,14 +114,12 @@ TEST_F(ExceptionTrace, Cases)
             Trace trace;
             lgStream* stream = withStream ? trace.get() : nullptr;
             jthrowable throwable = row.throwableClass ? make(row.throwableClass, row.message) : nullptr;
-            jthrowable pending = row.form >= occurredUnchecked
-                                     ? throwable
-                                     : makeThrowable(env, "java/io/IOException", "earlier");
+            jthrowable pending =
+                row.form >= occurredUnchecked ? throwable : makeThrowable(env, kIo, "earlier");
             if (pending != nullptr) {
                 env->Throw(pending);
             }
-            const KS_BOOL result = kCalls[row.form](fault.env(), stream, throwable, row.methodName);
-            EXPECT_EQ(result, row.result);
+            EXPECT_EQ(kCalls[row.form](fault.env(), stream, throwable, row.methodName), row.result);
             if (withStream) {
                 EXPECT_EQ(trace.lines(), row.lines);
                 EXPECT_EQ(trace.notable(), row.notable);
