@@ -1,9 +1,9 @@
-// The UTF-16 routines of the String unit: the decoding and encoding rules at their edges,
-// their fatal checks, and a round-trip property over generated texts compared with a
-// plain reference decoder (lengths around the block sizes, surrogates at block edges).
+// The UTF-16 routines of the String unit and the integration layer's range checks: the rules
+// at their edges, the fatal checks, and a generated property (with a round trip via Java).
 #include <optional>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "support/ven_test.hpp"
@@ -13,66 +13,47 @@ namespace
 {
 
 constexpr const char* kStringPath = "source/ven/java/lang/ven_string";
-
-using Units = std::vector<jchar>;
+using Units = std::u16string;
 using CodePoints = std::vector<KS_CHAR>;
+jchar gUnit = 0x41;
+KS_CHAR gCodePoint = 0x41;
+KS_CHAR* gChars;
+jchar* gUnits;
+KS_INT gLength;
+// clang-format off
+const CodePoints gBeyond = [] { CodePoints c(40, 0x41); c[33] = 0xA10000; c[39] = 0xFFFFFFFF; return c; }();
+// clang-format on
 
 // The decoding rule written as plainly as possible; nullopt for ill-formed input.
 std::optional<CodePoints> referenceDecode(const Units& units)
 {
     CodePoints out;
     for (std::size_t i = 0; i < units.size(); ++i) {
-        const jchar unit = units[i];
-        if (unit >= 0xD800 && unit <= 0xDBFF) {
-            if (i + 1 == units.size() || units[i + 1] < 0xDC00 || units[i + 1] > 0xDFFF) {
-                return std::nullopt;
-            }
-            out.push_back(0x10000u + ((unit - 0xD800u) << 10) + (units[i + 1] - 0xDC00u));
+        if (units[i] < 0xD800 || units[i] > 0xDBFF) {
+            out.push_back(units[i]);
+        } else if (i + 1 < units.size() && units[i + 1] >= 0xDC00 && units[i + 1] <= 0xDFFF) {
+            out.push_back(0x10000u + ((units[i] - 0xD800u) << 10) + (units[i + 1] - 0xDC00u));
             ++i;
         } else {
-            out.push_back(unit);
+            return std::nullopt;
         }
     }
     return out;
 }
 
-Units referenceEncode(const CodePoints& codePoints)
+// nullopt on failure, which must leave the sentinel outputs as they were.
+std::optional<CodePoints> decode(const Units& units)
 {
-    Units out;
-    for (KS_CHAR c : codePoints) {
-        if (c <= 0xFFFF) {
-            out.push_back(static_cast<jchar>(c));
-        } else {
-            out.push_back(static_cast<jchar>(0xD800 + ((c - 0x10000) >> 10)));
-            out.push_back(static_cast<jchar>(0xDC00 + (c & 0x3FF)));
-        }
-    }
-    return out;
-}
-
-// Runs the decoder on a copy in a buffer of exactly the input's size (so that a read past
-// the end is caught by sanitizers), with sentinel outputs.
-struct Decoded {
-    KS_BOOL ok;
-    std::optional<CodePoints> codePoints; // set exactly when ok
-    bool outputsUntouched;
-};
-
-Decoded decode(const Units& units)
-{
-    auto* source = static_cast<jchar*>(ksMemAllocN(static_cast<KS_INT>(units.size()), 2));
-    std::copy(units.begin(), units.end(), source);
     KS_CHAR sentinel = 0;
     KS_CHAR* chars = &sentinel;
     KS_INT length = -7;
-    Decoded result{};
-    result.ok = ven___JCharsToChars(&chars, &length, source, static_cast<KS_INT>(units.size()));
-    if (result.ok) {
-        result.codePoints = CodePoints(chars, chars + length);
-        ksMemFree(chars);
+    const auto* source = reinterpret_cast<const jchar*>(units.data());
+    if (ven___JCharsToChars(&chars, &length, source, static_cast<KS_INT>(units.size())) == KS_FALSE) {
+        EXPECT_TRUE(chars == &sentinel && length == -7) << "a failed decoding delivered something";
+        return std::nullopt;
     }
-    result.outputsUntouched = chars == &sentinel && length == -7;
-    ksMemFree(source);
+    CodePoints result(chars, chars + length);
+    ksMemFree(chars);
     return result;
 }
 
@@ -86,264 +67,153 @@ Units encode(const CodePoints& codePoints)
     return result;
 }
 
-struct DecodeCase {
-    const char* name;
-    Units units;
-    std::optional<CodePoints> expected; // nullopt: the decoding fails
-};
-
-const DecodeCase kDecodeCases[] = {
-    {"plain unit", {0x0041}, CodePoints{0x41}},
-    {"pair for U+1F600", {0xD83D, 0xDE00}, CodePoints{0x1F600}},
-    {"highest pair", {0xDBFF, 0xDFFF}, CodePoints{0x10FFFF}},
-    {"lowest pair", {0xD800, 0xDC00}, CodePoints{0x10000}},
-    {"lone low surrogate", {0xDC00}, CodePoints{0xDC00}},
-    {"lone low, then a pair", {0xDC00, 0xD800, 0xDC00}, CodePoints{0xDC00, 0x10000}},
-    {"units next to the surrogate range",
-     {0xD7FF, 0xE000, 0xFFFF, 0x0000},
-     CodePoints{0xD7FF, 0xE000, 0xFFFF, 0}},
-    {"lone high at the end", {0x0041, 0xD800}, std::nullopt},
-    {"only a high surrogate", {0xD800}, std::nullopt},
-    {"high then a plain unit", {0xD800, 0x0041}, std::nullopt},
-    {"high then high", {0xD800, 0xD800}, std::nullopt},
-    {"reversed pair", {0xDE00, 0xD83D}, std::nullopt},
-};
-
-TEST(Utf16Decode, EdgeCases)
+// Pairs at the range ends, lone low surrogates kept, every broken pair refused; in the
+// other direction surrogate values kept, and beyond Unicode two units while the leading fits.
+// An empty input: decoding allocates one block for no elements (a string can take it over);
+// encoding delivers NULL and 0 and allocates nothing, whatever the source.
+TEST(Utf16, Edges)
 {
-    for (const DecodeCase& c : kDecodeCases) {
-        SCOPED_TRACE(c.name);
-        const Decoded got = decode(c.units);
-        EXPECT_EQ(got.ok, c.expected ? KS_TRUE : KS_FALSE);
-        EXPECT_EQ(got.codePoints, c.expected);
-        if (!c.expected) {
-            EXPECT_TRUE(got.outputsUntouched) << "a failed decoding delivered something";
-        }
+    // clang-format off
+    const struct { Units units; std::optional<CodePoints> decoded; } decodeRows[] = {
+        {{0x0041}, CodePoints{0x41}}, {{0xD83D, 0xDE00}, CodePoints{0x1F600}},
+        {{0xDBFF, 0xDFFF}, CodePoints{0x10FFFF}}, {{0xD800, 0xDC00}, CodePoints{0x10000}},
+        {{0xDC00}, CodePoints{0xDC00}}, {{0xDC00, 0xD800, 0xDC00}, CodePoints{0xDC00, 0x10000}},
+        {{0xD7FF, 0xE000, 0xFFFF, 0x0000}, CodePoints{0xD7FF, 0xE000, 0xFFFF, 0}},
+        {{0x0041, 0xD800}, std::nullopt}, {{0xD800}, std::nullopt}, {{0xD800, 0x0041}, std::nullopt},
+        {{0xD800, 0xD800}, std::nullopt}, {{0xDE00, 0xD83D}, std::nullopt}};
+    const struct { CodePoints codePoints; Units encoded; } encodeRows[] = {
+        {{0x1F600}, {0xD83D, 0xDE00}}, {{0x10000}, {0xD800, 0xDC00}}, {{0x10FFFF}, {0xDBFF, 0xDFFF}},
+        {{0xFFFF}, {0xFFFF}}, {{0xD800}, {0xD800}}, {{0xA0FFFF}, {0xFFFF, 0xDFFF}},
+        {{0x41, 0x1F600, 0xDC00, 0x42}, {0x41, 0xD83D, 0xDE00, 0xDC00, 0x42}}};
+    // clang-format on
+    for (const auto& row : decodeRows) {
+        EXPECT_EQ(decode(row.units), row.decoded) << testing::PrintToString(row.units);
+    }
+    for (const auto& row : encodeRows) {
+        EXPECT_EQ(encode(row.codePoints), row.encoded) << testing::PrintToString(row.codePoints);
+    }
+    const KS_INT allocations = ksMemAllocCount();
+    gLength = -1;
+    ASSERT_EQ(ven___JCharsToChars(&gChars, &gLength, &gUnit, 0), KS_TRUE);
+    EXPECT_EQ(gLength, 0);
+    ksObjRelease(ksStringCreateFromCharsUse(gChars, gLength));
+    for (const KS_CHAR* source : {&gCodePoint, static_cast<KS_CHAR*>(nullptr)}) {
+        gUnits = &gUnit;
+        gLength = -1;
+        ven___CharsToJChars(&gUnits, &gLength, source, 0);
+        EXPECT_TRUE(gUnits == nullptr && gLength == 0);
+    }
+    EXPECT_EQ(ksMemAllocCount(), allocations + 1);
+}
+
+// Every fatal check of both routines, in order: the first failing one is reported.
+TEST(Utf16, FatalChecks)
+{
+    // clang-format off
+    const struct { void (*call)(); int line; const char* condition; } rows[] = {
+        {[] { ven___JCharsToChars(nullptr, &gLength, &gUnit, 1); }, 98, "resultChars"},
+        {[] { ven___JCharsToChars(nullptr, nullptr, nullptr, -1); }, 98, "resultChars"},
+        {[] { ven___JCharsToChars(&gChars, nullptr, &gUnit, 1); }, 99, "resultLength"},
+        {[] { ven___JCharsToChars(&gChars, &gLength, nullptr, 1); }, 100, "srcChars"},
+        {[] { ven___JCharsToChars(&gChars, &gLength, nullptr, 0); }, 100, "srcChars"},
+        {[] { ven___JCharsToChars(&gChars, &gLength, &gUnit, -1); }, 101, "srcLength >= 0"},
+        {[] { ven___CharsToJChars(nullptr, &gLength, &gCodePoint, 1); }, 149, "resultChars"},
+        {[] { ven___CharsToJChars(&gUnits, nullptr, &gCodePoint, 1); }, 150, "resultLength"},
+        {[] { ven___CharsToJChars(&gUnits, &gLength, nullptr, 1); }, 151, "srcChars || srcLength == 0"},
+        {[] { ven___CharsToJChars(&gUnits, &gLength, nullptr, -1); }, 151, "srcChars || srcLength == 0"},
+        {[] { ven___CharsToJChars(&gUnits, &gLength, &gCodePoint, -1); }, 152, "srcLength >= 0"},
+        // A leading unit beyond 16 bits, alone and after a vector block.
+        {[] { ven___CharsToJChars(&gUnits, &gLength, &gBeyond[39], 1); }, 174, "VEN_KS_CHAR_TO_JCHAR_CONV_OK( hi )"},
+        {[] { ven___CharsToJChars(&gUnits, &gLength, gBeyond.data(), 40); }, 174, "VEN_KS_CHAR_TO_JCHAR_CONV_OK( hi )"}};
+    // clang-format on
+    for (const auto& row : rows) {
+        EXPECT_VEN_ABORT(row.call(), kStringPath, row.line, row.condition);
     }
 }
 
-TEST(Utf16Decode, EmptyInputDeliversABlockForNothing)
+// Generated texts of every length up to 70 (across the vector block edges) with pairs,
+// lone surrogates of both kinds and plain units: decoding agrees with the reference, and
+// what decodes encodes back to the same units, also on the way Java -> ksString -> Java.
+using Utf16Java = ven::test::JvmTest;
+TEST_F(Utf16Java, GeneratedTextsAgreeWithTheReference)
 {
-    const jchar unit = 0x41;
-    KS_CHAR* chars = nullptr;
-    KS_INT length = -1;
-    const KS_INT allocationsBefore = ksMemAllocCount();
-    EXPECT_EQ(ven___JCharsToChars(&chars, &length, &unit, 0), KS_TRUE);
-    EXPECT_EQ(length, 0);
-    EXPECT_EQ(ksMemAllocCount(), allocationsBefore + 1);
-    // The block can become a string (which takes it over) like any other.
-    ksObjRelease(ksStringCreateFromCharsUse(chars, length));
-}
-
-TEST(Utf16Decode, FatalChecks)
-{
-    const jchar unit = 0x41;
-    KS_CHAR* chars = nullptr;
-    KS_INT length = 0;
-    EXPECT_VEN_ABORT(ven___JCharsToChars(nullptr, &length, &unit, 1), kStringPath, 98, "resultChars");
-    EXPECT_VEN_ABORT(ven___JCharsToChars(&chars, nullptr, &unit, 1), kStringPath, 99, "resultLength");
-    EXPECT_VEN_ABORT(ven___JCharsToChars(&chars, &length, nullptr, 1), kStringPath, 100, "srcChars");
-    EXPECT_VEN_ABORT(ven___JCharsToChars(&chars, &length, nullptr, 0), kStringPath, 100, "srcChars");
-    EXPECT_VEN_ABORT(ven___JCharsToChars(&chars, &length, &unit, -1), kStringPath, 101, "srcLength >= 0");
-    // In order: the first failing check is the one reported.
-    EXPECT_VEN_ABORT(ven___JCharsToChars(nullptr, nullptr, nullptr, -1), kStringPath, 98, "resultChars");
-}
-
-struct EncodeCase {
-    const char* name;
-    CodePoints codePoints;
-    Units expected;
-};
-
-const EncodeCase kEncodeCases[] = {
-    {"U+1F600", {0x1F600}, {0xD83D, 0xDE00}},
-    {"U+10000", {0x10000}, {0xD800, 0xDC00}},
-    {"U+10FFFF", {0x10FFFF}, {0xDBFF, 0xDFFF}},
-    {"U+FFFF", {0xFFFF}, {0xFFFF}},
-    {"lone surrogate value", {0xD800}, {0xD800}},
-    {"mixed", {0x41, 0x1F600, 0xDC00, 0x42}, {0x41, 0xD83D, 0xDE00, 0xDC00, 0x42}},
-    // Beyond Unicode: written as two units as long as the leading one fits 16 bits.
-    {"largest value with a leading unit", {0xA0FFFF}, {0xFFFF, 0xDFFF}},
-};
-
-TEST(Utf16Encode, EdgeCases)
-{
-    for (const EncodeCase& c : kEncodeCases) {
-        SCOPED_TRACE(c.name);
-        EXPECT_EQ(encode(c.codePoints), c.expected);
-    }
-}
-
-TEST(Utf16Encode, EmptyInputAllocatesNothing)
-{
-    const KS_CHAR codePoint = 0x41;
-    for (const KS_CHAR* source : {&codePoint, static_cast<const KS_CHAR*>(nullptr)}) {
-        jchar sentinel = 0;
-        jchar* units = &sentinel;
-        KS_INT length = -1;
-        const KS_INT allocationsBefore = ksMemAllocCount();
-        ven___CharsToJChars(&units, &length, source, 0);
-        EXPECT_EQ(units, nullptr);
-        EXPECT_EQ(length, 0);
-        EXPECT_EQ(ksMemAllocCount(), allocationsBefore);
-    }
-}
-
-TEST(Utf16Encode, FatalChecks)
-{
-    const KS_CHAR codePoint = 0x41;
-    jchar* units = nullptr;
-    KS_INT length = 0;
-    EXPECT_VEN_ABORT(ven___CharsToJChars(nullptr, &length, &codePoint, 1), kStringPath, 149, "resultChars");
-    EXPECT_VEN_ABORT(ven___CharsToJChars(&units, nullptr, &codePoint, 1), kStringPath, 150, "resultLength");
-    EXPECT_VEN_ABORT(ven___CharsToJChars(&units, &length, nullptr, 1), kStringPath, 151,
-                     "srcChars || srcLength == 0");
-    EXPECT_VEN_ABORT(ven___CharsToJChars(&units, &length, &codePoint, -1), kStringPath, 152,
-                     "srcLength >= 0");
-    EXPECT_VEN_ABORT(ven___CharsToJChars(&units, &length, nullptr, -1), kStringPath, 151,
-                     "srcChars || srcLength == 0");
-}
-
-TEST(Utf16Encode, LeadingUnitBeyondSixteenBitsStops)
-{
-    // Scalar path and the fallback out of a vector block alike.
-    for (std::size_t position : {0u, 5u, 16u, 33u}) {
-        CodePoints codePoints(40, 0x41);
-        for (KS_CHAR value : {0xA10000u, 0xFFFFFFFFu}) {
-            codePoints[position] = value;
-            SCOPED_TRACE(testing::Message() << "position " << position << " value " << value);
-            jchar* units = nullptr;
-            KS_INT length = 0;
-            EXPECT_VEN_ABORT(ven___CharsToJChars(&units, &length, codePoints.data(), 40), kStringPath, 174,
-                             "VEN_KS_CHAR_TO_JCHAR_CONV_OK( hi )");
-        }
-    }
-}
-
-// Generated texts: each kind stresses one way the blockwise loops can go wrong.
-class TextGenerator
-{
-  public:
-    explicit TextGenerator(unsigned seed) : random_(seed) {}
-
-    KS_CHAR bmpNonSurrogate()
-    {
-        for (;;) {
-            const KS_CHAR c = pick(0, 0xFFFF);
-            if (c < 0xD800 || c > 0xDFFF) {
-                return c;
-            }
-        }
-    }
-    KS_CHAR supplementary() { return pick(0x10000, 0x10FFFF); }
-    KS_CHAR lowSurrogate() { return pick(0xDC00, 0xDFFF); }
-
-    // Code points of a well-formed text (lone low surrogates allowed) of `length` units
-    // or one more (a pair at the end).
-    CodePoints text(std::size_t length, unsigned supplementaryPercent, unsigned loneLowPercent)
-    {
-        CodePoints codePoints;
-        std::size_t units = 0;
-        while (units < length) {
-            const unsigned roll = pick(0, 99);
-            if (roll < supplementaryPercent) {
-                codePoints.push_back(supplementary());
-                units += 2;
-            } else if (roll < supplementaryPercent + loneLowPercent) {
-                codePoints.push_back(lowSurrogate());
-                units += 1;
-            } else {
-                codePoints.push_back(bmpNonSurrogate());
-                units += 1;
-            }
-        }
-        return codePoints;
-    }
-
-    unsigned pick(unsigned low, unsigned high)
-    {
-        return std::uniform_int_distribution<unsigned>(low, high)(random_);
-    }
-
-  private:
-    std::mt19937 random_;
-};
-
-TEST(Utf16RoundTrip, GeneratedTextsMatchTheReference)
-{
-    TextGenerator generate(20261123);
-    struct Mix {
-        unsigned supplementaryPercent;
-        unsigned loneLowPercent;
+    std::mt19937 random(20261123);
+    auto pick = [&](unsigned low, unsigned high) {
+        return static_cast<char16_t>(std::uniform_int_distribution<unsigned>(low, high)(random));
     };
-    const Mix mixes[] = {{0, 0}, {1, 0}, {10, 0}, {50, 5}, {0, 10}, {100, 0}};
-    int texts = 0;
-    for (const Mix& mix : mixes) {
-        for (std::size_t length = 0; length <= 70; ++length) {
-            for (int repeat = 0; repeat < 8; ++repeat, ++texts) {
-                const CodePoints codePoints =
-                    generate.text(length, mix.supplementaryPercent, mix.loneLowPercent);
-                const Units units = referenceEncode(codePoints);
-                SCOPED_TRACE(testing::Message()
-                             << "length " << units.size() << " mix " << mix.supplementaryPercent << "/"
-                             << mix.loneLowPercent << " repeat " << repeat);
-                ASSERT_EQ(encode(codePoints), units);
-                const Decoded decoded = decode(units);
-                ASSERT_EQ(decoded.ok, KS_TRUE);
-                ASSERT_EQ(decoded.codePoints, codePoints);
+    int refused = 0;
+    for (std::size_t length = 0; length <= 70; ++length) {
+        for (unsigned repeat = 0; repeat < 40; ++repeat) {
+            const unsigned pairPercent = repeat % 4 * 15;
+            const unsigned lonePercent = repeat % 8 < 4 ? 0 : 2;
+            Units units;
+            while (units.size() < length) {
+                const unsigned roll = pick(0, 99);
+                const char16_t plain = pick(0, 0xF7FF);
+                if (roll < pairPercent) {
+                    units.insert(units.end(), {pick(0xD800, 0xDBFF), pick(0xDC00, 0xDFFF)});
+                } else {
+                    units.push_back(roll < pairPercent + lonePercent ? pick(0xD800, 0xDFFF)
+                                    : plain < 0xD800                 ? plain
+                                                                     : plain + 0x800);
+                }
             }
+            SCOPED_TRACE(testing::PrintToString(units));
+            const std::optional<CodePoints> expected = referenceDecode(units);
+            ASSERT_EQ(decode(units), expected);
+            if (!expected) {
+                ++refused;
+                continue;
+            }
+            ASSERT_EQ(encode(*expected), units);
+            ven::test::TestFrame frame(env);
+            ven::test::KsRef<ksString> text;
+            jstring back = nullptr;
+            ASSERT_EQ(venStringToKsString(text.out(), env, nullptr, ven::test::jstr(env, units)), KS_TRUE);
+            ASSERT_EQ(venStringFromKsString(&back, env, nullptr, text), KS_TRUE);
+            ASSERT_EQ(ven::test::units(env, back), units);
         }
     }
-    EXPECT_GT(texts, 3000);
+    EXPECT_GT(refused, 300);
 }
 
-TEST(Utf16RoundTrip, PairsAcrossEveryBlockEdge)
+// The four range checks at their bounds.
+TEST(RangeChecks, Bounds)
 {
-    // A pair starting at each position of a text of 64 units: straddling 8/16/32 edges.
-    for (std::size_t position = 0; position + 1 < 64; ++position) {
-        Units units(64, 0x61);
-        units[position] = 0xD83D;
-        units[position + 1] = 0xDE00;
-        SCOPED_TRACE(testing::Message() << "pair at " << position);
-        const Decoded decoded = decode(units);
-        ASSERT_EQ(decoded.ok, KS_TRUE);
-        ASSERT_EQ(decoded.codePoints, referenceDecode(units));
-        ASSERT_EQ(encode(*decoded.codePoints), units);
+    // clang-format off
+    const struct { KS_INT value; bool jint; bool jshort; } rows[] = {
+        {0, true, true}, {32767, true, true}, {-32768, true, true}, {32768, true, false},
+        {-32769, true, false}, {2147483647LL, true, false}, {-2147483648LL, true, false},
+        {2147483648LL, false, false}, {-2147483649LL, false, false}, {INT64_MAX, false, false},
+        {INT64_MIN, false, false}};
+    const std::pair<KS_CHAR, bool> chars[] = {{0, true}, {65535, true}, {65536, false}, {0x80000000u, false}, {0xFFFFFFFFu, false}};
+    // clang-format on
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.value);
+        EXPECT_EQ(static_cast<bool>(VEN_KS_INT_TO_JINT_CONV_OK(row.value)), row.jint);
+        EXPECT_EQ(static_cast<bool>(VEN_KS_INT_TO_JSIZE_CONV_OK(row.value)), row.jint);
+        EXPECT_EQ(static_cast<bool>(VEN_KS_INT_TO_JSHORT_CONV_OK(row.value)), row.jshort);
+    }
+    for (auto [value, passes] : chars) {
+        EXPECT_EQ(static_cast<bool>(VEN_KS_CHAR_TO_JCHAR_CONV_OK(value)), passes) << value;
     }
 }
 
-TEST(Utf16Decode, IllFormedAnywhereFails)
-{
-    TextGenerator generate(7);
-    for (std::size_t length = 1; length <= 70; ++length) {
-        for (std::size_t position = 0; position < length; ++position) {
-            Units units = referenceEncode(generate.text(length, 20, 5));
-            units.resize(length);
-            // A high surrogate at `position`, followed by something that is not a low one.
-            units[position] = 0xD800;
-            if (position + 1 < length) {
-                units[position + 1] = (position % 3 == 0) ? 0xDBFF : 0x41;
-            }
-            SCOPED_TRACE(testing::Message() << "length " << length << " position " << position);
-            ASSERT_FALSE(referenceDecode(units).has_value());
-            const Decoded decoded = decode(units);
-            ASSERT_EQ(decoded.ok, KS_FALSE);
-            ASSERT_TRUE(decoded.outputsUntouched);
-        }
-    }
-}
+#define STRINGIZE_EXPANDED(...) STRINGIZE_(__VA_ARGS__)
+#define STRINGIZE_(...) #__VA_ARGS__
 
-TEST(Utf16Decode, LargeBmpTextIsWidenedUnchanged)
+// The expansion is the condition text that fatal checks over these checks report.
+TEST(RangeChecks, ExpandedText)
 {
-    TextGenerator generate(99);
-    Units units(1000003);
-    for (jchar& unit : units) {
-        unit = static_cast<jchar>(generate.bmpNonSurrogate());
-    }
-    const Decoded decoded = decode(units);
-    ASSERT_EQ(decoded.ok, KS_TRUE);
-    ASSERT_EQ(decoded.codePoints->size(), units.size());
-    EXPECT_TRUE(std::equal(units.begin(), units.end(), decoded.codePoints->begin()));
+    EXPECT_STREQ(STRINGIZE_EXPANDED(VEN_KS_INT_TO_JINT_CONV_OK(index)),
+                 "( sizeof(KS_INT)>=sizeof(jint) ? (KS_INT)(index) >= (KS_INT)((KS_INT)(-2147483648LL)) && "
+                 "(KS_INT)(index) <= (KS_INT)((KS_INT)(2147483647LL)) : ((KS_BOOL)1) )");
+    EXPECT_STREQ(STRINGIZE_EXPANDED(VEN_KS_INT_TO_JSIZE_CONV_OK(len)),
+                 "( sizeof(KS_INT)>=sizeof(jsize) ? (KS_INT)(len) >= (KS_INT)((KS_INT)(-2147483648LL)) && "
+                 "(KS_INT)(len) <= (KS_INT)((KS_INT)(2147483647LL)) : ((KS_BOOL)1) )");
+    EXPECT_STREQ(STRINGIZE_EXPANDED(VEN_KS_INT_TO_JSHORT_CONV_OK(value)),
+                 "( sizeof(KS_INT)>=sizeof(jshort) ? (KS_INT)(value) >= (KS_INT)((KS_INT)(-32768LL)) && "
+                 "(KS_INT)(value) <= (KS_INT)((KS_INT)(32767LL)) : ((KS_BOOL)1) )");
 }
 
 } // namespace
