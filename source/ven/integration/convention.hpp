@@ -3,7 +3,8 @@
 // conversions between ks and JNI. Every integration and class support unit uses these.
 #pragma once
 
-#include <initializer_list>
+#include <cstddef>
+#include <utility>
 
 #include "ven/ven.h"
 
@@ -21,15 +22,18 @@ struct Requirement {
 KS_BOOL argumentFailure(JNIEnv* env, lgStream* trace, const char* function, const char* condition);
 
 // Tests the requirements in order; the first that does not hold becomes the
-// argument failure. True when all hold. Costs only the tests on the success path.
-inline bool checkArguments(JNIEnv* env, lgStream* trace, const char* function,
-                           std::initializer_list<Requirement> requirements)
+// argument failure. True when all hold. Unrolled at compile time, so that the success
+// path costs only the tests themselves: no array of requirements is built.
+template <std::size_t N>
+inline bool checkArguments(JNIEnv* env, lgStream* trace, const char* function, const Requirement (&requirements)[N])
 {
-    for (const Requirement& requirement : requirements) {
-        if (!requirement.holds) [[unlikely]] {
-            argumentFailure(env, trace, function, requirement.condition);
-            return false;
-        }
+    const char* failed = nullptr;
+    [&]<std::size_t... I>(std::index_sequence<I...>) {
+        (void)((requirements[I].holds || (failed = requirements[I].condition, false)) && ...);
+    }(std::make_index_sequence<N>{});
+    if (failed != nullptr) [[unlikely]] {
+        argumentFailure(env, trace, function, failed);
+        return false;
     }
     return true;
 }

@@ -189,6 +189,30 @@ inline KS_INT supplementaryInBlock(const KS_CHAR* src)
     fitting = _mm_add_epi32(fitting, _mm_shuffle_epi32(fitting, _MM_SHUFFLE(2, 3, 0, 1)));
     return kBlock + _mm_cvtsi128_si32(fitting);
 }
+
+// The OR of a block's code points: above 0xFFFF exactly when one of them is.
+inline __m128i orBlock(const KS_CHAR* src)
+{
+    return _mm_or_si128(_mm_or_si128(loadBlockQuarter(src), loadBlockQuarter(src + 4)),
+                        _mm_or_si128(loadBlockQuarter(src + 8), loadBlockQuarter(src + 12)));
+}
+
+inline bool blocksAreBmp(const KS_CHAR* src, KS_INT blocks)
+{
+    __m128i any = _mm_setzero_si128();
+    for (KS_INT b = 0; b < blocks; ++b) {
+        any = _mm_or_si128(any, orBlock(src + b * kBlock));
+    }
+    return _mm_movemask_epi8(_mm_cmpeq_epi32(_mm_srli_epi32(any, 16), _mm_setzero_si128())) == 0xFFFF;
+}
+
+// Narrows one block known to hold no code point above 0xFFFF.
+inline void narrowBmpBlock(jchar* dst, const KS_CHAR* src)
+{
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(dst), packUnits(loadBlockQuarter(src), loadBlockQuarter(src + 4)));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + 8),
+                     packUnits(loadBlockQuarter(src + 8), loadBlockQuarter(src + 12)));
+}
 #elif defined(__ARM_NEON) && defined(__aarch64__)
 inline bool narrowBlock(jchar* dst, const KS_CHAR* src)
 {
@@ -211,6 +235,23 @@ inline KS_INT supplementaryInBlock(const KS_CHAR* src)
     above = vaddq_u32(above, vcgtq_u32(vld1q_u32(src + 12), largest));
     return -static_cast<KS_INT>(static_cast<int32_t>(vaddvq_u32(above)));
 }
+
+inline bool blocksAreBmp(const KS_CHAR* src, KS_INT blocks)
+{
+    uint32x4_t any = vdupq_n_u32(0);
+    for (KS_INT b = 0; b < blocks; ++b) {
+        const KS_CHAR* block = src + b * kBlock;
+        any = vorrq_u32(any, vorrq_u32(vorrq_u32(vld1q_u32(block), vld1q_u32(block + 4)),
+                                       vorrq_u32(vld1q_u32(block + 8), vld1q_u32(block + 12))));
+    }
+    return vmaxvq_u32(any) <= 0xFFFFu;
+}
+
+inline void narrowBmpBlock(jchar* dst, const KS_CHAR* src)
+{
+    vst1q_u16(dst, vcombine_u16(vmovn_u32(vld1q_u32(src)), vmovn_u32(vld1q_u32(src + 4))));
+    vst1q_u16(dst + 8, vcombine_u16(vmovn_u32(vld1q_u32(src + 8)), vmovn_u32(vld1q_u32(src + 12))));
+}
 #else
 inline bool narrowBlock(jchar* __restrict dst, const KS_CHAR* __restrict src)
 {
@@ -230,10 +271,40 @@ inline KS_INT supplementaryInBlock(const KS_CHAR* src)
     }
     return supplementary;
 }
+
+inline bool blocksAreBmp(const KS_CHAR* __restrict src, KS_INT blocks)
+{
+    KS_CHAR any = 0;
+    for (KS_INT b = 0; b < blocks; ++b) {
+        KS_CHAR block = 0;
+        for (KS_INT i = 0; i < kBlock; ++i) {
+            block |= src[b * kBlock + i];
+        }
+        any |= block;
+    }
+    return any <= 0xFFFFu;
+}
+
+inline void narrowBmpBlock(jchar* __restrict dst, const KS_CHAR* __restrict src)
+{
+    for (KS_INT i = 0; i < kBlock; ++i) {
+        dst[i] = static_cast<jchar>(src[i]);
+    }
+}
 #endif
 
+// Most text has no supplementary character, and one OR over it tells so; only text that
+// has one is counted block by block.
 KS_INT encodedLength(const KS_CHAR* src, KS_INT length)
 {
+    const KS_INT blocks = length / kBlock;
+    bool bmp = blocksAreBmp(src, blocks);
+    for (KS_INT i = blocks * kBlock; bmp && i < length; ++i) {
+        bmp = src[i] <= 0xFFFFu;
+    }
+    if (bmp) {
+        return length;
+    }
     KS_INT units = length;
     KS_INT i = 0;
     for (; length - i >= kBlock; i += kBlock) {
@@ -271,13 +342,22 @@ void encodeUtf16(jchar* dst, KS_INT destLength, const KS_CHAR* src, KS_INT lengt
 {
     KS_INT destPos = 0;
     KS_INT i = 0;
-    for (; length - i >= kBlock; i += kBlock) {
-        // Tested before the block is written, so no unit lands beyond the block.
-        fatalCheck(destPos + kBlock <= destLength, line::encodeWithinCount, "destPos <= destLength");
-        if (narrowBlock(dst + destPos, src + i)) [[likely]] {
-            destPos += kBlock;
-        } else {
-            encodeScalar(dst, destPos, destLength, src, i, i + kBlock);
+    if (destLength == length) {
+        // The count found no code point above 0xFFFF: every block narrows as it is, with
+        // no test of its own, and each unit lands where its code point stands.
+        for (; length - i >= kBlock; i += kBlock) {
+            narrowBmpBlock(dst + i, src + i);
+        }
+        destPos = i;
+    } else {
+        for (; length - i >= kBlock; i += kBlock) {
+            // Tested before the block is written, so no unit lands beyond the block.
+            fatalCheck(destPos + kBlock <= destLength, line::encodeWithinCount, "destPos <= destLength");
+            if (narrowBlock(dst + destPos, src + i)) [[likely]] {
+                destPos += kBlock;
+            } else {
+                encodeScalar(dst, destPos, destLength, src, i, i + kBlock);
+            }
         }
     }
     encodeScalar(dst, destPos, destLength, src, i, length);
