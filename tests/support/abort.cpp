@@ -10,31 +10,21 @@ namespace ven::test
 namespace
 {
 
+std::optional<std::string> textOrNull(const char* text)
+{
+    return text != nullptr ? std::optional<std::string>(text) : std::nullopt;
+}
+
 [[noreturn]] void throwVenAbort(const char* message, const char* path, int line, const char* condition)
 {
-    AbortRecord record;
-    if (message != nullptr) {
-        record.message = message;
-    }
-    record.path = path != nullptr ? path : "(NULL path)";
-    record.line = line;
-    if (condition != nullptr) {
-        record.condition = condition;
-    }
-    throw VenAbort(std::move(record));
+    throw VenAbort(
+        {textOrNull(message), path != nullptr ? path : "(NULL path)", line, textOrNull(condition)});
 }
 
 std::string quoted(const std::optional<std::string>& text)
 {
     return text ? "\"" + *text + "\"" : "NULL";
 }
-
-bool sameText(const std::optional<std::string>& got, const char* expected)
-{
-    return got ? expected != nullptr && *got == expected : expected == nullptr;
-}
-
-} // namespace
 
 std::string describe(const AbortRecord& record)
 {
@@ -44,6 +34,8 @@ std::string describe(const AbortRecord& record)
     return text.str();
 }
 
+} // namespace
+
 VenAbort::VenAbort(AbortRecord record) : record_(std::move(record)), text_(describe(record_)) {}
 
 void installAbortHook()
@@ -51,22 +43,15 @@ void installAbortHook()
     ksAbortSetHook(&throwVenAbort);
 }
 
-void removeAbortHook()
-{
-    ksAbortSetHook(nullptr);
-}
-
 ::testing::AssertionResult abortedWith(const std::optional<AbortRecord>& got, const char* statement,
                                        const char* path, int line, const char* condition, const char* message)
 {
-    AbortRecord expected{message != nullptr ? std::optional<std::string>(message) : std::nullopt, path, line,
-                         condition != nullptr ? std::optional<std::string>(condition) : std::nullopt};
+    AbortRecord expected{textOrNull(message), path, line, textOrNull(condition)};
     if (!got) {
         return ::testing::AssertionFailure()
                << statement << "\n  returned, but should have ended in " << describe(expected);
     }
-    if (got->path == path && got->line == line && sameText(got->condition, condition) &&
-        sameText(got->message, message)) {
+    if (describe(*got) == describe(expected)) {
         return ::testing::AssertionSuccess();
     }
     return ::testing::AssertionFailure()

@@ -85,10 +85,8 @@ void LocalRefLedger::notePopped()
     if (frames_.empty()) {
         return;
     }
-    std::size_t mark = std::min(frames_.back(), live_.size());
+    live_.resize(std::min(frames_.back(), live_.size()));
     frames_.pop_back();
-    popped_ += static_cast<int>(live_.size() - mark);
-    live_.resize(mark);
 }
 
 FaultEnv::FaultEnv(JNIEnv* real)
@@ -109,11 +107,6 @@ FaultEnv::~FaultEnv()
     for (jobject global : globals_) {
         real_->DeleteGlobalRef(global);
     }
-}
-
-void FaultEnv::reset()
-{
-    overrides_.fill({});
 }
 
 void* FaultEnv::replacementFor(std::size_t slot)

@@ -26,19 +26,16 @@ namespace ven::test
 //   produced it;
 // - deleted: every DeleteLocalRef call with a non-NULL argument (DeleteLocalRef(NULL) is
 //   counted apart in nullDeletes);
-// - popped: references that a PopLocalFrame through this env dropped, when the matching
-//   PushLocalFrame also went through this env; a frame pushed elsewhere drops nothing here
-//   (the ledger cannot know which of its references belonged to it);
-// - live: created and not yet deleted or popped. References are compared by value, and the
-//   JVM reuses the value of a deleted reference, so isLive answers for the value, not for
-//   the object.
+// - live: created and not yet deleted, nor dropped by a PopLocalFrame whose PushLocalFrame also
+//   went through this env (of a frame pushed elsewhere the ledger cannot know what it held).
+//   References are compared by value, and the JVM reuses the value of a deleted reference, so
+//   isLive answers for the value, not for the object.
 class LocalRefLedger
 {
   public:
     int created() const { return created_; }
     int deleted() const { return deleted_; }
     int nullDeletes() const { return nullDeletes_; }
-    int popped() const { return popped_; }
     int live() const { return static_cast<int>(live_.size()); }
     bool isLive(jobject ref) const;
     void reset();
@@ -54,7 +51,6 @@ class LocalRefLedger
     int created_ = 0;
     int deleted_ = 0;
     int nullDeletes_ = 0;
-    int popped_ = 0;
 };
 
 namespace detail
@@ -101,75 +97,63 @@ class FaultEnv
     JNIEnv* env() { return &block_.env; }
     JNIEnv* real() const { return real_; }
 
-    // Which calls of an entry a replacement takes, counted from when it was installed
-    // (1 is the first call after it); the others go to the real entry. A fault on the first
-    // FindClass only, say, leaves the exception trace's own FindClass working.
+    // Which calls of an entry a replacement takes, counted from when it was installed (1 is the
+    // first call after it): all, or only the nth; the others go to the real entry. A fault on the
+    // first FindClass only, say, leaves the exception trace's own FindClass working.
     struct Calls {
         int first = 1;
         int last = std::numeric_limits<int>::max();
 
-        static Calls every() { return {}; }
         static Calls nth(int n) { return {n, n}; }
-        static Calls from(int n) { return {n, std::numeric_limits<int>::max()}; }
     };
 
     // Replaces one entry: `callable` receives the REAL env and the entry's arguments.
-    template <auto Member, typename Callable> void override(Callable&& callable, Calls calls = Calls::every())
+    template <auto Member, typename Callable> void override(Callable&& callable, Calls calls = {})
     {
         using Function = typename detail::JniEntry<Member>::Function;
         overrides_[detail::slotOf<Member>()] = {std::make_shared<Function>(std::forward<Callable>(callable)),
                                                 calls, 0};
     }
-    // Puts one entry, or every entry, back to forwarding.
-    template <auto Member> void restore() { overrides_[detail::slotOf<Member>()] = {}; }
-    void reset();
-
     // Canned faults. returnValue: the entry returns `value` and does nothing else (a NULL
     // without raising, a -1 status, a negative length). raise: the entry throws
     // `className` (e.g. "java/lang/OutOfMemoryError") with `message` and returns `failure`
     // (zero, NULL or nothing by default).
-    template <auto Member>
-    void returnValue(typename detail::JniEntry<Member>::Result value, Calls calls = Calls::every())
+    template <auto Member> void returnValue(typename detail::JniEntry<Member>::Result value, Calls calls = {})
     {
         override<Member>([value](JNIEnv*, auto...) { return value; }, calls);
     }
-    template <auto Member> void returnNull(Calls calls = Calls::every())
+    template <auto Member> void returnNull(Calls calls = {})
     {
         override<Member>(
             [](JNIEnv*, auto...) { return detail::zeroOf<typename detail::JniEntry<Member>::Result>(); },
             calls);
     }
-    template <auto Member> void returnStatus(jint status = -1, Calls calls = Calls::every())
+    template <auto Member> void returnStatus(jint status = -1, Calls calls = {})
     {
         returnValue<Member>(status, calls);
     }
-    template <auto Member>
-    void raise(const char* className, const char* message, Calls calls = Calls::every())
+    template <auto Member> void raise(const char* className, const char* message, Calls calls = {})
     {
-        using Result = typename detail::JniEntry<Member>::Result;
-        if constexpr (std::is_void_v<Result>) {
-            jclass throwable = globalClass(className);
-            std::string text = message;
-            override<Member>(
-                [throwable, text](JNIEnv* real, auto...) { real->ThrowNew(throwable, text.c_str()); }, calls);
-        } else {
-            raiseReturning<Member>(className, message, Result{}, calls);
-        }
+        override<Member>(
+            [throwable = globalClass(className), text = std::string(message)](JNIEnv* real, auto...) {
+                real->ThrowNew(throwable, text.c_str());
+                return detail::zeroOf<typename detail::JniEntry<Member>::Result>();
+            },
+            calls);
     }
     template <auto Member>
     void raiseReturning(const char* className, const char* message,
-                        typename detail::JniEntry<Member>::Result failure, Calls calls = Calls::every())
+                        typename detail::JniEntry<Member>::Result failure, Calls calls = {})
     {
-        jclass throwable = globalClass(className);
-        std::string text = message;
         override<Member>(
-            [throwable, text, failure](JNIEnv* real, auto...) {
+            [throwable = globalClass(className), text = std::string(message), failure](JNIEnv* real,
+                                                                                       auto...) {
                 real->ThrowNew(throwable, text.c_str());
                 return failure;
             },
             calls);
     }
-    template <auto Member> void raiseOutOfMemory(Calls calls = Calls::every())
+    template <auto Member> void raiseOutOfMemory(Calls calls = {})
     {
         raise<Member>("java/lang/OutOfMemoryError", "injected by FaultEnv", calls);
     }

@@ -1,5 +1,5 @@
-// Helpers for Java exceptions and strings on the real env. Every call that can throw is
-// followed by an exception check, as checked JNI demands.
+// Helpers for Java exceptions and Java strings on the real env (every call that can throw is
+// followed by an exception check, as checked JNI demands), for ks strings and trace streams.
 #include <algorithm>
 
 #include "support/ven_test.hpp"
@@ -34,28 +34,19 @@ std::optional<std::string> callStringMethod(JNIEnv* env, jobject target, const c
     return result;
 }
 
-// Needs nothing pending.
-ThrowableText describeThrowable(JNIEnv* env, jthrowable throwable)
-{
-    jclass throwableClass = env->GetObjectClass(throwable);
-    ThrowableText text;
-    text.className =
-        callStringMethod(env, throwableClass, "java/lang/Class", "getName").value_or("<no class name>");
-    env->DeleteLocalRef(throwableClass);
-    text.message = callStringMethod(env, throwable, "java/lang/Throwable", "getMessage");
-    return text;
-}
-
-// The pending exception's text; the exception stays pending. nullopt when none.
-std::optional<ThrowableText> describePending(JNIEnv* env)
+// Clears the pending exception (printing its stack trace first if asked) and returns its text;
+// nullopt when none is pending.
+std::optional<ThrowableText> takePending(JNIEnv* env, bool printStackTrace = false)
 {
     jthrowable pending = env->ExceptionOccurred();
     if (pending == nullptr) {
         return std::nullopt;
     }
-    env->ExceptionClear();
-    ThrowableText text = describeThrowable(env, pending);
-    env->Throw(pending);
+    printStackTrace ? env->ExceptionDescribe() : env->ExceptionClear(); // both clear it
+    jclass throwableClass = env->GetObjectClass(pending);
+    ThrowableText text{callStringMethod(env, throwableClass, "java/lang/Class", "getName").value_or("?"),
+                       callStringMethod(env, pending, "java/lang/Throwable", "getMessage")};
+    env->DeleteLocalRef(throwableClass);
     env->DeleteLocalRef(pending);
     return text;
 }
@@ -70,130 +61,25 @@ void fail(std::source_location where, const std::string& text)
     ADD_FAILURE_AT(where.file_name(), static_cast<int>(where.line())) << text;
 }
 
-} // namespace
-
-std::string pendingClassName(JNIEnv* env)
+// Takes the pending exception, which must be of `className` and, when `checkMessage`, have
+// `message` (nullptr: null).
+void takeExpected(JNIEnv* env, const char* className, bool checkMessage, const char* message,
+                  std::source_location where)
 {
-    std::optional<ThrowableText> pending = describePending(env);
-    return pending ? pending->className : "";
-}
-
-std::optional<std::string> pendingMessage(JNIEnv* env)
-{
-    std::optional<ThrowableText> pending = describePending(env);
-    return pending ? pending->message : std::nullopt;
-}
-
-void ExpectPending(JNIEnv* env, const char* className, const char* message, std::source_location where)
-{
-    std::optional<std::string> expectedMessage =
+    std::optional<std::string> expected =
         message != nullptr ? std::optional<std::string>(message) : std::nullopt;
-    std::optional<ThrowableText> pending = describePending(env);
+    std::string wanted = className + (checkMessage ? ": " + show(expected) : std::string());
+    std::optional<ThrowableText> pending = takePending(env);
     if (!pending) {
-        fail(where, std::string("expected a pending ") + className + ": " + show(expectedMessage) +
-                        ", but nothing is pending");
-        return;
-    }
-    env->ExceptionClear();
-    if (pending->className != className || pending->message != expectedMessage) {
+        fail(where, "expected a pending " + wanted + ", but nothing is pending");
+    } else if (pending->className != className || (checkMessage && pending->message != expected)) {
         fail(where, "pending exception " + pending->className + ": " + show(pending->message) +
-                        "\n  expected " + className + ": " + show(expectedMessage));
+                        "\n  expected " + wanted);
     }
 }
 
-void ExpectPendingClass(JNIEnv* env, const char* className, std::source_location where)
-{
-    std::optional<ThrowableText> pending = describePending(env);
-    if (!pending) {
-        fail(where, std::string("expected a pending ") + className + ", but nothing is pending");
-        return;
-    }
-    env->ExceptionClear();
-    if (pending->className != className) {
-        fail(where, "pending exception " + pending->className + ": " + show(pending->message) +
-                        "\n  expected class " + className);
-    }
-}
-
-void ExpectNoPending(JNIEnv* env, std::source_location where)
-{
-    std::optional<ThrowableText> pending = describePending(env);
-    if (pending) {
-        env->ExceptionDescribe();
-        env->ExceptionClear();
-        fail(where, "unexpected pending exception " + pending->className + ": " + show(pending->message));
-    }
-}
-
-jthrowable makeThrowable(JNIEnv* env, const char* className, const char* message)
-{
-    std::string name = className;
-    std::replace(name.begin(), name.end(), '.', '/');
-    jclass throwableClass = env->FindClass(name.c_str());
-    if (throwableClass == nullptr) {
-        env->ExceptionClear();
-        ADD_FAILURE() << "makeThrowable: no class " << name;
-        return nullptr;
-    }
-    jmethodID constructor = env->GetMethodID(throwableClass, "<init>", "(Ljava/lang/String;)V");
-    if (constructor == nullptr) {
-        env->ExceptionClear();
-        env->DeleteLocalRef(throwableClass);
-        ADD_FAILURE() << "makeThrowable: " << name << " has no (String) constructor";
-        return nullptr;
-    }
-    jvalue argument;
-    argument.l = message != nullptr ? jstr(env, message) : nullptr;
-    auto throwable = static_cast<jthrowable>(env->NewObjectA(throwableClass, constructor, &argument));
-    if (env->ExceptionCheck()) {
-        env->ExceptionDescribe();
-        env->ExceptionClear();
-        ADD_FAILURE() << "makeThrowable: new " << name << " threw";
-    }
-    env->DeleteLocalRef(argument.l);
-    env->DeleteLocalRef(throwableClass);
-    return throwable;
-}
-
-jclass findClass(JNIEnv* env, const char* name, std::source_location where)
-{
-    jclass found = env->FindClass(name);
-    if (found == nullptr) {
-        env->ExceptionClear();
-        fail(where, std::string("class ") + name + " not found");
-    }
-    return found;
-}
-
-jstring jstr(JNIEnv* env, std::string_view text)
-{
-    return jstr(env, std::u16string_view(toUtf16(text)));
-}
-
-jstring jstr(JNIEnv* env, std::u16string_view text)
-{
-    jstring string =
-        env->NewString(reinterpret_cast<const jchar*>(text.data()), static_cast<jsize>(text.size()));
-    if (env->ExceptionCheck()) {
-        env->ExceptionClear();
-        ADD_FAILURE() << "NewString failed";
-    }
-    return string;
-}
-
-std::u16string units(JNIEnv* env, jstring string)
-{
-    std::u16string result(static_cast<std::size_t>(env->GetStringLength(string)), u'\0');
-    env->GetStringRegion(string, 0, static_cast<jsize>(result.size()),
-                         reinterpret_cast<jchar*>(result.data()));
-    return result;
-}
-
-std::string utf8(JNIEnv* env, jstring string)
-{
-    return toUtf8(units(env, string));
-}
-
+// Conversions between standard UTF-8, UTF-16 and code points; malformed UTF-8 fails the test
+// (the fixtures never need it through these helpers).
 std::u32string decodeUtf8(std::string_view text)
 {
     std::u32string points;
@@ -256,6 +142,83 @@ std::string toUtf8(std::u32string_view points)
     return text;
 }
 
+} // namespace
+
+void ExpectPending(JNIEnv* env, const char* className, const char* message, std::source_location where)
+{
+    takeExpected(env, className, true, message, where);
+}
+
+void ExpectPendingClass(JNIEnv* env, const char* className, std::source_location where)
+{
+    takeExpected(env, className, false, nullptr, where);
+}
+
+void ExpectNoPending(JNIEnv* env, std::source_location where)
+{
+    if (std::optional<ThrowableText> pending = takePending(env, true)) {
+        fail(where, "unexpected pending exception " + pending->className + ": " + show(pending->message));
+    }
+}
+
+jthrowable makeThrowable(JNIEnv* env, const char* className, const char* message)
+{
+    std::string name = className;
+    std::replace(name.begin(), name.end(), '.', '/');
+    jclass throwableClass = env->FindClass(name.c_str());
+    jmethodID constructor = throwableClass != nullptr
+                                ? env->GetMethodID(throwableClass, "<init>", "(Ljava/lang/String;)V")
+                                : nullptr;
+    if (constructor == nullptr) {
+        env->ExceptionClear();
+        env->DeleteLocalRef(throwableClass);
+        ADD_FAILURE() << "makeThrowable: no " << name << "(String)";
+        return nullptr;
+    }
+    jvalue argument{.l = message != nullptr ? jstr(env, message) : nullptr};
+    auto throwable = static_cast<jthrowable>(env->NewObjectA(throwableClass, constructor, &argument));
+    ExpectNoPending(env);
+    env->DeleteLocalRef(argument.l);
+    env->DeleteLocalRef(throwableClass);
+    return throwable;
+}
+
+jclass findClass(JNIEnv* env, const char* name, std::source_location where)
+{
+    jclass found = env->FindClass(name);
+    if (found == nullptr) {
+        env->ExceptionClear();
+        fail(where, std::string("class ") + name + " not found");
+    }
+    return found;
+}
+
+jstring jstr(JNIEnv* env, std::string_view text)
+{
+    return jstr(env, std::u16string_view(toUtf16(text)));
+}
+
+jstring jstr(JNIEnv* env, std::u16string_view text)
+{
+    jstring string =
+        env->NewString(reinterpret_cast<const jchar*>(text.data()), static_cast<jsize>(text.size()));
+    ExpectNoPending(env);
+    return string;
+}
+
+std::u16string units(JNIEnv* env, jstring string)
+{
+    std::u16string result(static_cast<std::size_t>(env->GetStringLength(string)), u'\0');
+    env->GetStringRegion(string, 0, static_cast<jsize>(result.size()),
+                         reinterpret_cast<jchar*>(result.data()));
+    return result;
+}
+
+std::string utf8(JNIEnv* env, jstring string)
+{
+    return toUtf8(units(env, string));
+}
+
 std::string toUtf8(std::u16string_view units)
 {
     std::u32string points;
@@ -272,6 +235,45 @@ std::string toUtf8(std::u16string_view units)
         }
     }
     return toUtf8(std::u32string_view(points));
+}
+
+KsRef<ksString> ksStr(std::string_view text)
+{
+    std::u32string points = decodeUtf8(text);
+    static_assert(sizeof(char32_t) == sizeof(KS_CHAR));
+    return KsRef<ksString>(ksStringCreateFromChars(reinterpret_cast<const KS_CHAR*>(points.data()),
+                                                   static_cast<KS_INT>(points.size())));
+}
+
+std::vector<std::string> Trace::lines() const
+{
+    std::vector<std::string> result;
+    KS_INT count = lgStreamLineCount(stream_);
+    for (KS_INT index = 0; index < count; ++index) {
+        KsRef<ksString> line(lgStreamLineAt(stream_, index));
+        result.push_back(utf8(line.get()));
+    }
+    return result;
+}
+
+std::string utf8(const ksString* string)
+{
+    if (string == nullptr) {
+        return "<NULL ksString>";
+    }
+    char* text = ksStringToUtf8Cstr(string);
+    std::string result = text;
+    ksMemFree(text);
+    return result;
+}
+
+std::u32string codePoints(const ksString* string)
+{
+    if (string == nullptr) {
+        return {};
+    }
+    const KS_CHAR* chars = ksStringBacking(string);
+    return std::u32string(chars, chars + ksStringLength(string));
 }
 
 } // namespace ven::test

@@ -75,17 +75,13 @@
 // Entries that newer JDK headers append to the table.
 #if defined(JNI_VERSION_21)
 #define VEN_TEST_JNI_ENTRIES_21(E) E(IsVirtualThread)
-#define VEN_TEST_JNI_ENTRY_COUNT_21 1
 #else
 #define VEN_TEST_JNI_ENTRIES_21(E)
-#define VEN_TEST_JNI_ENTRY_COUNT_21 0
 #endif
 #if defined(JNI_VERSION_24)
 #define VEN_TEST_JNI_ENTRIES_24(E) E(GetStringUTFLengthAsLong)
-#define VEN_TEST_JNI_ENTRY_COUNT_24 1
 #else
 #define VEN_TEST_JNI_ENTRIES_24(E)
-#define VEN_TEST_JNI_ENTRY_COUNT_24 0
 #endif
 
 #define VEN_TEST_JNI_ENTRIES(E)                                                                              \

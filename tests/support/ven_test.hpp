@@ -5,10 +5,8 @@
 
 #include <jni.h>
 
-#include <cstddef>
 #include <optional>
 #include <source_location>
-#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -30,25 +28,14 @@ namespace ven::test
 JavaVM* jvm();
 JNIEnv* mainEnv();
 
-// The feature version of the running JVM (17, 25, ...).
-int javaMajorVersion();
-
 // Every line the JVM has printed through its vfprintf hook so far (also echoed to stderr).
 std::vector<std::string> jvmOutput();
-std::size_t jvmOutputLineCount();
 
 // ---- Warnings the system causes by design ---------------------------------------------
 
-// One kind of checker warning that a required behaviour provokes: the text the warning line
-// contains, the rule that makes it unavoidable, and whether a test must declare it with an
-// ExpectJniWarning guard or it is let pass everywhere. The registry is knownJniWarnings().
-struct KnownJniWarning {
-    enum class Scope { guarded, everywhere };
-    const char* text;
-    const char* reason;
-    Scope scope;
-};
-// An argument failure raised while another exception is pending (guarded).
+// The two checker warnings that required behaviours provoke, and the rule behind each.
+// An argument failure raised while another exception is pending throws the new
+// IllegalArgumentException through ThrowNew with the old one still pending (guarded).
 inline constexpr const char* kExceptionPendingWarning = "JNI call made with exception pending";
 // The exception check a checked-result wrapper makes right after GetStringCritical or
 // GetPrimitiveArrayCritical, inside the region (let pass everywhere: every such call on a
@@ -57,14 +44,12 @@ inline constexpr const char* kExceptionPendingWarning = "JNI call made with exce
 // Latin-1; it copies a Latin-1 string, and then there is no region and no warning.
 inline constexpr const char* kCriticalRegionWarning =
     "Calling other JNI functions in the scope of Get/ReleasePrimitiveArrayCritical";
-std::span<const KnownJniWarning> knownJniWarnings();
 
-// While alive, JVM warning lines containing `text` do not fail the test; `text` must be a
-// guarded entry of the registry, and at least one such warning must appear before the guard ends (the
-// checker reports synchronously, so the statement that provokes it lies inside the scope).
-// `why` names the rule the test exercises. Any other line with "warning" in any case, unless
-// registered as let pass everywhere, fails the running test (checked JNI writes both "WARNING in native
-// method: ..." and "Warning: Calling other JNI functions ...").
+// While alive, JVM warning lines containing `text` (one of the two above) do not fail the test,
+// and at least one must appear before the guard ends (the checker reports synchronously, so the
+// statement that provokes it lies inside the scope); `why` names the rule the test exercises.
+// Any other line with "warning" in any case, unless let pass everywhere, fails the running test
+// (checked JNI writes both "WARNING in native method: ..." and "Warning: Calling other ...").
 class ExpectJniWarning
 {
   public:
@@ -75,8 +60,7 @@ class ExpectJniWarning
     ExpectJniWarning& operator=(const ExpectJniWarning&) = delete;
 
     const std::string& text() const { return text_; }
-    int seen() const;
-    void noteSeen();
+    void noteSeen() { ++seen_; } // under the capture lock
 
   private:
     std::string text_;
@@ -88,32 +72,25 @@ class ExpectJniWarning
 
 // ---- One local frame per test ---------------------------------------------------------
 
-// A local frame on `env` with room for `capacity` references. close() (or the destructor)
-// fails the test if an exception is pending (describing and clearing it) or if the number of
-// live ks objects differs from the start, then pops the frame. HotSpot 17's checked JNI warns
-// (failing the test) once the frame holds about capacity + 33 references; HotSpot 25 no longer
-// checks local capacity, so there leaks show only through FaultEnv ledgers. A Trace keeps its
-// lines as ks strings: one that outlives the frame (a fixture member, or declared before the
-// frame) must be reset() before the frame closes.
+// A local frame on `env` with room for 64 references. close() (or the destructor) fails the test
+// if an exception is pending (describing and clearing it) or if the number of live ks objects
+// differs from the start, then pops the frame. HotSpot 17's checked JNI warns (failing the test)
+// once the frame holds about 97 references; HotSpot 25 no longer checks local capacity, so there
+// leaks show only through FaultEnv ledgers. A Trace keeps its lines as ks strings: one that
+// outlives the frame must be reset() before the frame closes.
 class TestFrame
 {
   public:
-    static constexpr jint kCapacity = 64;
-
-    explicit TestFrame(JNIEnv* env, jint capacity = kCapacity);
-    ~TestFrame();
+    explicit TestFrame(JNIEnv* env);
+    ~TestFrame() { close(); }
     TestFrame(const TestFrame&) = delete;
     TestFrame& operator=(const TestFrame&) = delete;
-
     void close();
-    // Turns the ks object count check off; `why` says what keeps objects alive on purpose.
-    void allowKsObjectLeak(const char* why);
 
   private:
     JNIEnv* env_;
     KS_INT ksObjectsAtStart_;
     bool open_ = false;
-    bool checkKsObjects_ = true;
 };
 
 // Fixture of the JVM suites: `env` is the main thread's JNIEnv and each test runs in its own
@@ -123,7 +100,6 @@ class JvmTest : public ::testing::Test
   protected:
     void SetUp() override;
     void TearDown() override;
-    void allowKsObjectLeak(const char* why) { frame_->allowKsObjectLeak(why); }
 
     JNIEnv* env = nullptr;
 
@@ -140,7 +116,6 @@ struct AbortRecord {
     int line = 0;
     std::optional<std::string> condition;
 };
-std::string describe(const AbortRecord& record);
 
 // Thrown by the harness's abort hook (installed for the whole run) so that a fatal or
 // consistency check unwinds back to the test instead of stopping the process.
@@ -157,8 +132,6 @@ class VenAbort : public std::exception
 };
 
 void installAbortHook();
-// For death tests: inside the child, lets ks___Abort really stop the process.
-void removeAbortHook();
 
 // Runs `body`; the record of the ks___Abort that ended it, or nothing if it returned.
 template <typename Body> std::optional<AbortRecord> catchAbort(Body&& body)
@@ -200,26 +173,21 @@ template <typename Body> std::optional<AbortRecord> catchAbort(Body&& body)
 class Trace
 {
   public:
-    Trace();
-    ~Trace();
+    Trace() = default;
+    ~Trace() { lgStreamDestroy(stream_); }
     Trace(const Trace&) = delete;
     Trace& operator=(const Trace&) = delete;
 
     lgStream* get() const { return stream_; }
     std::vector<std::string> lines() const; // UTF-8
-    bool notable() const;
-    void reset();
+    bool notable() const { return lgStreamNotable(stream_) != KS_FALSE; }
+    void reset() { lgStreamReset(stream_); }
 
   private:
-    lgStream* stream_;
+    lgStream* stream_ = lgStreamCreate(nullptr);
 };
 
 // ---- Java exceptions ------------------------------------------------------------------
-
-// The pending exception's class name ("java.lang.IllegalArgumentException"), or "" when
-// nothing is pending; and its getMessage() (nullopt for null). Both leave it pending.
-std::string pendingClassName(JNIEnv* env);
-std::optional<std::string> pendingMessage(JNIEnv* env);
 
 // Asserts that an exception of exactly this class with this message (nullptr: a null
 // message) is pending, then clears it. The failure is reported at the caller's line.
@@ -247,12 +215,8 @@ jstring jstr(JNIEnv* env, std::u16string_view units);
 std::u16string units(JNIEnv* env, jstring string);
 std::string utf8(JNIEnv* env, jstring string);
 
-// Conversions between standard UTF-8, UTF-16 and code points. Malformed UTF-8 and lone
-// surrogates fail the test (the fixtures never need them through these helpers).
-std::u32string decodeUtf8(std::string_view utf8);
-std::u16string toUtf16(std::string_view utf8);
+// UTF-16 as standard UTF-8; a lone surrogate fails the test.
 std::string toUtf8(std::u16string_view units);
-std::string toUtf8(std::u32string_view codePoints);
 
 // ---- ks objects -----------------------------------------------------------------------
 

@@ -1,0 +1,380 @@
+// The ks and lg stand-ins: reference counts, memory, buffers, vectors, strings in (modified)
+// UTF-8, the formatter, the encapsulation test, the process stop and trace streams.
+#include "ks/ks.h"
+#include "lg/lg.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <functional>
+#include <memory>
+#include <set>
+#include <string>
+#include <thread>
+#include <tuple>
+#include <vector>
+
+namespace
+{
+
+struct Release {
+    void operator()(void* obj) const { ksObjRelease(obj); }
+};
+template <typename T> using Ref = std::unique_ptr<T, Release>;
+using StringRef = Ref<ksString>;
+using Chars = std::vector<KS_CHAR>;
+
+// The text of a C string that ks made, which it then frees.
+std::string take(char* text)
+{
+    std::string result(text);
+    ksMemFree(text);
+    return result;
+}
+std::string utf8(const ksString* string)
+{
+    return take(ksStringToUtf8Cstr(string));
+}
+StringRef str(const char* text)
+{
+    return StringRef(ksStringCreateFromCstr(text, -1));
+}
+Chars chars(const ksString* string)
+{
+    return Chars(ksStringBacking(string), ksStringBacking(string) + ksStringLength(string));
+}
+
+// The hook throws what it saw as `"message" path:line "condition"`, NULL spelled NULL.
+std::string quoted(const char* text)
+{
+    return text ? '"' + std::string(text) + '"' : "NULL";
+}
+void throwingHook(const char* message, const char* path, int line, const char* condition)
+{
+    throw quoted(message) + " " + path + ":" + std::to_string(line) + " " + quoted(condition);
+}
+
+// NULL is ignored, 2 -> 1 does not free, and of racing releases the last frees exactly once.
+TEST(KsRefCount, ReleaseFreesExactlyOnceAcrossThreads)
+{
+    KS_INT live = ksObjLiveCount();
+    ksObjRelease(nullptr);
+    ksVector* vector = ksVectorCreate();
+    ksObjRetain(vector);
+    ksObjRelease(vector);
+    EXPECT_EQ(ksObjRefCount(vector), 1);
+    EXPECT_EQ(ksObjLiveCount(), live + 1);
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 8; ++t) {
+        ksObjRetain(vector);
+        threads.emplace_back([vector] {
+            for (int i = 0; i < 200000; ++i) {
+                ksObjRetain(vector);
+                ksObjRelease(vector);
+            }
+            ksObjRelease(vector);
+        });
+    }
+    ksObjRelease(vector);
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(ksObjLiveCount(), live);
+}
+
+TEST(KsMem, BuffersAdoptOrCopyAndAreNeverWithoutBacking)
+{
+    ksMemFree(nullptr);
+    unsigned char bytes[2] = {1, 2};
+    Ref<ksBuffer> copy(ksBufferCreateFromBytesCopy(bytes, 2));
+    bytes[0] = 9;
+    EXPECT_EQ(std::memcmp(ksBufferBacking(copy.get()), "\x01\x02", 2), 0);
+    void* block = ksMemAlloc(3);
+    Ref<ksBuffer> used(ksBufferCreateFromBytesUse(block, 3));
+    EXPECT_EQ(ksBufferBacking(used.get()), block);
+    for (ksBuffer* empty : {ksBufferCreateFromBytesCopy(nullptr, 0), ksBufferCreateFromBytesUse(nullptr, 0),
+                            ksBufferCreateFromBytesUse(ksMemAlloc(0), 0)}) {
+        EXPECT_EQ(ksBufferLength(empty), 0);
+        EXPECT_NE(ksBufferBacking(empty), nullptr);
+        ksObjRelease(empty);
+    }
+    EXPECT_EQ(ksIntMin(INT64_MIN, INT64_MAX), INT64_MIN);
+}
+
+// The bridges read an element as ksStringFrom(ksVectorObjAt(...)): one reference in, one out.
+TEST(KsVector, NullElementsRetainingAccessAndStringFrom)
+{
+    KS_INT live = ksObjLiveCount();
+    Ref<ksVector> vector(ksVectorCreate());
+    StringRef a = str("a");
+    ksVectorAppend(vector.get(), nullptr);
+    for (int i = 0; i < 11; ++i) { // past the first growth of the element block
+        ksVectorAppend(vector.get(), a.get());
+    }
+    ASSERT_EQ(ksVectorLength(vector.get()), 12);
+    EXPECT_EQ(ksVectorObjAt(vector.get(), 0), nullptr);
+    StringRef element(ksStringFrom(ksVectorObjAt(vector.get(), 11)));
+    EXPECT_EQ(element.get(), a.get());
+    EXPECT_EQ(ksObjRefCount(a.get()), 13);
+    element.reset();
+    vector.reset();
+    EXPECT_EQ(ksObjRefCount(a.get()), 1) << "freeing the vector releases its elements";
+    a.reset();
+    EXPECT_EQ(ksStringFrom(nullptr), nullptr);
+    EXPECT_EQ(ksStringFrom(reinterpret_cast<ksObj*>(ksBufferCreateFromBytesCopy("x", 1))), nullptr);
+    EXPECT_EQ(ksObjLiveCount(), live) << "a non-string is released";
+}
+
+TEST(KsExecCheck, KnowsTheModuleOfAnAddress)
+{
+    StringRef empty(ksStringCreate());
+    const void* data = ksStringBacking(empty.get());
+    const void* code = reinterpret_cast<const void*>(&ksIntMin);
+    const void* lgCode = reinterpret_cast<const void*>(&lgStreamCreate);
+    int local = 0;
+    const std::tuple<const void*, const char*, KS_BOOL> rows[] = {
+        {data, "ks", KS_TRUE},    {code, "ks", KS_TRUE},    {lgCode, "lg", KS_TRUE},
+        {lgCode, "ks", KS_FALSE}, {data, "k", KS_FALSE},    {data, "ks.so", KS_FALSE},
+        {data, "", KS_FALSE},     {&local, "ks", KS_FALSE}, {nullptr, "ks", KS_FALSE},
+        {data, nullptr, KS_FALSE}};
+    for (const auto& [address, module, expected] : rows) {
+        EXPECT_EQ(ks___ExecCheckEncapsulated(address, module), expected)
+            << address << " in " << quoted(module);
+    }
+}
+
+// Without a hook, and with one that returns, the process prints its line and really stops.
+TEST(KsAbortDeathTest, PrintsTheLineAndStops)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(ks___Abort(nullptr, "source/ven/ven_wrapper", 57, "name"), testing::KilledBySignal(SIGABRT),
+                "^source/ven/ven_wrapper:57: name\n$");
+    EXPECT_EXIT(
+        {
+            ksAbortSetHook([](const char*, const char* path, int line, const char*) {
+                std::fprintf(stderr, "hook: %s %d\n", path, line);
+            });
+            ks___Abort("a <> b", "source/ven/ven_wrapper", 301, nullptr);
+        },
+        testing::KilledBySignal(SIGABRT),
+        "^hook: source/ven/ven_wrapper 301\nsource/ven/ven_wrapper:301: a <> b\n$");
+}
+
+// The hook sees the arguments and may throw, also through the stand-ins' own frames.
+TEST(KsAbortHook, ThrowsThroughTheLibraries)
+{
+    StringRef string = str("text");
+    lgStream* stream = lgStreamCreate(nullptr);
+    const std::pair<std::function<void()>, const char*> rows[] = {
+        {[] { ksMemAlloc(INT64_MAX); }, "\"ksMemAlloc: out of memory\" source/ks/ks_mem:44 NULL"},
+        {[&] { ksStringConvertToCstr(string.get(), 2, nullptr); },
+         "\"ksStringConvertToCstr: mode 1 is the only mode\" source/ks/ks_string:36 NULL"},
+        {[&] { lgStreamLineAt(stream, 0); },
+         "NULL source/lg/lg_stream:40 \"index >= 0 && index < lgStreamLineCount(stream)\""}};
+    ksAbortHook previous = ksAbortSetHook(throwingHook);
+    for (const auto& [call, expected] : rows) {
+        try {
+            call();
+            ADD_FAILURE() << expected << ": returned";
+        } catch (const std::string& seen) {
+            EXPECT_EQ(seen, expected);
+        }
+    }
+    ksAbortSetHook(previous);
+    lgStreamTextFormatCstr(stream, "the lock was let go while unwinding", -1);
+    EXPECT_EQ(lgStreamLineCount(stream), 1);
+    lgStreamDestroy(stream);
+}
+
+// A block with room for 5 holds a string of 3; appending must not trust room it was not told of.
+TEST(KsString, CreateFromCharsUseAndEmptyStrings)
+{
+    KS_INT live = ksObjLiveCount();
+    auto* block = static_cast<KS_CHAR*>(ksMemAllocN(5, sizeof(KS_CHAR)));
+    std::memcpy(block, U"abcXY", 5 * sizeof(KS_CHAR));
+    ksString* string = ksStringCreateFromCharsUse(block, 3);
+    EXPECT_EQ(ksStringBacking(string), block);
+    EXPECT_EQ(chars(string), (Chars{'a', 'b', 'c'}));
+    ksStringAppendCstr(&string, "defghij", -1);
+    EXPECT_EQ(utf8(string), "abcdefghij");
+    ksObjRelease(string);
+    EXPECT_NE(ksStringBacking(StringRef(ksStringCreate()).get()), nullptr);
+    EXPECT_EQ(ksObjLiveCount(), live);
+}
+
+// -1 takes a C string up to its NUL, another length exactly that many bytes.
+TEST(KsString, CstrLengthsAndAppending)
+{
+    KS_INT live = ksObjLiveCount();
+    const char text[] = "hello\0world";
+    EXPECT_EQ(utf8(str(text).get()), "hello");
+    EXPECT_EQ(chars(StringRef(ksStringCreateFromCstr(text, 7)).get()),
+              (Chars{'h', 'e', 'l', 'l', 'o', 0, 'w'}));
+    ksString* variable = nullptr;
+    ksStringAppendCstr(&variable, "ab", -1);
+    ksStringAppendCstr(&variable, text, -1);
+    ksStringAppendCstr(&variable, "world", 2);
+    ksString* other = variable; // shared: appending puts a new string into the variable
+    ksObjRetain(other);
+    ksStringAppendCstr(&variable, " + mine", -1);
+    EXPECT_NE(variable, other);
+    EXPECT_EQ(utf8(variable), "abhellowo + mine");
+    EXPECT_EQ(utf8(other), "abhellowo");
+    EXPECT_EQ(ksObjRefCount(other), 1) << "the variable's old reference is released";
+    ksObjRelease(other);
+    ksObjRelease(variable);
+    EXPECT_EQ(ksObjLiveCount(), live);
+}
+
+// Standard and modified UTF-8 in (NUL as C0 80, pairs of encoded surrogates joined, lone ones
+// kept); every byte of a malformed sequence becomes U+FFFD.
+TEST(KsString, DecodesUtf8AndModifiedUtf8)
+{
+    const std::pair<std::string, Chars> rows[] = {{"\xC3\xA9", {0xE9}},
+                                                  {"\xF0\x9F\x98\x80", {0x1F600}},
+                                                  {"\xF4\x8F\xBF\xBF", {0x10FFFF}},
+                                                  {"a\xC0\x80z", {'a', 0, 'z'}},
+                                                  {"\xED\xA0\xBD\xED\xB8\x80", {0x1F600}},
+                                                  {"\xED\xA0\xBDx", {0xD83D, 'x'}},
+                                                  {"\xED\xB8\x80\xED\xA0\xBD", {0xDE00, 0xD83D}},
+                                                  {"\x80z", {0xFFFD, 'z'}},
+                                                  {"\xF0\x9F\x98", {0xFFFD, 0xFFFD, 0xFFFD}},
+                                                  {"\xC0\xAF", {0xFFFD, 0xFFFD}},
+                                                  {"\xE0\x80\xAF", {0xFFFD, 0xFFFD, 0xFFFD}},
+                                                  {"\xF4\x90\x80\x80", {0xFFFD, 0xFFFD, 0xFFFD, 0xFFFD}}};
+    for (const auto& [bytes, expected] : rows) {
+        StringRef string(ksStringCreateFromCstr(bytes.data(), static_cast<KS_INT>(bytes.size())));
+        EXPECT_EQ(chars(string.get()), expected) << testing::PrintToString(bytes);
+    }
+}
+
+// Mode 1 writes modified UTF-8 that reads back to the same code points; ksStringToUtf8Cstr
+// writes standard UTF-8, NUL included.
+TEST(KsString, EncodesModifiedAndStandardUtf8)
+{
+    const std::tuple<Chars, std::string, std::string> rows[] = {
+        {{'a', 0, 'z'}, "a\xC0\x80z", std::string("a\0z", 3)},
+        {{0x7FF}, "\xDF\xBF", "\xDF\xBF"},
+        {{0xFFFF}, "\xEF\xBF\xBF", "\xEF\xBF\xBF"},
+        {{0x10000}, "\xED\xA0\x80\xED\xB0\x80", "\xF0\x90\x80\x80"},
+        {{0x1F600}, "\xED\xA0\xBD\xED\xB8\x80", "\xF0\x9F\x98\x80"},
+        {{0xD800, 'x'}, "\xED\xA0\x80x", "\xED\xA0\x80x"},
+        {{0x110000}, "\xEF\xBF\xBD", "\xEF\xBF\xBD"}};
+    for (const auto& [points, modified, standard] : rows) {
+        StringRef string(ksStringCreateFromChars(points.data(), static_cast<KS_INT>(points.size())));
+        EXPECT_EQ(take(ksStringConvertToCstr(string.get(), 1, nullptr)), modified);
+        char* utf8 = ksStringToUtf8Cstr(string.get());
+        EXPECT_EQ(std::string(utf8, standard.size() + 1), standard + '\0') << modified;
+        ksMemFree(utf8);
+        if (points[0] <= 0x10FFFF) {
+            EXPECT_EQ(chars(str(modified.c_str()).get()), points) << modified;
+        }
+    }
+}
+
+std::string format(const char* text, KS_INT length, ...)
+{
+    va_list args;
+    va_start(args, length);
+    StringRef string(ksStringCreateFromFormatCstrArgList(text, length, args));
+    va_end(args);
+    return utf8(string.get());
+}
+
+// "%lc" a C string, "%s" a borrowed ksString, "%i" a KS_INT, "%%"; any other directive is text
+// and takes no argument; the length cuts the format, a directive cut in half included.
+TEST(KsFormat, Directives)
+{
+    StringRef message = str("java.lang.IllegalStateException: caf\xC3\xA9 \xF0\x9F\x98\x80");
+    const std::pair<std::string, const char*> rows[] = {
+        {format("[%lc()] Exception: %s", -1, "venCallIntMethod", message.get()),
+         "[venCallIntMethod()] Exception: java.lang.IllegalStateException: caf\xC3\xA9 \xF0\x9F\x98\x80"},
+        {format("<%i|%i|%i>", -1, KS_INT{0}, KS_INT{-42}, KS_INT{7}), "<0|-42|7>"},
+        {format("%i %i", -1, INT64_MAX, INT64_MIN), "9223372036854775807 -9223372036854775808"},
+        {format("100%% %%s %d %x %l %lx %c %", -1), "100% %s %d %x %l %lx %c %"},
+        {format("%d=%i", -1, KS_INT{5}), "%d=5"},
+        {format("%lc and %s", -1, nullptr, nullptr), "(null) and (null)"},
+        {format("ab%i tail", 4, KS_INT{9}), "ab9"},
+        {format("ab%lc", 4, "unused"), "ab%l"},
+        {format("anything", 0), ""}};
+    for (const auto& [got, expected] : rows) {
+        EXPECT_EQ(got, expected);
+    }
+    EXPECT_EQ(ksObjRefCount(message.get()), 1) << "%s borrows its string";
+}
+
+std::vector<std::string> lines(const lgStream* stream)
+{
+    std::vector<std::string> result;
+    for (KS_INT i = 0; i < lgStreamLineCount(stream); ++i) {
+        result.push_back(utf8(StringRef(lgStreamLineAt(stream, i)).get()));
+    }
+    return result;
+}
+
+// Modified UTF-8 in, standard UTF-8 out, in the lines and in the echo.
+TEST(LgStream, LinesEchoNotableAndReset)
+{
+    KS_INT live = ksObjLiveCount();
+    FILE* echo = std::tmpfile();
+    ASSERT_NE(echo, nullptr);
+    lgStream* stream = lgStreamCreate(echo);
+    StringRef text = str("java.lang.RuntimeException: \xED\xA0\xBD\xED\xB8\x80");
+    lgStreamTextFormatCstr(stream, "[%lc()] Exception: %s", -1, "venFindClass", text.get());
+    lgStreamTextFormatCstr(stream, "[%lc()] error occured: %i", -1, "venNewIntArray", KS_INT{-3});
+    lgStreamTextFormatCstr(stream, "cut here", 3);
+    lgStreamTextFormatCstr(stream, "", -1);
+    const char* expected[] = {"[venFindClass()] Exception: java.lang.RuntimeException: \xF0\x9F\x98\x80",
+                              "[venNewIntArray()] error occured: -3", "cut", ""};
+    EXPECT_EQ(lines(stream), std::vector<std::string>(std::begin(expected), std::end(expected)));
+    EXPECT_EQ(lgStreamNotable(stream), KS_FALSE) << "writing alone marks nothing";
+    lgStreamSetNotable(stream);
+    EXPECT_EQ(lgStreamNotable(stream), KS_TRUE);
+
+    StringRef first(lgStreamLineAt(stream, 0));
+    EXPECT_EQ(ksObjRefCount(first.get()), 2) << "the stream and the reader both hold it";
+    lgStreamReset(stream);
+    EXPECT_EQ(lgStreamLineCount(stream), 0);
+    EXPECT_EQ(lgStreamNotable(stream), KS_FALSE);
+    EXPECT_EQ(ksObjRefCount(first.get()), 1) << "reset releases the stream's references";
+    lgStreamTextFormatCstr(stream, "gone with the stream", -1);
+    lgStreamDestroy(stream);
+    first.reset();
+    text.reset();
+    EXPECT_EQ(ksObjLiveCount(), live) << "destroying a stream releases its lines";
+    lgStreamTextFormatCstr(nullptr, "NULL: no tracing", -1);
+
+    std::rewind(echo);
+    std::string echoed(128, '\0');
+    echoed.resize(std::fread(echoed.data(), 1, echoed.size(), echo));
+    std::fclose(echo);
+    EXPECT_EQ(echoed, std::string(expected[0]) + "\n" + expected[1] + "\ncut\n\ngone with the stream\n");
+}
+
+TEST(LgStream, ConcurrentWritersLoseNoLine)
+{
+    lgStream* stream = lgStreamCreate(nullptr);
+    std::set<std::string> expected;
+    std::vector<std::thread> threads;
+    for (KS_INT t = 0; t < 8; ++t) {
+        threads.emplace_back([stream, t] {
+            for (KS_INT i = 0; i < 10000; ++i) {
+                lgStreamTextFormatCstr(stream, "%i.%i", -1, t, i);
+            }
+        });
+        for (int i = 0; i < 10000; ++i) {
+            expected.insert(std::to_string(t) + "." + std::to_string(i));
+        }
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    std::vector<std::string> all = lines(stream);
+    EXPECT_EQ(all.size(), expected.size());
+    EXPECT_EQ(std::set<std::string>(all.begin(), all.end()), expected);
+    lgStreamDestroy(stream);
+}
+
+} // namespace
