@@ -1,11 +1,10 @@
 // The benchmarks' JVM and the Java objects the rows use. The test harness starts its JVM
 // with checked JNI; this one must run JNI at full speed, with the heap touched up front and
 // of a fixed size, so that page faults and heap growth stay out of the figures.
-#include <dlfcn.h>
-
 #include <vector>
 
 #include "bench.hpp"
+#include "jvmhost.hpp"
 
 namespace ven::bench
 {
@@ -42,32 +41,13 @@ std::string jvmOptionsText(const std::string& classPath)
 
 JNIEnv* startJvm(const std::string& jdkHome, const std::string& classPath, std::string& error)
 {
-    const std::string library = jdkHome + "/lib/server/libjvm.so";
-    void* handle = dlopen(library.c_str(), RTLD_NOW | RTLD_GLOBAL);
-    if (handle == nullptr) {
-        error = "cannot load " + library + ": " + dlerror();
-        return nullptr;
+    std::vector<jvmhost::Option> options;
+    for (const std::string& option : jvmOptions(classPath)) {
+        options.push_back({option});
     }
-    using CreateJavaVm = jint(JNICALL*)(JavaVM**, void**, void*);
-    auto create = reinterpret_cast<CreateJavaVm>(dlsym(handle, "JNI_CreateJavaVM"));
-    if (create == nullptr) {
-        error = library + " has no JNI_CreateJavaVM";
-        return nullptr;
-    }
-    std::vector<std::string> texts = jvmOptions(classPath);
-    std::vector<JavaVMOption> options;
-    for (std::string& text : texts) {
-        options.push_back({text.data(), nullptr});
-    }
-    JavaVMInitArgs args{};
-    args.version = JNI_VERSION_1_8;
-    args.nOptions = static_cast<jint>(options.size());
-    args.options = options.data();
-    args.ignoreUnrecognized = JNI_FALSE;
-    JavaVM* vm = nullptr;
     JNIEnv* env = nullptr;
-    if (create(&vm, reinterpret_cast<void**>(&env), &args) != JNI_OK) {
-        error = "JNI_CreateJavaVM failed for " + jdkHome;
+    JavaVM* vm = jvmhost::createJavaVm(jdkHome, options, &env, error);
+    if (vm == nullptr) {
         return nullptr;
     }
     venSetJavaVm(vm);

@@ -1,11 +1,10 @@
 // Embedding example: a native program that creates a JVM in its own process, loads
 // libven through the module framework and uses the frame on two threads.
-#include <dlfcn.h>
-
 #include <cstdio>
 #include <string>
 #include <thread>
 
+#include "jvmhost.hpp"
 #include "modhost.h"
 #include "ven/frame.h"
 
@@ -13,21 +12,11 @@ namespace {
 
 JavaVM* createJavaVm(const std::string& jdkHome)
 {
-    const std::string libjvm = jdkHome + "/lib/server/libjvm.so";
-    void* library = dlopen(libjvm.c_str(), RTLD_NOW | RTLD_GLOBAL);
-    if (library == nullptr) {
-        std::fprintf(stderr, "cannot load %s: %s\n", libjvm.c_str(), dlerror());
-        return nullptr;
-    }
-    using CreateJavaVm = jint (*)(JavaVM**, void**, void*);
-    auto create = reinterpret_cast<CreateJavaVm>(dlsym(library, "JNI_CreateJavaVM"));
-    JavaVMOption options[] = {{const_cast<char*>("-Xrs"), nullptr}};
-    JavaVMInitArgs args{JNI_VERSION_1_8, 1, options, JNI_FALSE};
-    JavaVM* vm = nullptr;
     JNIEnv* env = nullptr;
-    if (create == nullptr || create(&vm, reinterpret_cast<void**>(&env), &args) != JNI_OK) {
-        std::fprintf(stderr, "cannot create the Java virtual machine\n");
-        return nullptr;
+    std::string error;
+    JavaVM* vm = jvmhost::createJavaVm(jdkHome, {{"-Xrs"}}, &env, error);
+    if (vm == nullptr) {
+        std::fprintf(stderr, "%s\n", error.c_str());
     }
     return vm;
 }

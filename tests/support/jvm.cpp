@@ -1,7 +1,6 @@
 // The test process's JVM: created once from the JDK named by VEN_TEST_JDK with checked JNI,
 // its output captured line by line; JVM warnings fail the running test unless an
 // ExpectJniWarning guard covers them. Also the per-test local frame and the suites' main().
-#include <dlfcn.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -12,6 +11,7 @@
 #include <mutex>
 #include <sstream>
 
+#include "jvmhost.hpp"
 #include "support/ven_test.hpp"
 #include "ven/frame.h"
 
@@ -129,40 +129,25 @@ class JvmEnvironment : public ::testing::Environment
         }
         std::string home = environmentOr("VEN_TEST_JDK", VEN_TEST_DEFAULT_JDK);
         std::string classPath = environmentOr("VEN_TEST_CLASSPATH", VEN_TEST_DEFAULT_CLASSPATH);
-        std::string library = home + "/lib/server/libjvm.so";
-        void* handle = dlopen(library.c_str(), RTLD_NOW | RTLD_GLOBAL);
-        ASSERT_NE(handle, nullptr) << "cannot load " << library << ": " << dlerror();
-        using CreateJavaVm = jint(JNICALL*)(JavaVM**, void**, void*);
-        auto create = reinterpret_cast<CreateJavaVm>(dlsym(handle, "JNI_CreateJavaVM"));
-        ASSERT_NE(create, nullptr) << library << " has no JNI_CreateJavaVM";
-
-        std::vector<std::string> texts = {
-            "-Xcheck:jni",
-            "-Djava.class.path=" + classPath,
-            "-Xrs",             // leave SIGINT/SIGTERM/SIGQUIT to the test process
-            "-XX:+UseSerialGC", // few JVM threads on a small machine
-            "-XX:-UsePerfData", // no hsperfdata files
-            "-Xmx256m",
+        std::vector<jvmhost::Option> options = {
+            {"-Xcheck:jni"},
+            {"-Djava.class.path=" + classPath},
+            {"-Xrs"},             // leave SIGINT/SIGTERM/SIGQUIT to the test process
+            {"-XX:+UseSerialGC"}, // few JVM threads on a small machine
+            {"-XX:-UsePerfData"}, // no hsperfdata files
+            {"-Xmx256m"},
         };
         std::istringstream extra(environmentOr("VEN_TEST_JVM_OPTIONS", ""));
         for (std::string option; extra >> option;) {
-            texts.push_back(option);
+            options.push_back({option});
         }
-        std::vector<JavaVMOption> options;
-        for (std::string& text : texts) {
-            options.push_back({text.data(), nullptr});
-        }
-        options.push_back({const_cast<char*>("vfprintf"), reinterpret_cast<void*>(&captureJvmOutput)});
-        options.push_back({const_cast<char*>("abort"), reinterpret_cast<void*>(&onJvmAbort)});
+        options.push_back({"vfprintf", reinterpret_cast<void*>(&captureJvmOutput)});
+        options.push_back({"abort", reinterpret_cast<void*>(&onJvmAbort)});
 
-        JavaVMInitArgs args{};
-        args.version = JNI_VERSION_1_8;
-        args.nOptions = static_cast<jint>(options.size());
-        args.options = options.data();
-        args.ignoreUnrecognized = JNI_FALSE;
         JNIEnv* env = nullptr;
-        jint status = create(&theVm, reinterpret_cast<void**>(&env), &args);
-        ASSERT_EQ(status, JNI_OK) << "JNI_CreateJavaVM failed for " << home;
+        std::string error;
+        theVm = jvmhost::createJavaVm(home, options, &env, error);
+        ASSERT_NE(theVm, nullptr) << error;
         theEnv = env;
         venSetJavaVm(theVm);
     }
