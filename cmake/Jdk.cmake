@@ -41,3 +41,18 @@ set(VEN_JAVAC "${VEN_JDK_HOME}/bin/javac")
 set(VEN_JAVA "${VEN_JDK_HOME}/bin/java")
 list(JOIN VEN_JDK_MAJORS ", " _majors)
 message(STATUS "JDKs found: ${_majors}; building with JDK ${VEN_JDK_MAJOR} at ${VEN_JDK_HOME}")
+
+# ven_add_java_classes(<target> <classes dir> <sources...>): a target that compiles the
+# Java sources into the classes directory with the build's javac, warnings as errors.
+function(ven_add_java_classes target classes)
+  set(stamp "${CMAKE_CURRENT_BINARY_DIR}/${target}.stamp")
+  add_custom_command(
+    OUTPUT "${stamp}"
+    COMMAND "${CMAKE_COMMAND}" -E rm -rf "${classes}"
+    COMMAND "${VEN_JAVAC}" --release 17 -Xlint:all -Werror -encoding UTF-8 -d "${classes}" ${ARGN}
+    COMMAND "${CMAKE_COMMAND}" -E touch "${stamp}"
+    DEPENDS ${ARGN}
+    COMMENT "Compiling the Java classes of ${target}"
+    VERBATIM)
+  add_custom_target(${target} ALL DEPENDS "${stamp}")
+endfunction()
