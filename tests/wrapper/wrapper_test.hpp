@@ -5,7 +5,9 @@
 #include <cstdarg>
 #include <cstdint>
 #include <cstring>
+#include <functional>
 #include <string>
+#include <vector>
 
 #include "support/ven_test.hpp"
 #include "ven/wrapper.h"
@@ -79,6 +81,86 @@ template <typename T> T valueIn(const jvalue& slot)
     return value;
 }
 
+// `good` at an argument position before `bad`, `invalid` from there on. An argument-check row
+// calls its wrapper so, which makes a check made out of order report a wrong line.
+template <typename T> T arg(int bad, int position, T good, T invalid = T{})
+{
+    return position < bad ? good : invalid;
+}
+
+// One row per wrapper: the line of its "env" check and the texts of all its argument checks,
+// which follow on consecutive lines; call(bad) fails the check at position `bad`.
+struct ArgChecks {
+    std::string function;
+    int envLine;
+    std::vector<const char*> texts;
+    std::function<void(int bad)> call;
+};
+
+// Expects every check of every row; returns how many it verified.
+inline int expectArgChecks(const std::vector<ArgChecks>& rows)
+{
+    int verified = 0;
+    for (const ArgChecks& row : rows) {
+        for (int bad = 0; bad < static_cast<int>(row.texts.size()); ++bad, ++verified) {
+            SCOPED_TRACE(row.function + " check " + std::to_string(bad));
+            EXPECT_VEN_ABORT(row.call(bad), kPath, row.envLine + bad, row.texts[bad]);
+        }
+    }
+    return verified;
+}
+
+// A check after the JNI call, reached through a FaultEnv that `arrange` makes misbehave: a
+// fatal check (condition text) or a consistency check (message), and the class of the
+// exception it leaves pending, if any.
+inline constexpr bool kCondition = false;
+inline constexpr bool kMessage = true;
+struct FaultCase {
+    std::string function;
+    int line;
+    bool isMessage;
+    std::string text;
+    std::function<void(FaultEnv&)> arrange;
+    std::function<void(JNIEnv* fake)> call;
+    const char* pending = nullptr;
+};
+
+inline int expectFaults(JNIEnv* env, const std::vector<FaultCase>& cases)
+{
+    for (const FaultCase& c : cases) {
+        SCOPED_TRACE(c.function + " line " + std::to_string(c.line));
+        FaultEnv fault(env);
+        c.arrange(fault);
+        if (c.isMessage) {
+            EXPECT_VEN_ABORT_MESSAGE(c.call(fault.env()), kPath, c.line, c.text.c_str());
+        } else {
+            EXPECT_VEN_ABORT(c.call(fault.env()), kPath, c.line, c.text.c_str());
+        }
+        if (c.pending != nullptr) {
+            ExpectPendingClass(env, c.pending);
+        } else {
+            ExpectNoPending(env);
+        }
+    }
+    return static_cast<int>(cases.size());
+}
+
+// Arrangements of a FaultCase.
+template <auto Member> void returnsNull(FaultEnv& fault)
+{
+    fault.returnNull<Member>();
+}
+template <auto Member, jint Value> void returnsValue(FaultEnv& fault)
+{
+    fault.returnValue<Member>(Value);
+}
+template <auto Member> void raisesOom(FaultEnv& fault)
+{
+    fault.raiseOutOfMemory<Member>();
+}
+inline void behaves(FaultEnv&) {}
+
+// ---- old, to go
 // A field or method lookup: its checks on four lines from `envLine`, a consistency check,
 // and a member, name and signature that exist in `clazz`.
 template <typename Id> struct Lookup {
