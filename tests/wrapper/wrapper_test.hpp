@@ -82,7 +82,8 @@ template <typename T> T valueIn(const jvalue& slot)
 }
 
 // `good` at an argument position before `bad`, `invalid` from there on. An argument-check row
-// calls its wrapper so, which makes a check made out of order report a wrong line.
+// calls its wrapper so (the last checked argument is thus always invalid), which makes a check
+// made out of order report a wrong line.
 template <typename T> T arg(int bad, int position, T good, T invalid = T{})
 {
     return position < bad ? good : invalid;

@@ -1,0 +1,362 @@
+// The string and array wrappers: every argument check and every check a misbehaving JNI can
+// reach, from tables of the required lines; exact units and bytes, release modes, index
+// failures and the saved pending exception.
+#include <climits>
+#include <cstdint>
+
+#include "wrapper/wrapper_test.hpp"
+
+namespace ven::test::wrapper
+{
+namespace
+{
+
+// Calls `fn` with each argument converted to its parameter type.
+template <typename R, typename... P, typename... A> R cast(R (*fn)(P...), A... args)
+{
+    return fn(static_cast<P>(args)...);
+}
+
+// The five functions of one primitive element type, with arrays and buffers type-erased.
+struct ArrayType {
+    const char* type;
+    std::size_t width;
+    int newLine, elementsLine, releaseLine, getRegionLine, setRegionLine;
+    jarray (*make)(JNIEnv*, jsize);
+    void* (*elements)(JNIEnv*, jarray, jboolean*);
+    void (*release)(JNIEnv*, jarray, void*, jint);
+    jboolean (*getRegion)(JNIEnv*, jarray, jsize, jsize, void*);
+    jboolean (*setRegion)(JNIEnv*, jarray, jsize, jsize, void*);
+    void (*nullNew)(FaultEnv&);
+    void (*nullElements)(FaultEnv&);
+};
+
+// clang-format off
+#define TEST_ARRAY_ROW(Type, type, newLine, elementsLine, releaseLine, getLine, setLine)                     \
+    {#Type, sizeof(type), newLine, elementsLine, releaseLine, getLine, setLine,                               \
+     [](JNIEnv* e, jsize n) -> jarray { return ven___New##Type##Array(e, n); },                              \
+     [](JNIEnv* e, jarray a, jboolean* c) -> void* { return cast(&ven___Get##Type##ArrayElements, e, a, c); },\
+     [](JNIEnv* e, jarray a, void* p, jint m) { cast(&ven___Release##Type##ArrayElements, e, a, p, m); },    \
+     [](JNIEnv* e, jarray a, jsize s, jsize n, void* p) { return cast(&ven___Get##Type##ArrayRegion, e, a, s, n, p); }, \
+     [](JNIEnv* e, jarray a, jsize s, jsize n, void* p) { return cast(&ven___Set##Type##ArrayRegion, e, a, s, n, p); }, \
+     &returnsNull<&Jni::New##Type##Array>, &returnsNull<&Jni::Get##Type##ArrayElements>}
+
+// The required "env" lines: New, GetElements, ReleaseElements, GetRegion, SetRegion.
+const ArrayType kArrayTypes[] = {
+    TEST_ARRAY_ROW(Boolean, jboolean, 4106, 4330, 4551, 4626, 4842),
+    TEST_ARRAY_ROW(Byte,    jbyte,    4134, 4358, 4560, 4653, 4869),
+    TEST_ARRAY_ROW(Char,    jchar,    4162, 4386, 4569, 4680, 4896),
+    TEST_ARRAY_ROW(Short,   jshort,   4190, 4414, 4578, 4707, 4923),
+    TEST_ARRAY_ROW(Int,     jint,     4218, 4442, 4587, 4734, 4950),
+    TEST_ARRAY_ROW(Long,    jlong,    4246, 4470, 4596, 4761, 4977),
+    TEST_ARRAY_ROW(Float,   jfloat,   4274, 4498, 4605, 4788, 5004),
+    TEST_ARRAY_ROW(Double,  jdouble,  4302, 4526, 4614, 4815, 5031),
+};
+// clang-format on
+
+constexpr const char* kMode = "mode == 0 || mode == JNI_COMMIT || mode == JNI_ABORT";
+constexpr jsize kLength = 4;
+
+// kLength elements of bytes valid for every type (booleans are 0 or 1).
+std::vector<unsigned char> patternFor(const ArrayType& t, unsigned char seed)
+{
+    std::vector<unsigned char> bytes(t.width * kLength);
+    for (std::size_t k = 0; k < bytes.size(); ++k) {
+        bytes[k] =
+            t.type == std::string("Boolean") ? (k + seed) % 2 : static_cast<unsigned char>(k * 37 + seed);
+    }
+    return bytes;
+}
+
+using WrapperStringsArrays = JvmTest;
+
+// Every argument check, in order; a negative release mode fails the mode check as well.
+// The last checked argument of a call is always invalid, so it is written as such.
+TEST_F(WrapperStringsArrays, EveryArgumentCheck)
+{
+    jstring s = jstr(env, "text");
+    jintArray ints = env->NewIntArray(1);
+    jchar chars[8] = {};
+    void* buf = chars; // never reaches JNI
+    std::vector<ArgChecks> rows = {
+        {"ven___NewString",
+         3756,
+         {"env", "unicodeChars || len == 0", "len >= 0"},
+         [&](int b) { ven___NewString(arg(b, 0, env), arg<const jchar*>(b, 1, chars), -1); }},
+        {"ven___NewStringUTF",
+         3847,
+         {"env", "bytes"},
+         [&](int b) { ven___NewStringUTF(arg(b, 0, env), nullptr); }},
+        {"ven___GetStringLength",
+         3785,
+         {"env", "string"},
+         [&](int b) { ven___GetStringLength(arg(b, 0, env), nullptr); }},
+        {"ven___GetStringUTFLength",
+         3875,
+         {"env", "string"},
+         [&](int b) { ven___GetStringUTFLength(arg(b, 0, env), nullptr); }},
+        {"ven___GetStringChars",
+         3811,
+         {"env", "string"},
+         [&](int b) { ven___GetStringChars(arg(b, 0, env), nullptr, nullptr); }},
+        {"ven___GetStringUTFChars",
+         3900,
+         {"env", "string"},
+         [&](int b) { ven___GetStringUTFChars(arg(b, 0, env), nullptr, nullptr); }},
+        {"ven___GetStringCritical",
+         3990,
+         {"env", "string"},
+         [&](int b) { ven___GetStringCritical(arg(b, 0, env), nullptr, nullptr); }},
+        {"ven___ReleaseStringChars",
+         3836,
+         {"env", "string", "chars"},
+         [&](int b) { ven___ReleaseStringChars(arg(b, 0, env), arg(b, 1, s), nullptr); }},
+        {"ven___ReleaseStringUTFChars",
+         3925,
+         {"env", "string", "utf"},
+         [&](int b) { ven___ReleaseStringUTFChars(arg(b, 0, env), arg(b, 1, s), nullptr); }},
+        {"ven___ReleaseStringCritical",
+         4015,
+         {"env", "string", "carray"},
+         [&](int b) { ven___ReleaseStringCritical(arg(b, 0, env), arg(b, 1, s), nullptr); }},
+        {"ven___GetStringRegion",
+         3936,
+         {"env", "str", "buf"},
+         [&](int b) { ven___GetStringRegion(arg(b, 0, env), arg(b, 1, s), 0, 1, nullptr); }},
+        {"ven___GetStringUTFRegion",
+         3963,
+         {"env", "str", "buf"},
+         [&](int b) { ven___GetStringUTFRegion(arg(b, 0, env), arg(b, 1, s), 0, 1, nullptr); }},
+        {"ven___GetArrayLength",
+         4026,
+         {"env", "array"},
+         [&](int b) { ven___GetArrayLength(arg(b, 0, env), nullptr); }},
+        {"ven___NewObjectArray",
+         4051,
+         {"env", "length >= 0", "elementClass"},
+         [&](int b) { ven___NewObjectArray(arg(b, 0, env), arg(b, 1, 1, -1), nullptr, nullptr); }},
+        {"ven___SetObjectArrayElement",
+         4080,
+         {"env", "array"},
+         [&](int b) { ven___SetObjectArrayElement(arg(b, 0, env), nullptr, 0, nullptr); }},
+        {"ven___GetPrimitiveArrayCritical",
+         5058,
+         {"env", "array"},
+         [&](int b) { ven___GetPrimitiveArrayCritical(arg(b, 0, env), nullptr, nullptr); }},
+        {"ven___ReleasePrimitiveArrayCritical",
+         5083,
+         {"env", "array", "carray", kMode},
+         [&](int b) {
+             ven___ReleasePrimitiveArrayCritical(arg(b, 0, env), arg(b, 1, ints), arg(b, 2, buf), 3);
+         }},
+    };
+    EXPECT_VEN_ABORT(ven___ReleasePrimitiveArrayCritical(env, ints, buf, -1), kPath, 5086, kMode);
+    for (const ArrayType& t : kArrayTypes) {
+        std::string name = t.type;
+        jarray array = t.make(env, 1);
+        rows.push_back({"ven___New" + name + "Array", t.newLine, {"env", "length >= 0"}, [=, this](int b) {
+                            t.make(arg(b, 0, env), -1);
+                        }});
+        rows.push_back(
+            {"ven___Get" + name + "ArrayElements", t.elementsLine, {"env", "array"}, [=, this](int b) {
+                 t.elements(arg(b, 0, env), nullptr, nullptr);
+             }});
+        rows.push_back(
+            {"ven___Release" + name + "ArrayElements",
+             t.releaseLine,
+             {"env", "array", "elems", kMode},
+             [=, this](int b) { t.release(arg(b, 0, env), arg(b, 1, array), arg(b, 2, buf), 3); }});
+        rows.push_back(
+            {"ven___Get" + name + "ArrayRegion", t.getRegionLine, {"env", "array", "buf"}, [=, this](int b) {
+                 t.getRegion(arg(b, 0, env), arg(b, 1, array), 0, 1, nullptr);
+             }});
+        rows.push_back(
+            {"ven___Set" + name + "ArrayRegion", t.setRegionLine, {"env", "array", "buf"}, [=, this](int b) {
+                 t.setRegion(arg(b, 0, env), arg(b, 1, array), 0, 1, nullptr);
+             }});
+        EXPECT_VEN_ABORT(t.release(env, array, buf, -1), kPath, t.releaseLine + 3, kMode);
+    }
+    EXPECT_EQ(expectArgChecks(rows), 43 + 8 * 14);
+}
+
+TEST_F(WrapperStringsArrays, EveryCheckAMisbehavingJniCanReach)
+{
+    jstring s = jstr(env, "text");
+    jclass string = findClass(env, "java/lang/String");
+    jintArray ints = env->NewIntArray(1);
+    const jchar a[] = {'a'};
+    const char* oom = "java.lang.OutOfMemoryError";
+    std::vector<FaultCase> faults = {
+        {"ven___NewString", 3770, kMessage, nullMessage("NewString"), &returnsNull<&Jni::NewString>,
+         [&](JNIEnv* e) { ven___NewString(e, a, 1); }},
+        {"ven___NewStringUTF", 3860, kMessage, nullMessage("NewStringUTF"), &returnsNull<&Jni::NewStringUTF>,
+         [&](JNIEnv* e) { ven___NewStringUTF(e, "a"); }},
+        {"ven___GetStringChars", 3824, kMessage, nullMessage("GetStringChars"),
+         &returnsNull<&Jni::GetStringChars>, [&](JNIEnv* e) { ven___GetStringChars(e, s, nullptr); }},
+        {"ven___GetStringUTFChars", 3913, kMessage, nullMessage("GetStringUTFChars"),
+         &returnsNull<&Jni::GetStringUTFChars>, [&](JNIEnv* e) { ven___GetStringUTFChars(e, s, nullptr); }},
+        {"ven___GetStringCritical", 4003, kMessage, nullMessage("GetStringCritical"),
+         &returnsNull<&Jni::GetStringCritical>, [&](JNIEnv* e) { ven___GetStringCritical(e, s, nullptr); }},
+        {"ven___GetStringLength", 3796, kMessage, "(*env)->GetStringLength() < 0",
+         &returnsValue<&Jni::GetStringLength, -1>, [&](JNIEnv* e) { ven___GetStringLength(e, s); }},
+        {"ven___GetStringUTFLength", 3886, kMessage, "(*env)->GetStringUTFLength() < 0",
+         &returnsValue<&Jni::GetStringUTFLength, -2>, [&](JNIEnv* e) { ven___GetStringUTFLength(e, s); }},
+        {"ven___GetStringLength", 3793, kCondition, kNoException, &raisesOom<&Jni::GetStringLength>,
+         [&](JNIEnv* e) { ven___GetStringLength(e, s); }, oom},
+        {"ven___GetStringUTFLength", 3883, kCondition, kNoException, &raisesOom<&Jni::GetStringUTFLength>,
+         [&](JNIEnv* e) { ven___GetStringUTFLength(e, s); }, oom},
+        {"ven___GetArrayLength", 4037, kMessage, "(*env)->array() < 0",
+         &returnsValue<&Jni::GetArrayLength, -1>, [&](JNIEnv* e) { ven___GetArrayLength(e, ints); }},
+        {"ven___GetArrayLength", 4034, kCondition, kNoException, &raisesOom<&Jni::GetArrayLength>,
+         [&](JNIEnv* e) { ven___GetArrayLength(e, ints); }, oom},
+        {"ven___NewObjectArray", 4065, kMessage, nullMessage("NewObjectArray"),
+         &returnsNull<&Jni::NewObjectArray>, [&](JNIEnv* e) { ven___NewObjectArray(e, 2, string, nullptr); }},
+        {"ven___GetPrimitiveArrayCritical", 5071, kMessage, nullMessage("GetPrimitiveArrayCritical"),
+         &returnsNull<&Jni::GetPrimitiveArrayCritical>,
+         [&](JNIEnv* e) { ven___GetPrimitiveArrayCritical(e, ints, nullptr); }},
+    };
+    for (const ArrayType& t : kArrayTypes) {
+        std::string name = t.type;
+        jarray array = t.make(env, 1);
+        faults.push_back({"ven___New" + name + "Array", t.newLine + 13, kMessage,
+                          nullMessage("New" + name + "Array"), t.nullNew, [=](JNIEnv* e) { t.make(e, 1); }});
+        faults.push_back({"ven___Get" + name + "ArrayElements", t.elementsLine + 13, kMessage,
+                          nullMessage("Get" + name + "ArrayElements"), t.nullElements,
+                          [=](JNIEnv* e) { t.elements(e, array, nullptr); }});
+    }
+    EXPECT_EQ(expectFaults(env, faults), 13 + 16);
+
+    // A creation that raised gives NULL, whatever JNI returned.
+    FaultEnv fault(env);
+    fault.raiseReturning<&Jni::NewStringUTF>("java/lang/OutOfMemoryError", "full", s);
+    EXPECT_EQ(ven___NewStringUTF(fault.env(), "a"), nullptr);
+    ExpectPending(env, "java.lang.OutOfMemoryError", "full");
+}
+
+// Exact units and lengths; with E1 pending every call that succeeds leaves it pending and the
+// releases, direct calls, leave it alone and ask nothing; out of range, a region call leaves
+// the index exception instead.
+TEST_F(WrapperStringsArrays, Strings)
+{
+    jstring empty = ven___NewString(env, nullptr, 0);
+    ASSERT_NE(empty, nullptr);
+    EXPECT_EQ(ven___GetStringLength(env, empty), 0);
+    const jchar units[] = {'h', 0xE9, 0xFFFF, 0xD83D, 0xDE00};
+    jstring wide = ven___NewString(env, units, 5);
+    EXPECT_EQ(ven::test::units(env, wide), u"h\u00e9\uffff\U0001F600");
+
+    jthrowable e1 = throwE1(env);
+    jstring string = ven___NewStringUTF(env, "h\xc3\xa9llo");
+    EXPECT_EQ(ven___GetStringLength(env, wide), 5);
+    EXPECT_EQ(ven___GetStringUTFLength(env, wide), 1 + 2 + 3 + 6);
+    const jchar* chars = ven___GetStringChars(env, string, nullptr);
+    EXPECT_EQ(std::u16string(reinterpret_cast<const char16_t*>(chars), 5), u"h\u00e9llo");
+    const char* utf = ven___GetStringUTFChars(env, string, nullptr);
+    EXPECT_STREQ(utf, "h\xc3\xa9llo");
+    const jchar* critical = ven___GetStringCritical(env, wide, nullptr); // pinned: beyond Latin-1
+    EXPECT_EQ(critical[2], 0xFFFF);
+    ven___ReleaseStringCritical(env, wide, critical);
+    jchar region[3] = {};
+    EXPECT_EQ(ven___GetStringRegion(env, string, 1, 3, region), JNI_TRUE);
+    EXPECT_EQ(std::u16string(reinterpret_cast<const char16_t*>(region), 3), u"\u00e9ll");
+    char utfRegion[8] = {};
+    EXPECT_EQ(ven___GetStringUTFRegion(env, string, 0, 2, utfRegion), JNI_TRUE);
+    EXPECT_STREQ(utfRegion, "h\xc3\xa9");
+    FaultEnv fault(env);
+    ven___ReleaseStringChars(fault.env(), string, chars);
+    ven___ReleaseStringUTFChars(fault.env(), string, utf);
+    EXPECT_EQ(fault.trail(), (std::vector<std::string>{"ReleaseStringChars", "ReleaseStringUTFChars"}));
+    expectSamePending(env, e1);
+    EXPECT_EQ(utf8(env, string), "h\xc3\xa9llo");
+
+    e1 = throwE1(env);
+    EXPECT_EQ(ven___GetStringRegion(env, string, 4, 2, region), JNI_FALSE);
+    ExpectPendingClass(env, "java.lang.StringIndexOutOfBoundsException");
+    env->DeleteGlobalRef(e1);
+    EXPECT_EQ(ven___GetStringUTFRegion(env, string, -1, 1, utfRegion), JNI_FALSE);
+    ExpectPendingClass(env, "java.lang.StringIndexOutOfBoundsException");
+}
+
+// Per element type: regions and pinned elements move the same bytes and each release mode
+// keeps its meaning; with E1 pending every call that succeeds leaves it pending and a release
+// leaves it alone and asks nothing; out of bounds, a region call leaves the index exception.
+TEST_F(WrapperStringsArrays, PrimitiveArrays)
+{
+    for (const ArrayType& t : kArrayTypes) {
+        SCOPED_TRACE(t.type);
+        TestFrame frame(env);
+        std::vector<unsigned char> first = patternFor(t, 1), second = patternFor(t, 2), read(first.size());
+        jthrowable e1 = throwE1(env);
+        jarray array = t.make(env, kLength);
+        ASSERT_NE(array, nullptr);
+        EXPECT_EQ(ven___GetArrayLength(env, array), kLength);
+        EXPECT_EQ(t.setRegion(env, array, 0, kLength, first.data()), JNI_TRUE);
+        void* elems = t.elements(env, array, nullptr);
+        ASSERT_NE(elems, nullptr);
+        EXPECT_EQ(std::memcmp(elems, first.data(), first.size()), 0);
+        // JNI_COMMIT copies back and keeps the buffer, JNI_ABORT only frees it, 0 does both.
+        std::memcpy(elems, second.data(), second.size());
+        t.release(env, array, elems, JNI_COMMIT);
+        std::memcpy(elems, first.data(), first.size());
+        t.release(env, array, elems, JNI_ABORT);
+        EXPECT_EQ(t.getRegion(env, array, 0, kLength, read.data()), JNI_TRUE);
+        EXPECT_EQ(read, second);
+        elems = t.elements(env, array, nullptr);
+        std::memcpy(elems, first.data(), first.size());
+        FaultEnv fault(env);
+        t.release(fault.env(), array, elems, 0);
+        EXPECT_EQ(fault.trail(), std::vector<std::string>{std::string("Release") + t.type + "ArrayElements"});
+        EXPECT_EQ(t.getRegion(env, array, 0, kLength, read.data()), JNI_TRUE);
+        EXPECT_EQ(read, first);
+        expectSamePending(env, e1);
+
+        for (auto region : {t.getRegion, t.setRegion}) {
+            for (auto [start, length] : {std::pair{3, 2}, std::pair{-1, 1}, std::pair{0, kLength + 1}}) {
+                e1 = throwE1(env);
+                EXPECT_EQ(region(env, array, start, length, read.data()), JNI_FALSE);
+                ExpectPendingClass(env, "java.lang.ArrayIndexOutOfBoundsException");
+                env->DeleteGlobalRef(e1);
+            }
+        }
+    }
+    jthrowable e1 = throwE1(env);
+    EXPECT_EQ(ven___NewLongArray(env, INT32_MAX), nullptr);
+    ExpectPendingClass(env, "java.lang.OutOfMemoryError");
+    env->DeleteGlobalRef(e1);
+}
+
+// Object arrays and critical access, with E1 pending where the call succeeds.
+TEST_F(WrapperStringsArrays, ObjectArraysAndCriticalAccess)
+{
+    jstring initial = jstr(env, "initial");
+    jclass string = findClass(env, "java/lang/String");
+    jthrowable e1 = throwE1(env);
+    jobjectArray array = ven___NewObjectArray(env, 2, string, initial);
+    EXPECT_EQ(ven___SetObjectArrayElement(env, array, 1, nullptr), JNI_TRUE);
+    expectSamePending(env, e1);
+    EXPECT_TRUE(env->IsSameObject(env->GetObjectArrayElement(array, 0), initial));
+    EXPECT_EQ(env->GetObjectArrayElement(array, 1), nullptr);
+    e1 = throwE1(env);
+    EXPECT_EQ(ven___SetObjectArrayElement(env, array, 0, array), JNI_FALSE);
+    ExpectPendingClass(env, "java.lang.ArrayStoreException");
+    env->DeleteGlobalRef(e1);
+    EXPECT_EQ(ven___SetObjectArrayElement(env, array, 2, nullptr), JNI_FALSE);
+    ExpectPendingClass(env, "java.lang.ArrayIndexOutOfBoundsException");
+
+    jintArray ints = env->NewIntArray(2);
+    const jint values[] = {1, INT32_MIN};
+    env->SetIntArrayRegion(ints, 0, 2, values);
+    e1 = throwE1(env);
+    auto* elems = static_cast<jint*>(ven___GetPrimitiveArrayCritical(env, ints, nullptr));
+    ASSERT_NE(elems, nullptr);
+    EXPECT_EQ(elems[1], INT32_MIN);
+    elems[0] = 100;
+    ven___ReleasePrimitiveArrayCritical(env, ints, elems, 0);
+    expectSamePending(env, e1);
+    jint first = 0;
+    env->GetIntArrayRegion(ints, 0, 1, &first);
+    EXPECT_EQ(first, 100);
+}
+
+} // namespace
+} // namespace ven::test::wrapper
