@@ -109,12 +109,10 @@ TEST_F(WrapperFields, EveryCheckOfEveryAccessor)
         std::string name = std::string("ven___") + a.member;
         jobject target = targetOf(a);
         jfieldID id = idOf(a);
-        rows.push_back(
-            {name, a.envLine, {"env", a.isStatic() ? "clazz" : "obj", "fieldID"}, [=, this](int bad) {
-                 a.call(arg(bad, 0, env), arg(bad, 1, target), arg(bad, 2, id), jvalue{});
-             }});
-        faults.push_back({name, a.envLine + 9, kCondition, kNoException, a.raise,
-                          [=](JNIEnv* e) { a.call(e, target, id, jvalue{}); }, "java.lang.OutOfMemoryError"});
+        rows.push_back(checks(name, a.envLine, {"env", a.isStatic() ? "clazz" : "obj", "fieldID"}, a.call,
+                              env, target, id, keep(jvalue{})));
+        faults.push_back({a.envLine + 9, kCondition, kNoException, a.raise,
+                          calling(a.call, target, id, jvalue{}), "java.lang.OutOfMemoryError"});
     }
     EXPECT_EQ(expectArgChecks(rows), 108);
     EXPECT_EQ(expectFaults(env, faults), 36);
@@ -190,12 +188,10 @@ TEST_F(WrapperFields, FieldAndMethodLookups)
     for (const Row& r : lookups) {
         std::string function = std::string("ven___") + r.member;
         jclass clazz = findClass(env, r.clazz);
-        rows.push_back({function, r.envLine, {"env", "clazz", "name", "sig"}, [=, this](int bad) {
-                            r.lookup(arg(bad, 0, env), arg(bad, 1, clazz), arg(bad, 2, r.name),
-                                     arg(bad, 3, r.signature));
-                        }});
-        faults.push_back({function, r.consistencyLine, kMessage, nullMessage(r.member), r.returnNull,
-                          [=](JNIEnv* e) { r.lookup(e, clazz, r.name, r.signature); }});
+        rows.push_back(checks(function, r.envLine, {"env", "clazz", "name", "sig"}, r.lookup, env, clazz,
+                              r.name, r.signature));
+        faults.push_back({r.consistencyLine, kMessage, nullMessage(r.member), r.returnNull,
+                          calling(r.lookup, clazz, r.name, r.signature)});
 
         jthrowable e1 = throwE1(env);
         EXPECT_NE(r.lookup(env, clazz, r.name, r.signature), nullptr) << function;

@@ -173,10 +173,11 @@ TEST_F(WrapperCalls, EveryArgumentCheck)
         rows.push_back({w.name, w.envLine, texts, [=](int bad) {
                             Slots s = valid;
                             int position = 0;
-                            s.env = arg(bad, position++, s.env);
-                            s.obj = w.isStatic() ? nullptr : arg(bad, position++, s.obj);
-                            s.clazz = w.isVirtual() ? nullptr : arg(bad, position++, s.clazz);
-                            s.methodID = arg(bad, position, s.methodID);
+                            auto upTo = [&](auto good) { return position++ < bad ? good : decltype(good){}; };
+                            s.env = upTo(s.env);
+                            s.obj = w.isStatic() ? nullptr : upTo(s.obj);
+                            s.clazz = w.isVirtual() ? nullptr : upTo(s.clazz);
+                            s.methodID = upTo(s.methodID);
                             alignas(8) unsigned char result[16];
                             w.invoke(s, result);
                         }});

@@ -70,111 +70,57 @@ std::vector<unsigned char> patternFor(const ArrayType& t, unsigned char seed)
 
 using WrapperStringsArrays = JvmTest;
 
-// Every argument check, in order; a negative release mode fails the mode check as well.
-// The last checked argument of a call is always invalid, so it is written as such.
+// Every argument check, in order; the release modes 3 and -1 both fail the mode check.
 TEST_F(WrapperStringsArrays, EveryArgumentCheck)
 {
     jstring s = jstr(env, "text");
     jintArray ints = env->NewIntArray(1);
     jchar chars[8] = {};
     void* buf = chars; // never reaches JNI
+    // clang-format off
     std::vector<ArgChecks> rows = {
-        {"ven___NewString",
-         3756,
-         {"env", "unicodeChars || len == 0", "len >= 0"},
-         [&](int b) { ven___NewString(arg(b, 0, env), arg<const jchar*>(b, 1, chars), -1); }},
-        {"ven___NewStringUTF",
-         3847,
-         {"env", "bytes"},
-         [&](int b) { ven___NewStringUTF(arg(b, 0, env), nullptr); }},
-        {"ven___GetStringLength",
-         3785,
-         {"env", "string"},
-         [&](int b) { ven___GetStringLength(arg(b, 0, env), nullptr); }},
-        {"ven___GetStringUTFLength",
-         3875,
-         {"env", "string"},
-         [&](int b) { ven___GetStringUTFLength(arg(b, 0, env), nullptr); }},
-        {"ven___GetStringChars",
-         3811,
-         {"env", "string"},
-         [&](int b) { ven___GetStringChars(arg(b, 0, env), nullptr, nullptr); }},
-        {"ven___GetStringUTFChars",
-         3900,
-         {"env", "string"},
-         [&](int b) { ven___GetStringUTFChars(arg(b, 0, env), nullptr, nullptr); }},
-        {"ven___GetStringCritical",
-         3990,
-         {"env", "string"},
-         [&](int b) { ven___GetStringCritical(arg(b, 0, env), nullptr, nullptr); }},
-        {"ven___ReleaseStringChars",
-         3836,
-         {"env", "string", "chars"},
-         [&](int b) { ven___ReleaseStringChars(arg(b, 0, env), arg(b, 1, s), nullptr); }},
-        {"ven___ReleaseStringUTFChars",
-         3925,
-         {"env", "string", "utf"},
-         [&](int b) { ven___ReleaseStringUTFChars(arg(b, 0, env), arg(b, 1, s), nullptr); }},
-        {"ven___ReleaseStringCritical",
-         4015,
-         {"env", "string", "carray"},
-         [&](int b) { ven___ReleaseStringCritical(arg(b, 0, env), arg(b, 1, s), nullptr); }},
-        {"ven___GetStringRegion",
-         3936,
-         {"env", "str", "buf"},
-         [&](int b) { ven___GetStringRegion(arg(b, 0, env), arg(b, 1, s), 0, 1, nullptr); }},
-        {"ven___GetStringUTFRegion",
-         3963,
-         {"env", "str", "buf"},
-         [&](int b) { ven___GetStringUTFRegion(arg(b, 0, env), arg(b, 1, s), 0, 1, nullptr); }},
-        {"ven___GetArrayLength",
-         4026,
-         {"env", "array"},
-         [&](int b) { ven___GetArrayLength(arg(b, 0, env), nullptr); }},
-        {"ven___NewObjectArray",
-         4051,
-         {"env", "length >= 0", "elementClass"},
-         [&](int b) { ven___NewObjectArray(arg(b, 0, env), arg(b, 1, 1, -1), nullptr, nullptr); }},
-        {"ven___SetObjectArrayElement",
-         4080,
-         {"env", "array"},
-         [&](int b) { ven___SetObjectArrayElement(arg(b, 0, env), nullptr, 0, nullptr); }},
-        {"ven___GetPrimitiveArrayCritical",
-         5058,
-         {"env", "array"},
-         [&](int b) { ven___GetPrimitiveArrayCritical(arg(b, 0, env), nullptr, nullptr); }},
-        {"ven___ReleasePrimitiveArrayCritical",
-         5083,
-         {"env", "array", "carray", kMode},
-         [&](int b) {
-             ven___ReleasePrimitiveArrayCritical(arg(b, 0, env), arg(b, 1, ints), arg(b, 2, buf), 3);
-         }},
+        checks("ven___NewString", 3756, {"env", "unicodeChars || len == 0", "len >= 0"}, &ven___NewString, env, chars, 1),
+        checks("ven___NewStringUTF", 3847, {"env", "bytes"}, &ven___NewStringUTF, env, "a"),
+        checks("ven___GetStringLength", 3785, {"env", "string"}, &ven___GetStringLength, env, s),
+        checks("ven___GetStringUTFLength", 3875, {"env", "string"}, &ven___GetStringUTFLength, env, s),
+        checks("ven___GetStringChars", 3811, {"env", "string"}, &ven___GetStringChars, env, s, keep(nullptr)),
+        checks("ven___GetStringUTFChars", 3900, {"env", "string"}, &ven___GetStringUTFChars, env, s, keep(nullptr)),
+        checks("ven___GetStringCritical", 3990, {"env", "string"}, &ven___GetStringCritical, env, s, keep(nullptr)),
+        checks("ven___ReleaseStringChars", 3836, {"env", "string", "chars"}, &ven___ReleaseStringChars, env, s, buf),
+        checks("ven___ReleaseStringUTFChars", 3925, {"env", "string", "utf"}, &ven___ReleaseStringUTFChars, env, s, buf),
+        checks("ven___ReleaseStringCritical", 4015, {"env", "string", "carray"}, &ven___ReleaseStringCritical, env, s,
+               buf),
+        checks("ven___GetStringRegion", 3936, {"env", "str", "buf"}, &ven___GetStringRegion, env, s, keep(0), keep(1),
+               buf),
+        checks("ven___GetStringUTFRegion", 3963, {"env", "str", "buf"}, &ven___GetStringUTFRegion, env, s, keep(0),
+               keep(1), buf),
+        checks("ven___GetArrayLength", 4026, {"env", "array"}, &ven___GetArrayLength, env, ints),
+        checks("ven___NewObjectArray", 4051, {"env", "length >= 0", "elementClass"}, &ven___NewObjectArray, env, 1,
+               findClass(env, "java/lang/String"), keep(nullptr)),
+        checks("ven___SetObjectArrayElement", 4080, {"env", "array"}, &ven___SetObjectArrayElement, env, nullptr,
+               keep(0), keep(nullptr)),
+        checks("ven___GetPrimitiveArrayCritical", 5058, {"env", "array"}, &ven___GetPrimitiveArrayCritical, env, ints,
+               keep(nullptr)),
+        checks("ven___ReleasePrimitiveArrayCritical", 5083, {"env", "array", "carray", kMode},
+               &ven___ReleasePrimitiveArrayCritical, env, ints, buf, 0),
     };
-    EXPECT_VEN_ABORT(ven___ReleasePrimitiveArrayCritical(env, ints, buf, -1), kPath, 5086, kMode);
+    // clang-format on
+    EXPECT_VEN_ABORT(ven___ReleasePrimitiveArrayCritical(env, ints, buf, 3), kPath, 5086, kMode);
     for (const ArrayType& t : kArrayTypes) {
         std::string name = t.type;
         jarray array = t.make(env, 1);
-        rows.push_back({"ven___New" + name + "Array", t.newLine, {"env", "length >= 0"}, [=, this](int b) {
-                            t.make(arg(b, 0, env), -1);
-                        }});
         rows.push_back(
-            {"ven___Get" + name + "ArrayElements", t.elementsLine, {"env", "array"}, [=, this](int b) {
-                 t.elements(arg(b, 0, env), nullptr, nullptr);
-             }});
-        rows.push_back(
-            {"ven___Release" + name + "ArrayElements",
-             t.releaseLine,
-             {"env", "array", "elems", kMode},
-             [=, this](int b) { t.release(arg(b, 0, env), arg(b, 1, array), arg(b, 2, buf), 3); }});
-        rows.push_back(
-            {"ven___Get" + name + "ArrayRegion", t.getRegionLine, {"env", "array", "buf"}, [=, this](int b) {
-                 t.getRegion(arg(b, 0, env), arg(b, 1, array), 0, 1, nullptr);
-             }});
-        rows.push_back(
-            {"ven___Set" + name + "ArrayRegion", t.setRegionLine, {"env", "array", "buf"}, [=, this](int b) {
-                 t.setRegion(arg(b, 0, env), arg(b, 1, array), 0, 1, nullptr);
-             }});
-        EXPECT_VEN_ABORT(t.release(env, array, buf, -1), kPath, t.releaseLine + 3, kMode);
+            checks("ven___New" + name + "Array", t.newLine, {"env", "length >= 0"}, t.make, env, 1));
+        rows.push_back(checks("ven___Get" + name + "ArrayElements", t.elementsLine, {"env", "array"},
+                              t.elements, env, array, keep(nullptr)));
+        rows.push_back(checks("ven___Release" + name + "ArrayElements", t.releaseLine,
+                              {"env", "array", "elems", kMode}, t.release, env, array, buf, 0));
+        for (auto [line, region] :
+             {std::pair{t.getRegionLine, t.getRegion}, std::pair{t.setRegionLine, t.setRegion}}) {
+            rows.push_back(checks("ven___" + name + "ArrayRegion " + std::to_string(line), line,
+                                  {"env", "array", "buf"}, region, env, array, keep(0), keep(1), buf));
+        }
+        EXPECT_VEN_ABORT(t.release(env, array, buf, 3), kPath, t.releaseLine + 3, kMode);
     }
     EXPECT_EQ(expectArgChecks(rows), 43 + 8 * 14);
 }
@@ -186,43 +132,39 @@ TEST_F(WrapperStringsArrays, EveryCheckAMisbehavingJniCanReach)
     jintArray ints = env->NewIntArray(1);
     const jchar a[] = {'a'};
     const char* oom = "java.lang.OutOfMemoryError";
+    // clang-format off
     std::vector<FaultCase> faults = {
-        {"ven___NewString", 3770, kMessage, nullMessage("NewString"), &returnsNull<&Jni::NewString>,
-         [&](JNIEnv* e) { ven___NewString(e, a, 1); }},
-        {"ven___NewStringUTF", 3860, kMessage, nullMessage("NewStringUTF"), &returnsNull<&Jni::NewStringUTF>,
-         [&](JNIEnv* e) { ven___NewStringUTF(e, "a"); }},
-        {"ven___GetStringChars", 3824, kMessage, nullMessage("GetStringChars"),
-         &returnsNull<&Jni::GetStringChars>, [&](JNIEnv* e) { ven___GetStringChars(e, s, nullptr); }},
-        {"ven___GetStringUTFChars", 3913, kMessage, nullMessage("GetStringUTFChars"),
-         &returnsNull<&Jni::GetStringUTFChars>, [&](JNIEnv* e) { ven___GetStringUTFChars(e, s, nullptr); }},
-        {"ven___GetStringCritical", 4003, kMessage, nullMessage("GetStringCritical"),
-         &returnsNull<&Jni::GetStringCritical>, [&](JNIEnv* e) { ven___GetStringCritical(e, s, nullptr); }},
-        {"ven___GetStringLength", 3796, kMessage, "(*env)->GetStringLength() < 0",
-         &returnsValue<&Jni::GetStringLength, -1>, [&](JNIEnv* e) { ven___GetStringLength(e, s); }},
-        {"ven___GetStringUTFLength", 3886, kMessage, "(*env)->GetStringUTFLength() < 0",
-         &returnsValue<&Jni::GetStringUTFLength, -2>, [&](JNIEnv* e) { ven___GetStringUTFLength(e, s); }},
-        {"ven___GetStringLength", 3793, kCondition, kNoException, &raisesOom<&Jni::GetStringLength>,
-         [&](JNIEnv* e) { ven___GetStringLength(e, s); }, oom},
-        {"ven___GetStringUTFLength", 3883, kCondition, kNoException, &raisesOom<&Jni::GetStringUTFLength>,
-         [&](JNIEnv* e) { ven___GetStringUTFLength(e, s); }, oom},
-        {"ven___GetArrayLength", 4037, kMessage, "(*env)->array() < 0",
-         &returnsValue<&Jni::GetArrayLength, -1>, [&](JNIEnv* e) { ven___GetArrayLength(e, ints); }},
-        {"ven___GetArrayLength", 4034, kCondition, kNoException, &raisesOom<&Jni::GetArrayLength>,
-         [&](JNIEnv* e) { ven___GetArrayLength(e, ints); }, oom},
-        {"ven___NewObjectArray", 4065, kMessage, nullMessage("NewObjectArray"),
-         &returnsNull<&Jni::NewObjectArray>, [&](JNIEnv* e) { ven___NewObjectArray(e, 2, string, nullptr); }},
-        {"ven___GetPrimitiveArrayCritical", 5071, kMessage, nullMessage("GetPrimitiveArrayCritical"),
-         &returnsNull<&Jni::GetPrimitiveArrayCritical>,
-         [&](JNIEnv* e) { ven___GetPrimitiveArrayCritical(e, ints, nullptr); }},
+        {3770, kMessage, nullMessage("NewString"), &returnsNull<&Jni::NewString>, calling(&ven___NewString, +a, 1)},
+        {3860, kMessage, nullMessage("NewStringUTF"), &returnsNull<&Jni::NewStringUTF>,
+         calling(&ven___NewStringUTF, "a")},
+        {3824, kMessage, nullMessage("GetStringChars"), &returnsNull<&Jni::GetStringChars>,
+         calling(&ven___GetStringChars, s, nullptr)},
+        {3913, kMessage, nullMessage("GetStringUTFChars"), &returnsNull<&Jni::GetStringUTFChars>,
+         calling(&ven___GetStringUTFChars, s, nullptr)},
+        {4003, kMessage, nullMessage("GetStringCritical"), &returnsNull<&Jni::GetStringCritical>,
+         calling(&ven___GetStringCritical, s, nullptr)},
+        {3796, kMessage, "(*env)->GetStringLength() < 0", &returnsValue<&Jni::GetStringLength, -1>,
+         calling(&ven___GetStringLength, s)},
+        {3886, kMessage, "(*env)->GetStringUTFLength() < 0", &returnsValue<&Jni::GetStringUTFLength, -2>,
+         calling(&ven___GetStringUTFLength, s)},
+        {3793, kCondition, kNoException, &raisesOom<&Jni::GetStringLength>, calling(&ven___GetStringLength, s), oom},
+        {3883, kCondition, kNoException, &raisesOom<&Jni::GetStringUTFLength>, calling(&ven___GetStringUTFLength, s),
+         oom},
+        {4037, kMessage, "(*env)->array() < 0", &returnsValue<&Jni::GetArrayLength, -1>,
+         calling(&ven___GetArrayLength, ints)},
+        {4034, kCondition, kNoException, &raisesOom<&Jni::GetArrayLength>, calling(&ven___GetArrayLength, ints), oom},
+        {4065, kMessage, nullMessage("NewObjectArray"), &returnsNull<&Jni::NewObjectArray>,
+         calling(&ven___NewObjectArray, 2, string, nullptr)},
+        {5071, kMessage, nullMessage("GetPrimitiveArrayCritical"), &returnsNull<&Jni::GetPrimitiveArrayCritical>,
+         calling(&ven___GetPrimitiveArrayCritical, ints, nullptr)},
     };
+    // clang-format on
     for (const ArrayType& t : kArrayTypes) {
         std::string name = t.type;
-        jarray array = t.make(env, 1);
-        faults.push_back({"ven___New" + name + "Array", t.newLine + 13, kMessage,
-                          nullMessage("New" + name + "Array"), t.nullNew, [=](JNIEnv* e) { t.make(e, 1); }});
-        faults.push_back({"ven___Get" + name + "ArrayElements", t.elementsLine + 13, kMessage,
-                          nullMessage("Get" + name + "ArrayElements"), t.nullElements,
-                          [=](JNIEnv* e) { t.elements(e, array, nullptr); }});
+        faults.push_back(
+            {t.newLine + 13, kMessage, nullMessage("New" + name + "Array"), t.nullNew, calling(t.make, 1)});
+        faults.push_back({t.elementsLine + 13, kMessage, nullMessage("Get" + name + "ArrayElements"),
+                          t.nullElements, calling(t.elements, t.make(env, 1), nullptr)});
     }
     EXPECT_EQ(expectFaults(env, faults), 13 + 16);
 

@@ -1,12 +1,12 @@
-// Shared pieces of the wrapper suite: the texts every check reports, pending-exception
-// helpers, and a way to hand a real va_list to the V forms.
+// Shared pieces of the wrapper suite: the texts the checks report, the drivers of the
+// argument-check and fault tables, pending-exception helpers and real va_lists.
 #pragma once
 
 #include <cstdarg>
-#include <cstdint>
 #include <cstring>
 #include <functional>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "support/ven_test.hpp"
@@ -20,7 +20,7 @@ using Jni = JNINativeInterface_;
 inline constexpr const char* kPath = "source/ven/ven_wrapper";
 inline constexpr const char* kNoException = "(*env)->ExceptionCheck( env ) == JNI_FALSE";
 
-// The consistency message of a function that returns a reference, ID or pointer, and of one
+// The consistency messages of a function that returns a reference, ID or pointer, and of one
 // that returns a jint status.
 inline std::string nullMessage(const std::string& member)
 {
@@ -33,9 +33,9 @@ inline std::string statusMessage(const std::string& member)
 
 // Makes E1, a fresh exception, pending and returns a global reference to it (the caller
 // deletes it), so that it can be recognised after local frames have gone.
-inline jthrowable throwE1(JNIEnv* env, const char* message = "E1")
+inline jthrowable throwE1(JNIEnv* env)
 {
-    jthrowable local = makeThrowable(env, "java/lang/IllegalStateException", message);
+    jthrowable local = makeThrowable(env, "java/lang/IllegalStateException", "E1");
     auto global = static_cast<jthrowable>(env->NewGlobalRef(local));
     env->DeleteLocalRef(local);
     env->Throw(global);
@@ -44,21 +44,16 @@ inline jthrowable throwE1(JNIEnv* env, const char* message = "E1")
 
 // Asserts that exactly `expected` is pending (the same object), then clears it and deletes
 // the global reference.
-inline void expectSamePending(JNIEnv* env, jthrowable expected, const char* what = "E1")
+inline void expectSamePending(JNIEnv* env, jthrowable expected)
 {
     jthrowable pending = env->ExceptionOccurred();
     env->ExceptionClear();
-    EXPECT_NE(pending, nullptr) << what << " should be pending";
-    if (pending != nullptr) {
-        EXPECT_TRUE(env->IsSameObject(pending, expected))
-            << "another exception than " << what << " is pending";
-        env->DeleteLocalRef(pending);
-    }
+    EXPECT_TRUE(pending != nullptr && env->IsSameObject(pending, expected)) << "E1 should be pending";
+    env->DeleteLocalRef(pending);
     env->DeleteGlobalRef(expected);
 }
 
-// Runs body(va_list) with a va_list over the arguments after `count` (count is only there
-// to start the list).
+// Runs body(va_list) over the arguments after `count`, which only starts the list.
 template <typename Body> void withVaList(Body body, int count, ...)
 {
     va_list args;
@@ -81,22 +76,43 @@ template <typename T> T valueIn(const jvalue& slot)
     return value;
 }
 
-// `good` at an argument position before `bad`, `invalid` from there on. An argument-check row
-// calls its wrapper so (the last checked argument is thus always invalid), which makes a check
-// made out of order report a wrong line.
-template <typename T> T arg(int bad, int position, T good, T invalid = T{})
-{
-    return position < bad ? good : invalid;
-}
-
 // One row per wrapper: the line of its "env" check and the texts of all its argument checks,
-// which follow on consecutive lines; call(bad) fails the check at position `bad`.
+// which follow on consecutive lines; call(bad) makes the check at position `bad` fail.
 struct ArgChecks {
     std::string function;
     int envLine;
     std::vector<const char*> texts;
     std::function<void(int bad)> call;
 };
+
+// `good` at a checked position before `bad`, invalid (NULL, or -1) from there on, so that a
+// check made out of order reports a wrong line; a Keep argument is not checked and passes as is.
+template <typename T> struct Keep {
+    T value;
+};
+template <typename T> Keep<T> keep(T value)
+{
+    return {value};
+}
+template <typename P, typename G> P argument(int bad, int& position, G good)
+{
+    if constexpr (requires { good.value; }) {
+        return static_cast<P>(good.value);
+    } else if constexpr (std::is_pointer_v<P>) {
+        return position++ < bad ? P(good) : nullptr;
+    } else {
+        return position++ < bad ? P(good) : P(-1);
+    }
+}
+template <typename R, typename... P, typename... G>
+ArgChecks checks(std::string function, int envLine, std::vector<const char*> texts, R (*fn)(P...), G... goods)
+{
+    return {std::move(function), envLine, std::move(texts), [=](int bad) {
+                int position = 0;
+                std::tuple<P...> args{argument<P>(bad, position, goods)...}; // in order
+                std::apply(fn, args);
+            }};
+}
 
 // Expects every check of every row; returns how many it verified.
 inline int expectArgChecks(const std::vector<ArgChecks>& rows)
@@ -112,12 +128,11 @@ inline int expectArgChecks(const std::vector<ArgChecks>& rows)
 }
 
 // A check after the JNI call, reached through a FaultEnv that `arrange` makes misbehave: a
-// fatal check (condition text) or a consistency check (message), and the class of the
-// exception it leaves pending, if any.
+// fatal check (condition) or a consistency check (message), and the class of the exception
+// it leaves pending, if any.
 inline constexpr bool kCondition = false;
 inline constexpr bool kMessage = true;
 struct FaultCase {
-    std::string function;
     int line;
     bool isMessage;
     std::string text;
@@ -125,11 +140,16 @@ struct FaultCase {
     std::function<void(JNIEnv* fake)> call;
     const char* pending = nullptr;
 };
+// A call of `fn` with the fake env and `args`.
+template <typename R, typename... P, typename... A> std::function<void(JNIEnv*)> calling(R (*fn)(JNIEnv*, P...), A... args)
+{
+    return [=](JNIEnv* fake) { fn(fake, P(args)...); };
+}
 
 inline int expectFaults(JNIEnv* env, const std::vector<FaultCase>& cases)
 {
     for (const FaultCase& c : cases) {
-        SCOPED_TRACE(c.function + " line " + std::to_string(c.line));
+        SCOPED_TRACE("line " + std::to_string(c.line) + ": " + c.text);
         FaultEnv fault(env);
         c.arrange(fault);
         if (c.isMessage) {
@@ -160,51 +180,5 @@ template <auto Member> void raisesOom(FaultEnv& fault)
     fault.raiseOutOfMemory<Member>();
 }
 inline void behaves(FaultEnv&) {}
-
-// ---- old, to go
-// A field or method lookup: its checks on four lines from `envLine`, a consistency check,
-// and a member, name and signature that exist in `clazz`.
-template <typename Id> struct Lookup {
-    const char* function;
-    Id (*call)(JNIEnv*, jclass, const char*, const char*);
-    int envLine;
-    int consistencyLine;
-    void (*returnNull)(FaultEnv&);
-    const char* member;
-    const char* name;
-    const char* signature;
-    const char* missingError;
-};
-
-// The lookup's argument checks in order, a pending exception kept by a lookup that finds the
-// member and replaced by the one that does not, and NULL without an exception stopping.
-template <typename Id> void checkLookup(JNIEnv* env, jclass clazz, const Lookup<Id>& lookup)
-{
-    SCOPED_TRACE(lookup.function);
-    EXPECT_VEN_ABORT(lookup.call(nullptr, nullptr, nullptr, nullptr), kPath, lookup.envLine, "env");
-    EXPECT_VEN_ABORT(lookup.call(env, nullptr, nullptr, nullptr), kPath, lookup.envLine + 1, "clazz");
-    EXPECT_VEN_ABORT(lookup.call(env, clazz, nullptr, nullptr), kPath, lookup.envLine + 2, "name");
-    EXPECT_VEN_ABORT(lookup.call(env, clazz, lookup.name, nullptr), kPath, lookup.envLine + 3, "sig");
-
-    jthrowable e1 = throwE1(env);
-    EXPECT_NE(lookup.call(env, clazz, lookup.name, lookup.signature), nullptr);
-    expectSamePending(env, e1);
-
-    e1 = throwE1(env);
-    EXPECT_EQ(lookup.call(env, clazz, "missing", lookup.signature), nullptr);
-    ExpectPendingClass(env, lookup.missingError);
-    env->DeleteGlobalRef(e1);
-
-    FaultEnv fault(env);
-    lookup.returnNull(fault);
-    EXPECT_VEN_ABORT_MESSAGE(lookup.call(fault.env(), clazz, lookup.name, lookup.signature), kPath,
-                             lookup.consistencyLine, nullMessage(lookup.member).c_str());
-}
-
-// Any non-NULL pointer for arguments that a fatal check must stop before JNI sees them.
-template <typename T> T dummy()
-{
-    return reinterpret_cast<T>(static_cast<std::uintptr_t>(0x10));
-}
 
 } // namespace ven::test::wrapper
