@@ -39,14 +39,14 @@ struct Accessor {
     std::size_t width;
     int envLine;
     jvalue (*call)(JNIEnv*, jobject target, jfieldID, jvalue v);
-    void (*raise)(FaultEnv&);
+    Arrange raise;
     std::uint64_t start, samples[2]; // the fixture's starting value; bits that must survive
     bool isStatic() const { return std::strstr(member, "Static") != nullptr; }
 };
 
 // clang-format off
 #define TEST_ACCESSOR(Member, Type, type, sig, line, start, a, b)                                            \
-    {#Member, #Type, sig, sizeof(type), line, &call<&ven___##Member>, &raisesOom<&Jni::Member>, start, {a, b}}
+    {#Member, #Type, sig, sizeof(type), line, &call<&ven___##Member>, raisesOom<&Jni::Member>, start, {a, b}}
 #define TEST_FIELD_ROW(Type, type, sig, start, a, b, get, set, staticGet, staticSet)                         \
     TEST_ACCESSOR(Get##Type##Field, Type, type, sig, get, start, a, b),                                      \
         TEST_ACCESSOR(Set##Type##Field, Type, type, sig, set, start, a, b),                                  \
@@ -69,21 +69,9 @@ const Accessor kAccessors[] = {
 };
 // clang-format on
 
-class WrapperFields : public JvmTest
+class WrapperFields : public WrapperTest
 {
   protected:
-    void SetUp() override
-    {
-        JvmTest::SetUp();
-        fields = findClass(env, "fixtures/Fields");
-        object = env->NewObject(fields, env->GetMethodID(fields, "<init>", "()V"));
-    }
-    void TearDown() override
-    {
-        env->CallStaticVoidMethod(fields, env->GetStaticMethodID(fields, "resetStatics", "()V"));
-        JvmTest::TearDown();
-    }
-
     jobject targetOf(const Accessor& a) { return a.isStatic() ? fields : object; }
     jfieldID idOf(const Accessor& a)
     {
@@ -94,9 +82,6 @@ class WrapperFields : public JvmTest
         name[0] = static_cast<char>(std::tolower(name[0]));
         return env->GetFieldID(fields, name.c_str(), a.signature);
     }
-
-    jclass fields = nullptr;
-    jobject object = nullptr;
 };
 
 // Every argument check, and the exception check nine lines after "env" that an accessor
@@ -110,7 +95,7 @@ TEST_F(WrapperFields, EveryCheckOfEveryAccessor)
         jobject target = targetOf(a);
         jfieldID id = idOf(a);
         rows.push_back(checks(name, a.envLine, {"env", a.isStatic() ? "clazz" : "obj", "fieldID"}, a.call,
-                              env, target, id, keep(jvalue{})));
+                              env, target, id, keep{jvalue{}}));
         faults.push_back({a.envLine + 9, kCondition, kNoException, a.raise,
                           calling(a.call, target, id, jvalue{}), "java.lang.OutOfMemoryError"});
     }
@@ -168,18 +153,18 @@ TEST_F(WrapperFields, FieldAndMethodLookups)
     struct Row {
         const void* (*lookup)(JNIEnv*, jclass, const char*, const char*);
         int envLine, consistencyLine;
-        void (*returnNull)(FaultEnv&);
+        Arrange returnNull;
         const char *member, *clazz, *name, *signature, *error;
     };
     // clang-format off
     const Row lookups[] = {
-        {&lookup<&ven___GetFieldID>, 554, 569, &returnsNull<&Jni::GetFieldID>, "GetFieldID",
+        {&lookup<&ven___GetFieldID>, 554, 569, returnsNull<&Jni::GetFieldID>, "GetFieldID",
          "fixtures/Fields", "intField", "I", "java.lang.NoSuchFieldError"},
-        {&lookup<&ven___GetStaticFieldID>, 2548, 2563, &returnsNull<&Jni::GetStaticFieldID>, "GetStaticFieldID",
+        {&lookup<&ven___GetStaticFieldID>, 2548, 2563, returnsNull<&Jni::GetStaticFieldID>, "GetStaticFieldID",
          "fixtures/Fields", "staticIntField", "I", "java.lang.NoSuchFieldError"},
-        {&lookup<&ven___GetMethodID>, 971, 986, &returnsNull<&Jni::GetMethodID>, "GetMethodID",
+        {&lookup<&ven___GetMethodID>, 971, 986, returnsNull<&Jni::GetMethodID>, "GetMethodID",
          "fixtures/Methods", "intGet", "()I", "java.lang.NoSuchMethodError"},
-        {&lookup<&ven___GetStaticMethodID>, 2965, 2980, &returnsNull<&Jni::GetStaticMethodID>, "GetStaticMethodID",
+        {&lookup<&ven___GetStaticMethodID>, 2965, 2980, returnsNull<&Jni::GetStaticMethodID>, "GetStaticMethodID",
          "fixtures/Methods", "staticIntGet", "()I", "java.lang.NoSuchMethodError"},
     };
     // clang-format on

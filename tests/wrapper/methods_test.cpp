@@ -120,22 +120,9 @@ const ResultType& typeOf(const CallWrapper& w)
 
 constexpr unsigned char kFill = 0xCD;
 
-class WrapperCalls : public JvmTest
+class WrapperCalls : public WrapperTest
 {
   protected:
-    void SetUp() override
-    {
-        JvmTest::SetUp();
-        methods = findClass(env, "fixtures/Methods");
-        jclass child = findClass(env, "fixtures/MethodsChild");
-        childObject = env->NewObject(child, env->GetMethodID(child, "<init>", "()V"));
-    }
-    void TearDown() override
-    {
-        env->CallStaticVoidMethod(methods, env->GetStaticMethodID(methods, "resetStatics", "()V"));
-        JvmTest::TearDown();
-    }
-
     // The no-argument method of the wrapper's type and kind, called on a MethodsChild.
     Slots slotsFor(const CallWrapper& w, JNIEnv* callEnv)
     {
@@ -148,7 +135,7 @@ class WrapperCalls : public JvmTest
         }
         type[0] = static_cast<char>(std::tolower(type[0]));
         jmethodID id = env->GetMethodID(methods, (type + verb).c_str(), signature.c_str());
-        return {callEnv, childObject, w.isVirtual() ? nullptr : methods, id};
+        return {callEnv, child, w.isVirtual() ? nullptr : methods, id};
     }
 
     void setFailure(const char* message)
@@ -157,9 +144,6 @@ class WrapperCalls : public JvmTest
         env->SetStaticObjectField(methods, env->GetStaticFieldID(methods, "failure", "Ljava/lang/Throwable;"),
                                   failure);
     }
-
-    jclass methods = nullptr;
-    jobject childObject = nullptr;
 };
 
 // Every argument check of every call wrapper, in order.
@@ -268,9 +252,9 @@ TEST_F(WrapperCalls, ArgumentsAndExactBits)
     jstring d = jstr(env, "d");
     jvalue args[4] = {jvalueOf<jint>(1), jvalueOf<jlong>(2), jvalueOf<jdouble>(3.5), jvalueOf<jobject>(d)};
     jobject text = nullptr;
-    ASSERT_EQ(ven___CallNonvirtualObjectMethodA(&text, env, childObject, methods, join, args), JNI_TRUE);
+    ASSERT_EQ(ven___CallNonvirtualObjectMethodA(&text, env, child, methods, join, args), JNI_TRUE);
     EXPECT_EQ(utf8(env, static_cast<jstring>(text)), "1,2,3.5,d");
-    ASSERT_EQ(ven___CallNonvirtualObjectMethod(&text, env, childObject, methods, join, 1, jlong{2}, 3.5, d),
+    ASSERT_EQ(ven___CallNonvirtualObjectMethod(&text, env, child, methods, join, 1, jlong{2}, 3.5, d),
               JNI_TRUE);
     EXPECT_EQ(utf8(env, static_cast<jstring>(text)), "1,2,3.5,d");
     withVaList(

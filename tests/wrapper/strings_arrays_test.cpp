@@ -27,8 +27,8 @@ struct ArrayType {
     void (*release)(JNIEnv*, jarray, void*, jint);
     jboolean (*getRegion)(JNIEnv*, jarray, jsize, jsize, void*);
     jboolean (*setRegion)(JNIEnv*, jarray, jsize, jsize, void*);
-    void (*nullNew)(FaultEnv&);
-    void (*nullElements)(FaultEnv&);
+    Arrange nullNew;
+    Arrange nullElements;
 };
 
 // clang-format off
@@ -39,7 +39,7 @@ struct ArrayType {
      [](JNIEnv* e, jarray a, void* p, jint m) { cast(&ven___Release##Type##ArrayElements, e, a, p, m); },    \
      [](JNIEnv* e, jarray a, jsize s, jsize n, void* p) { return cast(&ven___Get##Type##ArrayRegion, e, a, s, n, p); }, \
      [](JNIEnv* e, jarray a, jsize s, jsize n, void* p) { return cast(&ven___Set##Type##ArrayRegion, e, a, s, n, p); }, \
-     &returnsNull<&Jni::New##Type##Array>, &returnsNull<&Jni::Get##Type##ArrayElements>}
+     returnsNull<&Jni::New##Type##Array>, returnsNull<&Jni::Get##Type##ArrayElements>}
 
 // The required "env" lines: New, GetElements, ReleaseElements, GetRegion, SetRegion.
 const ArrayType kArrayTypes[] = {
@@ -83,24 +83,24 @@ TEST_F(WrapperStringsArrays, EveryArgumentCheck)
         checks("ven___NewStringUTF", 3847, {"env", "bytes"}, &ven___NewStringUTF, env, "a"),
         checks("ven___GetStringLength", 3785, {"env", "string"}, &ven___GetStringLength, env, s),
         checks("ven___GetStringUTFLength", 3875, {"env", "string"}, &ven___GetStringUTFLength, env, s),
-        checks("ven___GetStringChars", 3811, {"env", "string"}, &ven___GetStringChars, env, s, keep(nullptr)),
-        checks("ven___GetStringUTFChars", 3900, {"env", "string"}, &ven___GetStringUTFChars, env, s, keep(nullptr)),
-        checks("ven___GetStringCritical", 3990, {"env", "string"}, &ven___GetStringCritical, env, s, keep(nullptr)),
+        checks("ven___GetStringChars", 3811, {"env", "string"}, &ven___GetStringChars, env, s, keep{nullptr}),
+        checks("ven___GetStringUTFChars", 3900, {"env", "string"}, &ven___GetStringUTFChars, env, s, keep{nullptr}),
+        checks("ven___GetStringCritical", 3990, {"env", "string"}, &ven___GetStringCritical, env, s, keep{nullptr}),
         checks("ven___ReleaseStringChars", 3836, {"env", "string", "chars"}, &ven___ReleaseStringChars, env, s, buf),
         checks("ven___ReleaseStringUTFChars", 3925, {"env", "string", "utf"}, &ven___ReleaseStringUTFChars, env, s, buf),
         checks("ven___ReleaseStringCritical", 4015, {"env", "string", "carray"}, &ven___ReleaseStringCritical, env, s,
                buf),
-        checks("ven___GetStringRegion", 3936, {"env", "str", "buf"}, &ven___GetStringRegion, env, s, keep(0), keep(1),
+        checks("ven___GetStringRegion", 3936, {"env", "str", "buf"}, &ven___GetStringRegion, env, s, keep{0}, keep{1},
                buf),
-        checks("ven___GetStringUTFRegion", 3963, {"env", "str", "buf"}, &ven___GetStringUTFRegion, env, s, keep(0),
-               keep(1), buf),
+        checks("ven___GetStringUTFRegion", 3963, {"env", "str", "buf"}, &ven___GetStringUTFRegion, env, s, keep{0},
+               keep{1}, buf),
         checks("ven___GetArrayLength", 4026, {"env", "array"}, &ven___GetArrayLength, env, ints),
         checks("ven___NewObjectArray", 4051, {"env", "length >= 0", "elementClass"}, &ven___NewObjectArray, env, 1,
-               findClass(env, "java/lang/String"), keep(nullptr)),
+               findClass(env, "java/lang/String"), keep{nullptr}),
         checks("ven___SetObjectArrayElement", 4080, {"env", "array"}, &ven___SetObjectArrayElement, env, nullptr,
-               keep(0), keep(nullptr)),
+               keep{0}, keep{nullptr}),
         checks("ven___GetPrimitiveArrayCritical", 5058, {"env", "array"}, &ven___GetPrimitiveArrayCritical, env, ints,
-               keep(nullptr)),
+               keep{nullptr}),
         checks("ven___ReleasePrimitiveArrayCritical", 5083, {"env", "array", "carray", kMode},
                &ven___ReleasePrimitiveArrayCritical, env, ints, buf, 0),
     };
@@ -112,13 +112,13 @@ TEST_F(WrapperStringsArrays, EveryArgumentCheck)
         rows.push_back(
             checks("ven___New" + name + "Array", t.newLine, {"env", "length >= 0"}, t.make, env, 1));
         rows.push_back(checks("ven___Get" + name + "ArrayElements", t.elementsLine, {"env", "array"},
-                              t.elements, env, array, keep(nullptr)));
+                              t.elements, env, array, keep{nullptr}));
         rows.push_back(checks("ven___Release" + name + "ArrayElements", t.releaseLine,
                               {"env", "array", "elems", kMode}, t.release, env, array, buf, 0));
         for (auto [line, region] :
              {std::pair{t.getRegionLine, t.getRegion}, std::pair{t.setRegionLine, t.setRegion}}) {
             rows.push_back(checks("ven___" + name + "ArrayRegion " + std::to_string(line), line,
-                                  {"env", "array", "buf"}, region, env, array, keep(0), keep(1), buf));
+                                  {"env", "array", "buf"}, region, env, array, keep{0}, keep{1}, buf));
         }
         EXPECT_VEN_ABORT(t.release(env, array, buf, 3), kPath, t.releaseLine + 3, kMode);
     }
@@ -134,28 +134,28 @@ TEST_F(WrapperStringsArrays, EveryCheckAMisbehavingJniCanReach)
     const char* oom = "java.lang.OutOfMemoryError";
     // clang-format off
     std::vector<FaultCase> faults = {
-        {3770, kMessage, nullMessage("NewString"), &returnsNull<&Jni::NewString>, calling(&ven___NewString, +a, 1)},
-        {3860, kMessage, nullMessage("NewStringUTF"), &returnsNull<&Jni::NewStringUTF>,
+        {3770, kMessage, nullMessage("NewString"), returnsNull<&Jni::NewString>, calling(&ven___NewString, +a, 1)},
+        {3860, kMessage, nullMessage("NewStringUTF"), returnsNull<&Jni::NewStringUTF>,
          calling(&ven___NewStringUTF, "a")},
-        {3824, kMessage, nullMessage("GetStringChars"), &returnsNull<&Jni::GetStringChars>,
+        {3824, kMessage, nullMessage("GetStringChars"), returnsNull<&Jni::GetStringChars>,
          calling(&ven___GetStringChars, s, nullptr)},
-        {3913, kMessage, nullMessage("GetStringUTFChars"), &returnsNull<&Jni::GetStringUTFChars>,
+        {3913, kMessage, nullMessage("GetStringUTFChars"), returnsNull<&Jni::GetStringUTFChars>,
          calling(&ven___GetStringUTFChars, s, nullptr)},
-        {4003, kMessage, nullMessage("GetStringCritical"), &returnsNull<&Jni::GetStringCritical>,
+        {4003, kMessage, nullMessage("GetStringCritical"), returnsNull<&Jni::GetStringCritical>,
          calling(&ven___GetStringCritical, s, nullptr)},
-        {3796, kMessage, "(*env)->GetStringLength() < 0", &returnsValue<&Jni::GetStringLength, -1>,
+        {3796, kMessage, "(*env)->GetStringLength() < 0", returnsValue<&Jni::GetStringLength, -1>,
          calling(&ven___GetStringLength, s)},
-        {3886, kMessage, "(*env)->GetStringUTFLength() < 0", &returnsValue<&Jni::GetStringUTFLength, -2>,
+        {3886, kMessage, "(*env)->GetStringUTFLength() < 0", returnsValue<&Jni::GetStringUTFLength, -2>,
          calling(&ven___GetStringUTFLength, s)},
-        {3793, kCondition, kNoException, &raisesOom<&Jni::GetStringLength>, calling(&ven___GetStringLength, s), oom},
-        {3883, kCondition, kNoException, &raisesOom<&Jni::GetStringUTFLength>, calling(&ven___GetStringUTFLength, s),
+        {3793, kCondition, kNoException, raisesOom<&Jni::GetStringLength>, calling(&ven___GetStringLength, s), oom},
+        {3883, kCondition, kNoException, raisesOom<&Jni::GetStringUTFLength>, calling(&ven___GetStringUTFLength, s),
          oom},
-        {4037, kMessage, "(*env)->array() < 0", &returnsValue<&Jni::GetArrayLength, -1>,
+        {4037, kMessage, "(*env)->array() < 0", returnsValue<&Jni::GetArrayLength, -1>,
          calling(&ven___GetArrayLength, ints)},
-        {4034, kCondition, kNoException, &raisesOom<&Jni::GetArrayLength>, calling(&ven___GetArrayLength, ints), oom},
-        {4065, kMessage, nullMessage("NewObjectArray"), &returnsNull<&Jni::NewObjectArray>,
+        {4034, kCondition, kNoException, raisesOom<&Jni::GetArrayLength>, calling(&ven___GetArrayLength, ints), oom},
+        {4065, kMessage, nullMessage("NewObjectArray"), returnsNull<&Jni::NewObjectArray>,
          calling(&ven___NewObjectArray, 2, string, nullptr)},
-        {5071, kMessage, nullMessage("GetPrimitiveArrayCritical"), &returnsNull<&Jni::GetPrimitiveArrayCritical>,
+        {5071, kMessage, nullMessage("GetPrimitiveArrayCritical"), returnsNull<&Jni::GetPrimitiveArrayCritical>,
          calling(&ven___GetPrimitiveArrayCritical, ints, nullptr)},
     };
     // clang-format on

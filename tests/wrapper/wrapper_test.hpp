@@ -31,6 +31,45 @@ inline std::string statusMessage(const std::string& member)
     return "(*env)->ExceptionCheck() == JNI_FALSE <> (*env)->" + member + "() != 0";
 }
 
+// The fixture of the suite: the classes and objects its tables call on; the fixtures' static
+// fields are reset after each test.
+class WrapperTest : public JvmTest
+{
+  protected:
+    void SetUp() override
+    {
+        JvmTest::SetUp();
+        fields = findClass(env, "fixtures/Fields");
+        object = env->NewObject(fields, env->GetMethodID(fields, "<init>", "()V"));
+        methods = findClass(env, "fixtures/Methods");
+        jclass childClass = findClass(env, "fixtures/MethodsChild");
+        child = env->NewObject(childClass, env->GetMethodID(childClass, "<init>", "()V"));
+        clazz = findClass(env, "java/lang/StringBuilder");
+        ctor = env->GetMethodID(clazz, "<init>", "(Ljava/lang/String;)V");
+        obj = jstr(env, "text");
+        throwableClass = findClass(env, "java/lang/IllegalStateException");
+        throwable = makeThrowable(env, "java/lang/IllegalStateException", "E1");
+        natives = findClass(env, "fixtures/WrapperNatives");
+    }
+    void TearDown() override
+    {
+        for (jclass c : {fields, methods}) {
+            env->CallStaticVoidMethod(c, env->GetStaticMethodID(c, "resetStatics", "()V"));
+            ExpectNoPending(env);
+        }
+        JvmTest::TearDown();
+    }
+
+    jclass fields, methods; // fixtures/Fields, fixtures/Methods
+    jobject object, child;  // a Fields, a MethodsChild
+    jclass clazz;           // java/lang/StringBuilder
+    jmethodID ctor;         // StringBuilder(String)
+    jobject obj;            // a java/lang/String
+    jclass throwableClass;  // java/lang/IllegalStateException
+    jthrowable throwable;   // one of it
+    jclass natives;         // fixtures/WrapperNatives
+};
+
 // Makes E1, a fresh exception, pending and returns a global reference to it (the caller
 // deletes it), so that it can be recognised after local frames have gone.
 inline jthrowable throwE1(JNIEnv* env)
@@ -86,14 +125,10 @@ struct ArgChecks {
 };
 
 // `good` at a checked position before `bad`, invalid (NULL, or -1) from there on, so that a
-// check made out of order reports a wrong line; a Keep argument is not checked and passes as is.
-template <typename T> struct Keep {
+// check made out of order reports a wrong line; a `keep` argument is not checked and passes as is.
+template <typename T> struct keep {
     T value;
 };
-template <typename T> Keep<T> keep(T value)
-{
-    return {value};
-}
 template <typename P, typename G> P argument(int bad, int& position, G good)
 {
     if constexpr (requires { good.value; }) {
@@ -141,7 +176,8 @@ struct FaultCase {
     const char* pending = nullptr;
 };
 // A call of `fn` with the fake env and `args`.
-template <typename R, typename... P, typename... A> std::function<void(JNIEnv*)> calling(R (*fn)(JNIEnv*, P...), A... args)
+template <typename R, typename... P, typename... A>
+std::function<void(JNIEnv*)> calling(R (*fn)(JNIEnv*, P...), A... args)
 {
     return [=](JNIEnv* fake) { fn(fake, P(args)...); };
 }
@@ -152,33 +188,20 @@ inline int expectFaults(JNIEnv* env, const std::vector<FaultCase>& cases)
         SCOPED_TRACE("line " + std::to_string(c.line) + ": " + c.text);
         FaultEnv fault(env);
         c.arrange(fault);
-        if (c.isMessage) {
-            EXPECT_VEN_ABORT_MESSAGE(c.call(fault.env()), kPath, c.line, c.text.c_str());
-        } else {
-            EXPECT_VEN_ABORT(c.call(fault.env()), kPath, c.line, c.text.c_str());
-        }
-        if (c.pending != nullptr) {
-            ExpectPendingClass(env, c.pending);
-        } else {
-            ExpectNoPending(env);
-        }
+        const char* text = c.text.c_str();
+        EXPECT_TRUE(abortedWith(catchAbort([&] { c.call(fault.env()); }), "the call", kPath, c.line,
+                                c.isMessage ? nullptr : text, c.isMessage ? text : nullptr));
+        c.pending ? ExpectPendingClass(env, c.pending) : ExpectNoPending(env);
     }
     return static_cast<int>(cases.size());
 }
 
 // Arrangements of a FaultCase.
-template <auto Member> void returnsNull(FaultEnv& fault)
-{
-    fault.returnNull<Member>();
-}
-template <auto Member, jint Value> void returnsValue(FaultEnv& fault)
-{
-    fault.returnValue<Member>(Value);
-}
-template <auto Member> void raisesOom(FaultEnv& fault)
-{
-    fault.raiseOutOfMemory<Member>();
-}
-inline void behaves(FaultEnv&) {}
+using Arrange = void (*)(FaultEnv&);
+template <auto Member> inline const Arrange returnsNull = [](FaultEnv& f) { f.returnNull<Member>(); };
+template <auto Member, jint Value>
+inline const Arrange returnsValue = [](FaultEnv& f) { f.returnValue<Member>(Value); };
+template <auto Member> inline const Arrange raisesOom = [](FaultEnv& f) { f.raiseOutOfMemory<Member>(); };
+inline const Arrange behaves = [](FaultEnv&) {};
 
 } // namespace ven::test::wrapper
