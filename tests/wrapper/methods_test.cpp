@@ -137,13 +137,6 @@ class WrapperCalls : public WrapperTest
         jmethodID id = env->GetMethodID(methods, (type + verb).c_str(), signature.c_str());
         return {callEnv, child, w.isVirtual() ? nullptr : methods, id};
     }
-
-    void setFailure(const char* message)
-    {
-        jthrowable failure = makeThrowable(env, "fixtures/FixtureException", message);
-        env->SetStaticObjectField(methods, env->GetStaticFieldID(methods, "failure", "Ljava/lang/Throwable;"),
-                                  failure);
-    }
 };
 
 // Every argument check of every call wrapper, in order.
@@ -177,6 +170,7 @@ TEST_F(WrapperCalls, EveryArgumentCheck)
 // in round 1, when nothing is deleted.
 TEST_F(WrapperCalls, EveryWrapperOnEveryPath)
 {
+    jfieldID failure = env->GetStaticFieldID(methods, "failure", "Ljava/lang/Throwable;");
     for (const CallWrapper& w : kCalls) {
         const ResultType& type = typeOf(w);
         bool isObject = type.type == std::string("Object"), replaces = isObject && w.form != 'A';
@@ -186,44 +180,34 @@ TEST_F(WrapperCalls, EveryWrapperOnEveryPath)
             TestFrame frame(env);
             FaultEnv fault(env);
             if (round == 2) {
-                setFailure("E2");
+                env->SetStaticObjectField(methods, failure,
+                                          makeThrowable(env, "fixtures/FixtureException", "E2"));
             }
             alignas(8) unsigned char result[16];
             std::memset(result, kFill, sizeof result);
-            jobject old = isObject && round % 2 == 0 ? fault.env()->NewStringUTF("old") : nullptr;
+            jobject old = isObject && round % 2 == 0 ? env->NewStringUTF("old") : nullptr;
             if (isObject) {
                 std::memcpy(result, &old, sizeof old);
+                fault.ledger().noteCreated(old);
             }
+            bool deletes = replaces && old != nullptr;
             Slots slots = slotsFor(w, fault.env());
             jthrowable e1 = round == 1 || round == 2 ? throwE1(env) : nullptr;
-            std::size_t trailStart = fault.trail().size();
 
-            jboolean flag = w.invoke(slots, round == 3 ? nullptr : result);
+            EXPECT_EQ(w.invoke(slots, round == 3 ? nullptr : result), round == 2 ? JNI_FALSE : JNI_TRUE);
 
-            EXPECT_EQ(flag, round == 2 ? JNI_FALSE : JNI_TRUE);
             if (round == 2) {
                 ExpectPending(env, "fixtures.FixtureException", "E2");
                 env->DeleteGlobalRef(e1);
-                env->CallStaticVoidMethod(methods, env->GetStaticMethodID(methods, "resetStatics", "()V"));
+                env->SetStaticObjectField(methods, failure, nullptr);
             } else if (e1 != nullptr) {
                 expectSamePending(env, e1);
             } else {
-                ExpectNoPending(env);
-            }
-            if (round == 0) {
                 std::vector<std::string> floor = {"ExceptionOccurred", member, "ExceptionCheck"};
-                if (replaces) {
-                    floor.push_back("DeleteLocalRef");
-                }
-                EXPECT_EQ(std::vector<std::string>(fault.trail().begin() + static_cast<long>(trailStart),
-                                                   fault.trail().end()),
-                          floor);
+                EXPECT_EQ(fault.trail(), deletes ? (floor.push_back("DeleteLocalRef"), floor) : floor);
             }
-            if (old != nullptr) {
-                EXPECT_EQ(fault.ledger().isLive(old), !replaces) << "the old reference";
-            } else {
-                EXPECT_EQ(fault.calls<&Jni::DeleteLocalRef>(), 0);
-            }
+            EXPECT_EQ(fault.ledger().isLive(old), old != nullptr && !replaces) << "the old reference";
+            EXPECT_EQ(fault.calls<&Jni::DeleteLocalRef>(), deletes ? 1 : 0);
             if (round == 3) {
                 continue;
             }
