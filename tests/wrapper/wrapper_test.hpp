@@ -60,14 +60,10 @@ class WrapperTest : public JvmTest
         JvmTest::TearDown();
     }
 
-    jclass fields, methods; // fixtures/Fields, fixtures/Methods
-    jobject object, child;  // a Fields, a MethodsChild
-    jclass clazz;           // java/lang/StringBuilder
-    jmethodID ctor;         // StringBuilder(String)
-    jobject obj;            // a java/lang/String
-    jclass throwableClass;  // java/lang/IllegalStateException
-    jthrowable throwable;   // one of it
-    jclass natives;         // fixtures/WrapperNatives
+    jclass fields, methods, clazz, throwableClass, natives; // clazz: java/lang/StringBuilder
+    jobject object, child, obj;                             // a Fields, a MethodsChild, a String
+    jmethodID ctor;                                         // StringBuilder(String)
+    jthrowable throwable;                                   // an IllegalStateException
 };
 
 // Makes E1, a fresh exception, pending and returns a global reference to it (the caller
@@ -195,6 +191,17 @@ inline int expectFaults(JNIEnv* env, const std::vector<FaultCase>& cases)
     }
     return static_cast<int>(cases.size());
 }
+
+// Rows of the common shapes, for the wrapper ven___<Member> of the JNI member <Member>: a NULL
+// result or a non-zero status without an exception, and an exception where none may be.
+// clang-format off
+#define TEST_NULL_CASE(Member, line, ...) FaultCase{line, kMessage, nullMessage(#Member), \
+    returnsNull<&Jni::Member>, calling(&ven___##Member __VA_OPT__(,) __VA_ARGS__)}
+#define TEST_STATUS_CASE(Member, line, status, ...) FaultCase{line, kMessage, statusMessage(#Member), \
+    returnsValue<&Jni::Member, status>, calling(&ven___##Member __VA_OPT__(,) __VA_ARGS__)}
+#define TEST_RAISE_CASE(Member, line, ...) FaultCase{line, kCondition, kNoException, raisesOom<&Jni::Member>, \
+    calling(&ven___##Member __VA_OPT__(,) __VA_ARGS__), "java.lang.OutOfMemoryError"}
+// clang-format on
 
 // Arrangements of a FaultCase.
 using Arrange = void (*)(FaultEnv&);
