@@ -90,8 +90,8 @@ TEST_F(WrapperFields, EveryCheckOfEveryAccessor)
         std::string name = std::string("ven___") + a.member;
         jobject target = targetOf(a);
         jfieldID id = idOf(a);
-        rows.push_back(checks(name, a.envLine, {"env", a.isStatic() ? "clazz" : "obj", "fieldID"}, a.call,
-                              env, target, id, keep{jvalue{}}));
+        rows.push_back(checks(name, a.envLine, a.isStatic() ? "env, clazz, fieldID" : "env, obj, fieldID",
+                              a.call, env, target, id, keep{jvalue{}}));
         faults.push_back({a.envLine + 9, kCondition, kNoException, a.raise,
                           calling(a.call, target, id, jvalue{}), "java.lang.OutOfMemoryError"});
     }
@@ -146,13 +146,12 @@ TEST_F(WrapperFields, ValuesBitsAndThePendingException)
 // one that does not leaves JNI's error instead; NULL without an exception stops.
 TEST_F(WrapperFields, FieldAndMethodLookups)
 {
-    const std::vector<const char*> texts = {"env", "clazz", "name", "sig"};
     // clang-format off
     EXPECT_EQ(expectArgChecks({
-        checks("ven___GetFieldID", 554, texts, &ven___GetFieldID, env, fields, "intField", "I"),
-        checks("ven___GetStaticFieldID", 2548, texts, &ven___GetStaticFieldID, env, fields, "staticIntField", "I"),
-        checks("ven___GetMethodID", 971, texts, &ven___GetMethodID, env, methods, "intGet", "()I"),
-        checks("ven___GetStaticMethodID", 2965, texts, &ven___GetStaticMethodID, env, methods, "staticIntGet", "()I"),
+        TEST_CHECKS(GetFieldID, 554, "env, clazz, name, sig", env, fields, "intField", "I"),
+        TEST_CHECKS(GetStaticFieldID, 2548, "env, clazz, name, sig", env, fields, "staticIntField", "I"),
+        TEST_CHECKS(GetMethodID, 971, "env, clazz, name, sig", env, methods, "intGet", "()I"),
+        TEST_CHECKS(GetStaticMethodID, 2965, "env, clazz, name, sig", env, methods, "staticIntGet", "()I"),
     }), 16);
     expectFaults(env, {
         TEST_NULL_CASE(GetFieldID, 569, fields, "intField", "I"),

@@ -74,7 +74,8 @@ struct CallWrapper {
     {"ven___Call" #Kind #Type "MethodV", #Kind, #Type, 'V', lineV, &invoke<&ven___Call##Kind##Type##MethodV>}, \
     {"ven___Call" #Kind #Type "Method",  #Kind, #Type, '.', lineV, &invoke<&ven___Call##Kind##Type##Method>}
 #define TEST_CALL_ROW(Type, va, vv, na, nv, sa, sv)                                                          \
-    TEST_CALL_FORMS(, Type, va, vv), TEST_CALL_FORMS(Nonvirtual, Type, na, nv), TEST_CALL_FORMS(Static, Type, sa, sv)
+    TEST_CALL_FORMS(, Type, va, vv), TEST_CALL_FORMS(Nonvirtual, Type, na, nv),                              \
+    TEST_CALL_FORMS(Static, Type, sa, sv)
 
 // The required "env" lines: virtual A, V, nonvirtual A, V, static A, V.
 const CallWrapper kCalls[] = {
@@ -99,16 +100,16 @@ struct ResultType {
     jvalue parent, child;
 };
 const ResultType kTypes[] = {
-    {"Void",    "V",                  0,                jvalue{},                      jvalue{}},
-    {"Object",  "Ljava/lang/Object;", sizeof(jobject),  jvalue{},                      jvalue{}},
-    {"Boolean", "Z",                  sizeof(jboolean), jvalueOf<jboolean>(JNI_TRUE),  jvalueOf<jboolean>(JNI_FALSE)},
-    {"Byte",    "B",                  sizeof(jbyte),    jvalueOf<jbyte>(8),            jvalueOf<jbyte>(-8)},
-    {"Char",    "C",                  sizeof(jchar),    jvalueOf<jchar>('c'),          jvalueOf<jchar>('C')},
-    {"Short",   "S",                  sizeof(jshort),   jvalueOf<jshort>(16),          jvalueOf<jshort>(-16)},
-    {"Int",     "I",                  sizeof(jint),     jvalueOf<jint>(32),            jvalueOf<jint>(-32)},
-    {"Long",    "J",                  sizeof(jlong),    jvalueOf<jlong>(64),           jvalueOf<jlong>(-64)},
-    {"Float",   "F",                  sizeof(jfloat),   jvalueOf<jfloat>(1.5f),        jvalueOf<jfloat>(-1.5f)},
-    {"Double",  "D",                  sizeof(jdouble),  jvalueOf<jdouble>(2.5),        jvalueOf<jdouble>(-2.5)},
+    {"Void",    "V",                  0,                jvalue{},                     jvalue{}},
+    {"Object",  "Ljava/lang/Object;", sizeof(jobject),  jvalue{},                     jvalue{}},
+    {"Boolean", "Z",                  sizeof(jboolean), jvalueOf<jboolean>(JNI_TRUE), jvalueOf<jboolean>(0)},
+    {"Byte",    "B",                  sizeof(jbyte),    jvalueOf<jbyte>(8),           jvalueOf<jbyte>(-8)},
+    {"Char",    "C",                  sizeof(jchar),    jvalueOf<jchar>('c'),         jvalueOf<jchar>('C')},
+    {"Short",   "S",                  sizeof(jshort),   jvalueOf<jshort>(16),         jvalueOf<jshort>(-16)},
+    {"Int",     "I",                  sizeof(jint),     jvalueOf<jint>(32),           jvalueOf<jint>(-32)},
+    {"Long",    "J",                  sizeof(jlong),    jvalueOf<jlong>(64),          jvalueOf<jlong>(-64)},
+    {"Float",   "F",                  sizeof(jfloat),   jvalueOf<jfloat>(1.5f),       jvalueOf<jfloat>(-1.5f)},
+    {"Double",  "D",                  sizeof(jdouble),  jvalueOf<jdouble>(2.5),       jvalueOf<jdouble>(-2.5)},
 };
 // clang-format on
 
@@ -144,8 +145,9 @@ TEST_F(WrapperCalls, EveryArgumentCheck)
 {
     std::vector<ArgChecks> rows;
     for (const CallWrapper& w : kCalls) {
-        std::vector<const char*> texts = {"env", "obj", "clazz", "methodID"};
-        texts.erase(texts.begin() + (w.isStatic() ? 1 : 2), texts.begin() + (w.isVirtual() ? 3 : 2));
+        const char* texts = w.isStatic()    ? "env, clazz, methodID"
+                            : w.isVirtual() ? "env, obj, methodID"
+                                            : "env, obj, clazz, methodID";
         Slots valid = slotsFor(w, env);
         rows.push_back({w.name, w.envLine, texts, [=](int bad) {
                             Slots s = valid;

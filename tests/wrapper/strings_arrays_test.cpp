@@ -37,8 +37,10 @@ struct ArrayType {
      [](JNIEnv* e, jsize n) -> jarray { return ven___New##Type##Array(e, n); },                              \
      [](JNIEnv* e, jarray a, jboolean* c) -> void* { return cast(&ven___Get##Type##ArrayElements, e, a, c); },\
      [](JNIEnv* e, jarray a, void* p, jint m) { cast(&ven___Release##Type##ArrayElements, e, a, p, m); },    \
-     [](JNIEnv* e, jarray a, jsize s, jsize n, void* p) { return cast(&ven___Get##Type##ArrayRegion, e, a, s, n, p); }, \
-     [](JNIEnv* e, jarray a, jsize s, jsize n, void* p) { return cast(&ven___Set##Type##ArrayRegion, e, a, s, n, p); }, \
+     [](JNIEnv* e, jarray a, jsize s, jsize n, void* p) {                                                    \
+         return cast(&ven___Get##Type##ArrayRegion, e, a, s, n, p); },                                       \
+     [](JNIEnv* e, jarray a, jsize s, jsize n, void* p) {                                                    \
+         return cast(&ven___Set##Type##ArrayRegion, e, a, s, n, p); },                                       \
      returnsNull<&Jni::New##Type##Array>, returnsNull<&Jni::Get##Type##ArrayElements>}
 
 // The required "env" lines: New, GetElements, ReleaseElements, GetRegion, SetRegion.
@@ -74,51 +76,45 @@ using WrapperStringsArrays = JvmTest;
 TEST_F(WrapperStringsArrays, EveryArgumentCheck)
 {
     jstring s = jstr(env, "text");
+    jclass string = findClass(env, "java/lang/String");
     jintArray ints = env->NewIntArray(1);
     jchar chars[8] = {};
     void* buf = chars; // never reaches JNI
     // clang-format off
     std::vector<ArgChecks> rows = {
-        checks("ven___NewString", 3756, {"env", "unicodeChars || len == 0", "len >= 0"}, &ven___NewString, env, chars, 1),
-        checks("ven___NewStringUTF", 3847, {"env", "bytes"}, &ven___NewStringUTF, env, "a"),
-        checks("ven___GetStringLength", 3785, {"env", "string"}, &ven___GetStringLength, env, s),
-        checks("ven___GetStringUTFLength", 3875, {"env", "string"}, &ven___GetStringUTFLength, env, s),
-        checks("ven___GetStringChars", 3811, {"env", "string"}, &ven___GetStringChars, env, s, keep{nullptr}),
-        checks("ven___GetStringUTFChars", 3900, {"env", "string"}, &ven___GetStringUTFChars, env, s, keep{nullptr}),
-        checks("ven___GetStringCritical", 3990, {"env", "string"}, &ven___GetStringCritical, env, s, keep{nullptr}),
-        checks("ven___ReleaseStringChars", 3836, {"env", "string", "chars"}, &ven___ReleaseStringChars, env, s, buf),
-        checks("ven___ReleaseStringUTFChars", 3925, {"env", "string", "utf"}, &ven___ReleaseStringUTFChars, env, s, buf),
-        checks("ven___ReleaseStringCritical", 4015, {"env", "string", "carray"}, &ven___ReleaseStringCritical, env, s,
-               buf),
-        checks("ven___GetStringRegion", 3936, {"env", "str", "buf"}, &ven___GetStringRegion, env, s, keep{0}, keep{1},
-               buf),
-        checks("ven___GetStringUTFRegion", 3963, {"env", "str", "buf"}, &ven___GetStringUTFRegion, env, s, keep{0},
-               keep{1}, buf),
-        checks("ven___GetArrayLength", 4026, {"env", "array"}, &ven___GetArrayLength, env, ints),
-        checks("ven___NewObjectArray", 4051, {"env", "length >= 0", "elementClass"}, &ven___NewObjectArray, env, 1,
-               findClass(env, "java/lang/String"), keep{nullptr}),
-        checks("ven___SetObjectArrayElement", 4080, {"env", "array"}, &ven___SetObjectArrayElement, env, nullptr,
-               keep{0}, keep{nullptr}),
-        checks("ven___GetPrimitiveArrayCritical", 5058, {"env", "array"}, &ven___GetPrimitiveArrayCritical, env, ints,
-               keep{nullptr}),
-        checks("ven___ReleasePrimitiveArrayCritical", 5083, {"env", "array", "carray", kMode},
-               &ven___ReleasePrimitiveArrayCritical, env, ints, buf, 0),
+        TEST_CHECKS(NewString, 3756, "env, unicodeChars || len == 0, len >= 0", env, chars, 1),
+        TEST_CHECKS(NewStringUTF, 3847, "env, bytes", env, "a"),
+        TEST_CHECKS(GetStringLength, 3785, "env, string", env, s),
+        TEST_CHECKS(GetStringUTFLength, 3875, "env, string", env, s),
+        TEST_CHECKS(GetStringChars, 3811, "env, string", env, s, keep{nullptr}),
+        TEST_CHECKS(GetStringUTFChars, 3900, "env, string", env, s, keep{nullptr}),
+        TEST_CHECKS(GetStringCritical, 3990, "env, string", env, s, keep{nullptr}),
+        TEST_CHECKS(ReleaseStringChars, 3836, "env, string, chars", env, s, buf),
+        TEST_CHECKS(ReleaseStringUTFChars, 3925, "env, string, utf", env, s, buf),
+        TEST_CHECKS(ReleaseStringCritical, 4015, "env, string, carray", env, s, buf),
+        TEST_CHECKS(GetStringRegion, 3936, "env, str, buf", env, s, keep{0}, keep{1}, buf),
+        TEST_CHECKS(GetStringUTFRegion, 3963, "env, str, buf", env, s, keep{0}, keep{1}, buf),
+        TEST_CHECKS(GetArrayLength, 4026, "env, array", env, ints),
+        TEST_CHECKS(NewObjectArray, 4051, "env, length >= 0, elementClass", env, 1, string, keep{nullptr}),
+        TEST_CHECKS(SetObjectArrayElement, 4080, "env, array", env, nullptr, keep{0}, keep{nullptr}),
+        TEST_CHECKS(GetPrimitiveArrayCritical, 5058, "env, array", env, ints, keep{nullptr}),
+        TEST_CHECKS(ReleasePrimitiveArrayCritical, 5083, "env, array, carray, " + std::string(kMode), env, ints,
+                    buf, 0),
     };
     // clang-format on
     EXPECT_VEN_ABORT(ven___ReleasePrimitiveArrayCritical(env, ints, buf, 3), kPath, 5086, kMode);
     for (const ArrayType& t : kArrayTypes) {
         std::string name = t.type;
         jarray array = t.make(env, 1);
-        rows.push_back(
-            checks("ven___New" + name + "Array", t.newLine, {"env", "length >= 0"}, t.make, env, 1));
-        rows.push_back(checks("ven___Get" + name + "ArrayElements", t.elementsLine, {"env", "array"},
-                              t.elements, env, array, keep{nullptr}));
+        rows.push_back(checks("ven___New" + name + "Array", t.newLine, "env, length >= 0", t.make, env, 1));
+        rows.push_back(checks("ven___Get" + name + "ArrayElements", t.elementsLine, "env, array", t.elements,
+                              env, array, keep{nullptr}));
         rows.push_back(checks("ven___Release" + name + "ArrayElements", t.releaseLine,
-                              {"env", "array", "elems", kMode}, t.release, env, array, buf, 0));
+                              "env, array, elems, " + std::string(kMode), t.release, env, array, buf, 0));
         for (auto [line, region] :
              {std::pair{t.getRegionLine, t.getRegion}, std::pair{t.setRegionLine, t.setRegion}}) {
             rows.push_back(checks("ven___" + name + "ArrayRegion " + std::to_string(line), line,
-                                  {"env", "array", "buf"}, region, env, array, keep{0}, keep{1}, buf));
+                                  "env, array, buf", region, env, array, keep{0}, keep{1}, buf));
         }
         EXPECT_VEN_ABORT(t.release(env, array, buf, 3), kPath, t.releaseLine + 3, kMode);
     }

@@ -2,6 +2,7 @@
 // argument-check and fault tables, pending-exception helpers and real va_lists.
 #pragma once
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstring>
 #include <functional>
@@ -111,12 +112,12 @@ template <typename T> T valueIn(const jvalue& slot)
     return value;
 }
 
-// One row per wrapper: the line of its "env" check and the texts of all its argument checks,
-// which follow on consecutive lines; call(bad) makes the check at position `bad` fail.
+// One row per wrapper: the line of its "env" check and the texts of all its argument checks
+// (joined by ", "), which follow on consecutive lines; call(bad) makes check number `bad` fail.
 struct ArgChecks {
     std::string function;
     int envLine;
-    std::vector<const char*> texts;
+    std::string texts;
     std::function<void(int bad)> call;
 };
 
@@ -136,7 +137,7 @@ template <typename P, typename G> P argument(int bad, int& position, G good)
     }
 }
 template <typename R, typename... P, typename... G>
-ArgChecks checks(std::string function, int envLine, std::vector<const char*> texts, R (*fn)(P...), G... goods)
+ArgChecks checks(std::string function, int envLine, std::string texts, R (*fn)(P...), G... goods)
 {
     return {std::move(function), envLine, std::move(texts), [=](int bad) {
                 int position = 0;
@@ -150,9 +151,13 @@ inline int expectArgChecks(const std::vector<ArgChecks>& rows)
 {
     int verified = 0;
     for (const ArgChecks& row : rows) {
-        for (int bad = 0; bad < static_cast<int>(row.texts.size()); ++bad, ++verified) {
+        std::size_t start = 0;
+        for (int bad = 0; start <= row.texts.size(); ++bad, ++verified) {
+            std::size_t end = std::min(row.texts.find(", ", start), row.texts.size());
             SCOPED_TRACE(row.function + " check " + std::to_string(bad));
-            EXPECT_VEN_ABORT(row.call(bad), kPath, row.envLine + bad, row.texts[bad]);
+            EXPECT_VEN_ABORT(row.call(bad), kPath, row.envLine + bad,
+                             row.texts.substr(start, end - start).c_str());
+            start = end + 2;
         }
     }
     return verified;
@@ -192,9 +197,11 @@ inline int expectFaults(JNIEnv* env, const std::vector<FaultCase>& cases)
     return static_cast<int>(cases.size());
 }
 
-// Rows of the common shapes, for the wrapper ven___<Member> of the JNI member <Member>: a NULL
-// result or a non-zero status without an exception, and an exception where none may be.
+// Rows of the common shapes for the wrapper ven___<Name>: its argument checks; and for a wrapper
+// of the JNI member of the same name, a NULL result or a non-zero status without an exception,
+// and an exception where none may be.
 // clang-format off
+#define TEST_CHECKS(Name, line, texts, ...) checks("ven___" #Name, line, texts, &ven___##Name, __VA_ARGS__)
 #define TEST_NULL_CASE(Member, line, ...) FaultCase{line, kMessage, nullMessage(#Member), \
     returnsNull<&Jni::Member>, calling(&ven___##Member __VA_OPT__(,) __VA_ARGS__)}
 #define TEST_STATUS_CASE(Member, line, status, ...) FaultCase{line, kMessage, statusMessage(#Member), \
