@@ -1,5 +1,5 @@
-// Shared pieces of the wrapper suite: the texts the checks report, the drivers of the
-// argument-check and fault tables, pending-exception helpers and real va_lists.
+// The wrapper suite's fixture, texts, pending-exception helpers and the drivers of its
+// argument-check and fault tables.
 #pragma once
 
 #include <algorithm>
@@ -21,8 +21,7 @@ using Jni = JNINativeInterface_;
 inline constexpr const char* kPath = "source/ven/ven_wrapper";
 inline constexpr const char* kNoException = "(*env)->ExceptionCheck( env ) == JNI_FALSE";
 
-// The consistency messages of a function that returns a reference, ID or pointer, and of one
-// that returns a jint status.
+// The consistency messages of a reference, ID or pointer result and of a jint status.
 inline std::string nullMessage(const std::string& member)
 {
     return "(*env)->ExceptionCheck() == JNI_FALSE <> (*env)->" + member + "() == NULL";
@@ -32,8 +31,7 @@ inline std::string statusMessage(const std::string& member)
     return "(*env)->ExceptionCheck() == JNI_FALSE <> (*env)->" + member + "() != 0";
 }
 
-// The fixture of the suite: the classes and objects its tables call on; the fixtures' static
-// fields are reset after each test.
+// The classes and objects the tables call on; Fields' statics are reset after each test.
 class WrapperTest : public JvmTest
 {
   protected:
@@ -54,10 +52,7 @@ class WrapperTest : public JvmTest
     }
     void TearDown() override
     {
-        for (jclass c : {fields, methods}) {
-            env->CallStaticVoidMethod(c, env->GetStaticMethodID(c, "resetStatics", "()V"));
-            ExpectNoPending(env);
-        }
+        env->CallStaticVoidMethod(fields, env->GetStaticMethodID(fields, "resetStatics", "()V"));
         JvmTest::TearDown();
     }
 
@@ -67,8 +62,8 @@ class WrapperTest : public JvmTest
     jthrowable throwable;                                   // an IllegalStateException
 };
 
-// Makes E1, a fresh exception, pending and returns a global reference to it (the caller
-// deletes it), so that it can be recognised after local frames have gone.
+// Makes E1, a fresh exception, pending; the global reference (the caller's to delete) lets it be
+// recognised after local frames have gone.
 inline jthrowable throwE1(JNIEnv* env)
 {
     jthrowable local = makeThrowable(env, "java/lang/IllegalStateException", "E1");
@@ -78,8 +73,7 @@ inline jthrowable throwE1(JNIEnv* env)
     return global;
 }
 
-// Asserts that exactly `expected` is pending (the same object), then clears it and deletes
-// the global reference.
+// Asserts that exactly `expected` is pending, clears it and deletes the global reference.
 inline void expectSamePending(JNIEnv* env, jthrowable expected)
 {
     jthrowable pending = env->ExceptionOccurred();
@@ -121,8 +115,8 @@ struct ArgChecks {
     std::function<void(int bad)> call;
 };
 
-// `good` at a checked position before `bad`, invalid (NULL, or -1) from there on, so that a
-// check made out of order reports a wrong line; a `keep` argument is not checked and passes as is.
+// A checked argument is `good` before position `bad` and NULL (or -1) from there on, so that a
+// check made out of order reports a wrong line; a `keep` argument is not checked.
 template <typename T> struct keep {
     T value;
 };
@@ -151,11 +145,10 @@ inline int expectArgChecks(const std::vector<ArgChecks>& rows)
 {
     int verified = 0;
     for (const ArgChecks& row : rows) {
-        std::size_t start = 0;
-        for (int bad = 0; start <= row.texts.size(); ++bad, ++verified) {
+        for (std::size_t bad = 0, start = 0; start <= row.texts.size(); ++bad, ++verified) {
             std::size_t end = std::min(row.texts.find(", ", start), row.texts.size());
             SCOPED_TRACE(row.function + " check " + std::to_string(bad));
-            EXPECT_VEN_ABORT(row.call(bad), kPath, row.envLine + bad,
+            EXPECT_VEN_ABORT(row.call(static_cast<int>(bad)), kPath, row.envLine + static_cast<int>(bad),
                              row.texts.substr(start, end - start).c_str());
             start = end + 2;
         }
@@ -164,8 +157,7 @@ inline int expectArgChecks(const std::vector<ArgChecks>& rows)
 }
 
 // A check after the JNI call, reached through a FaultEnv that `arrange` makes misbehave: a
-// fatal check (condition) or a consistency check (message), and the class of the exception
-// it leaves pending, if any.
+// fatal check (condition) or a consistency check (message), and the exception it leaves.
 inline constexpr bool kCondition = false;
 inline constexpr bool kMessage = true;
 struct FaultCase {
@@ -176,7 +168,6 @@ struct FaultCase {
     std::function<void(JNIEnv* fake)> call;
     const char* pending = nullptr;
 };
-// A call of `fn` with the fake env and `args`.
 template <typename R, typename... P, typename... A>
 std::function<void(JNIEnv*)> calling(R (*fn)(JNIEnv*, P...), A... args)
 {
@@ -197,9 +188,15 @@ inline int expectFaults(JNIEnv* env, const std::vector<FaultCase>& cases)
     return static_cast<int>(cases.size());
 }
 
-// Rows of the common shapes for the wrapper ven___<Name>: its argument checks; and for a wrapper
-// of the JNI member of the same name, a NULL result or a non-zero status without an exception,
-// and an exception where none may be.
+using Arrange = void (*)(FaultEnv&);
+template <auto Member> inline const Arrange returnsNull = [](FaultEnv& f) { f.returnNull<Member>(); };
+template <auto Member, jint Value>
+inline const Arrange returnsValue = [](FaultEnv& f) { f.returnValue<Member>(Value); };
+template <auto Member> inline const Arrange raisesOom = [](FaultEnv& f) { f.raiseOutOfMemory<Member>(); };
+inline const Arrange behaves = [](FaultEnv&) {};
+
+// Rows of the common shapes for ven___<Name>: its argument checks; and, where it calls the JNI
+// member <Name>, a NULL result or non-zero status without an exception, and an exception raised.
 // clang-format off
 #define TEST_CHECKS(Name, line, texts, ...) checks("ven___" #Name, line, texts, &ven___##Name, __VA_ARGS__)
 #define TEST_NULL_CASE(Member, line, ...) FaultCase{line, kMessage, nullMessage(#Member), \
@@ -209,13 +206,5 @@ inline int expectFaults(JNIEnv* env, const std::vector<FaultCase>& cases)
 #define TEST_RAISE_CASE(Member, line, ...) FaultCase{line, kCondition, kNoException, raisesOom<&Jni::Member>, \
     calling(&ven___##Member __VA_OPT__(,) __VA_ARGS__), "java.lang.OutOfMemoryError"}
 // clang-format on
-
-// Arrangements of a FaultCase.
-using Arrange = void (*)(FaultEnv&);
-template <auto Member> inline const Arrange returnsNull = [](FaultEnv& f) { f.returnNull<Member>(); };
-template <auto Member, jint Value>
-inline const Arrange returnsValue = [](FaultEnv& f) { f.returnValue<Member>(Value); };
-template <auto Member> inline const Arrange raisesOom = [](FaultEnv& f) { f.raiseOutOfMemory<Member>(); };
-inline const Arrange behaves = [](FaultEnv&) {};
 
 } // namespace ven::test::wrapper
