@@ -23,10 +23,6 @@ jvalue access(void (*set)(JNIEnv*, Target, jfieldID, T), JNIEnv* e, jobject t, j
     set(e, static_cast<Target>(t), id, valueIn<T>(v));
     return v;
 }
-template <auto Accessor> jvalue call(JNIEnv* e, jobject target, jfieldID id, jvalue v)
-{
-    return access(Accessor, e, target, id, v);
-}
 
 struct Accessor {
     const char* member; // the wrapper is "ven___" + member
@@ -34,15 +30,16 @@ struct Accessor {
     const char* signature;
     std::size_t width;
     int envLine;
-    jvalue (*call)(JNIEnv*, jobject target, jfieldID, jvalue v);
     Arrange raise;
     std::uint64_t start, samples[2]; // the fixture's starting value; bits that must survive
+    jvalue (*call)(JNIEnv*, jobject target, jfieldID, jvalue v);
     bool isStatic() const { return std::strstr(member, "Static") != nullptr; }
 };
 
 // clang-format off
 #define TEST_ACCESSOR(Member, Type, type, sig, line, start, a, b)                                            \
-    {#Member, #Type, sig, sizeof(type), line, &call<&ven___##Member>, raisesOom<&Jni::Member>, start, {a, b}}
+    {#Member, #Type, sig, sizeof(type), line, raisesOom<&Jni::Member>, start, {a, b},                       \
+     [](JNIEnv* e, jobject t, jfieldID id, jvalue v) { return access(&ven___##Member, e, t, id, v); }}
 #define TEST_FIELD_ROW(Type, type, sig, start, a, b, get, set, staticGet, staticSet)                         \
     TEST_ACCESSOR(Get##Type##Field, Type, type, sig, get, start, a, b),                                      \
         TEST_ACCESSOR(Set##Type##Field, Type, type, sig, set, start, a, b),                                  \
