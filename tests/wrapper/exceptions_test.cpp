@@ -1,6 +1,5 @@
-// Version, exceptions, classes, references, local frames, native methods, objects and monitors:
-// every argument check and every check a misbehaving JNI can reach, the saved pending exception
-// of each kind, and the edge cases.
+// Exceptions, classes, references, frames, natives, objects and monitors: every check, the saved
+// pending exception of each kind, and the edge cases.
 #include "wrapper/wrapper_test.hpp"
 
 namespace ven::test::wrapper
@@ -232,7 +231,7 @@ TEST_F(WrapperExceptions, DirectCallsLeaveAPendingExceptionAlone)
 TEST_F(WrapperExceptions, ThrowingClassesAndObjects)
 {
     ven___ThrowNew(env, throwableClass, "thrown");
-    EXPECT_EQ(ven___ExceptionCheck(env), JNI_TRUE);
+    EXPECT_EQ(pendingMessage(env), "thrown");
     ven___ExceptionClear(env);
     EXPECT_EQ(ven___ExceptionCheck(env), JNI_FALSE);
     auto e2 = static_cast<jthrowable>(env->NewGlobalRef(throwable));
@@ -265,13 +264,8 @@ TEST_F(WrapperExceptions, PopLocalFrameCarriesThePendingException)
         }
         ASSERT_EQ(ven___PushLocalFrame(env, 4), 0);
         jstring inner = withResult ? env->NewStringUTF("result") : nullptr;
-        jthrowable local = makeThrowable(env, "java/lang/IllegalStateException", "E1");
-        auto e1 = static_cast<jthrowable>(env->NewGlobalRef(local));
-        env->Throw(local);
-        env->DeleteLocalRef(local);
-
+        jthrowable e1 = throwE1(env);
         jobject outer = ven___PopLocalFrame(fault.env(), inner);
-
         expectSamePending(env, e1);
         EXPECT_EQ(outer ? utf8(env, static_cast<jstring>(outer)) : "NULL", withResult ? "result" : "NULL");
         EXPECT_EQ(fault.calls<&Jni::NewGlobalRef>() - fault.calls<&Jni::DeleteGlobalRef>(), globalRefFails);

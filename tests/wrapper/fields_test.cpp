@@ -1,6 +1,5 @@
-// The field and method lookups and the 36 field accessors, from one table of the required
-// "env" lines: every argument check, the exception check nine lines on, exact bits both ways,
-// the saved pending exception and the success path's cost.
+// The 36 field accessors from one table of the required "env" lines, and the four lookups: every
+// check, exact bits both ways, the saved pending exception and the success path's cost.
 #include <cctype>
 #include <cstdint>
 

@@ -1,6 +1,5 @@
-// The 90 call wrappers from one table of the required "env" lines: every argument check, the
-// value with its exact width on success and failure, the saved pending exception, the object
-// V forms' references, and arguments and bits that must arrive unchanged.
+// The 90 call wrappers from one table of the required "env" lines: every argument check, values
+// of exact width, the saved pending exception, the object V forms' references, exact bits.
 #include <algorithm>
 #include <bit>
 #include <cctype>
@@ -13,7 +12,6 @@ namespace ven::test::wrapper
 namespace
 {
 
-// The checked arguments of a call.
 struct Slots {
     JNIEnv* env;
     jobject obj;
@@ -56,22 +54,45 @@ template <auto Wrapper> jboolean invoke(const Slots& s, void* result)
     return run(Wrapper, s, result);
 }
 
-struct CallWrapper {
-    const char* name;
-    const char* kind; // "", "Nonvirtual" or "Static"
+// What the fixtures' no-argument methods return: Methods.<type>Get() and staticXGet() the
+// parent value, the MethodsChild overrides the child value (objects compared as text).
+struct ResultType {
     const char* type;
-    char form;   // 'A', 'V', or '.' for the variadic form
+    const char* signature;
+    std::size_t width;
+    jvalue parent, child;
+};
+enum { kVoid, kObject, kBoolean, kByte, kChar, kShort, kInt, kLong, kFloat, kDouble };
+// clang-format off
+const ResultType kTypes[] = {
+    {"Void",    "V",                  0,                jvalue{},                     jvalue{}},
+    {"Object",  "Ljava/lang/Object;", sizeof(jobject),  jvalue{},                     jvalue{}},
+    {"Boolean", "Z",                  sizeof(jboolean), jvalueOf<jboolean>(JNI_TRUE), jvalueOf<jboolean>(0)},
+    {"Byte",    "B",                  sizeof(jbyte),    jvalueOf<jbyte>(8),           jvalueOf<jbyte>(-8)},
+    {"Char",    "C",                  sizeof(jchar),    jvalueOf<jchar>('c'),         jvalueOf<jchar>('C')},
+    {"Short",   "S",                  sizeof(jshort),   jvalueOf<jshort>(16),         jvalueOf<jshort>(-16)},
+    {"Int",     "I",                  sizeof(jint),     jvalueOf<jint>(32),           jvalueOf<jint>(-32)},
+    {"Long",    "J",                  sizeof(jlong),    jvalueOf<jlong>(64),          jvalueOf<jlong>(-64)},
+    {"Float",   "F",                  sizeof(jfloat),   jvalueOf<jfloat>(1.5f),       jvalueOf<jfloat>(-1.5f)},
+    {"Double",  "D",                  sizeof(jdouble),  jvalueOf<jdouble>(2.5),       jvalueOf<jdouble>(-2.5)},
+};
+// clang-format on
+
+struct CallWrapper {
+    std::string name;
+    const ResultType& type;
     int envLine; // the V twin's for the variadic form
     jboolean (*invoke)(const Slots&, void* result);
-    bool isVirtual() const { return kind[0] == '\0'; }
-    bool isStatic() const { return kind[0] == 'S'; }
+    bool isStatic() const { return name.starts_with("ven___CallStatic"); }
+    bool isVirtual() const { return !isStatic() && !name.starts_with("ven___CallNonvirtual"); }
+    char form() const { return name.ends_with("Method") ? '.' : name.back(); } // 'A', 'V' or variadic
 };
 
 // clang-format off
 #define TEST_CALL_FORMS(Kind, Type, lineA, lineV)                                                            \
-    {"ven___Call" #Kind #Type "MethodA", #Kind, #Type, 'A', lineA, &invoke<&ven___Call##Kind##Type##MethodA>}, \
-    {"ven___Call" #Kind #Type "MethodV", #Kind, #Type, 'V', lineV, &invoke<&ven___Call##Kind##Type##MethodV>}, \
-    {"ven___Call" #Kind #Type "Method",  #Kind, #Type, '.', lineV, &invoke<&ven___Call##Kind##Type##Method>}
+    {"ven___Call" #Kind #Type "MethodA", kTypes[k##Type], lineA, &invoke<&ven___Call##Kind##Type##MethodA>},   \
+    {"ven___Call" #Kind #Type "MethodV", kTypes[k##Type], lineV, &invoke<&ven___Call##Kind##Type##MethodV>},   \
+    {"ven___Call" #Kind #Type "Method",  kTypes[k##Type], lineV, &invoke<&ven___Call##Kind##Type##Method>}
 #define TEST_CALL_ROW(Type, va, vv, na, nv, sa, sv)                                                          \
     TEST_CALL_FORMS(, Type, va, vv), TEST_CALL_FORMS(Nonvirtual, Type, na, nv),                              \
     TEST_CALL_FORMS(Static, Type, sa, sv)
@@ -90,42 +111,14 @@ const CallWrapper kCalls[] = {
     TEST_CALL_ROW(Double,  1411, 1735, 2180, 2514, 3398, 3722),
 };
 
-// What the fixtures' no-argument methods return: Methods.<type>Get() and staticXGet() the
-// parent value, the MethodsChild overrides the child value (objects compared as text).
-struct ResultType {
-    const char* type;
-    const char* signature;
-    std::size_t width;
-    jvalue parent, child;
-};
-const ResultType kTypes[] = {
-    {"Void",    "V",                  0,                jvalue{},                     jvalue{}},
-    {"Object",  "Ljava/lang/Object;", sizeof(jobject),  jvalue{},                     jvalue{}},
-    {"Boolean", "Z",                  sizeof(jboolean), jvalueOf<jboolean>(JNI_TRUE), jvalueOf<jboolean>(0)},
-    {"Byte",    "B",                  sizeof(jbyte),    jvalueOf<jbyte>(8),           jvalueOf<jbyte>(-8)},
-    {"Char",    "C",                  sizeof(jchar),    jvalueOf<jchar>('c'),         jvalueOf<jchar>('C')},
-    {"Short",   "S",                  sizeof(jshort),   jvalueOf<jshort>(16),         jvalueOf<jshort>(-16)},
-    {"Int",     "I",                  sizeof(jint),     jvalueOf<jint>(32),           jvalueOf<jint>(-32)},
-    {"Long",    "J",                  sizeof(jlong),    jvalueOf<jlong>(64),          jvalueOf<jlong>(-64)},
-    {"Float",   "F",                  sizeof(jfloat),   jvalueOf<jfloat>(1.5f),       jvalueOf<jfloat>(-1.5f)},
-    {"Double",  "D",                  sizeof(jdouble),  jvalueOf<jdouble>(2.5),       jvalueOf<jdouble>(-2.5)},
-};
-// clang-format on
-
-const ResultType& typeOf(const CallWrapper& w)
-{
-    return *std::find_if(std::begin(kTypes), std::end(kTypes),
-                         [&](const ResultType& t) { return std::strcmp(t.type, w.type) == 0; });
-}
-
 class WrapperCalls : public WrapperTest
 {
   protected:
     // The no-argument method of the wrapper's type and kind, called on a MethodsChild.
     Slots slotsFor(const CallWrapper& w, JNIEnv* callEnv)
     {
-        std::string type = w.type, verb = type == "Void" ? "Run" : "Get";
-        std::string signature = std::string("()") + typeOf(w).signature;
+        std::string type = w.type.type, verb = type == "Void" ? "Run" : "Get";
+        std::string signature = std::string("()") + w.type.signature;
         if (w.isStatic()) {
             std::string name = "static" + type + verb;
             return {callEnv, nullptr, methods,
@@ -165,11 +158,11 @@ TEST_F(WrapperCalls, EveryWrapperOnEveryPath)
 {
     jfieldID failure = env->GetStaticFieldID(methods, "failure", "Ljava/lang/Throwable;");
     for (const CallWrapper& w : kCalls) {
-        const ResultType& type = typeOf(w);
-        bool isObject = type.type == std::string("Object"), replaces = isObject && w.form != 'A';
-        std::string member = std::string(w.name).substr(6) + (w.form == '.' ? "V" : "");
+        const ResultType& type = w.type;
+        bool isObject = type.type == std::string("Object"), replaces = isObject && w.form() != 'A';
+        std::string member = w.name.substr(6) + (w.form() == '.' ? "V" : "");
         for (int round = 0; round < 4; ++round) {
-            SCOPED_TRACE(std::string(w.name) + " round " + std::to_string(round));
+            SCOPED_TRACE(w.name + " round " + std::to_string(round));
             TestFrame frame(env);
             FaultEnv fault(env);
             if (round == 2) {
@@ -236,12 +229,11 @@ TEST_F(WrapperCalls, ArgumentsAndExactBits)
                   JNI_TRUE);
         EXPECT_EQ(std::memcmp(&out, &value, sizeof value), 0) << name;
     };
-    for (std::uint32_t bits : {0x80000000u, 0x7fc12345u, 0xffc00001u}) {
-        echo(&ven___CallStaticFloatMethodA, "staticFloatEcho", "(F)F", std::bit_cast<jfloat>(bits));
-    }
-    for (std::uint64_t bits : {0x8000000000000000u, 0x7ff8000000012345u}) {
-        echo(&ven___CallStaticDoubleMethodA, "staticDoubleEcho", "(D)D", std::bit_cast<jdouble>(bits));
-    }
+    echo(&ven___CallStaticFloatMethodA, "staticFloatEcho", "(F)F", std::bit_cast<jfloat>(0x80000000u));
+    echo(&ven___CallStaticFloatMethodA, "staticFloatEcho", "(F)F", std::bit_cast<jfloat>(0x7fc12345u));
+    echo(&ven___CallStaticDoubleMethodA, "staticDoubleEcho", "(D)D", std::bit_cast<jdouble>(1ULL << 63));
+    echo(&ven___CallStaticDoubleMethodA, "staticDoubleEcho", "(D)D",
+         std::bit_cast<jdouble>(0x7ff8000000012345ULL));
     echo(&ven___CallStaticByteMethodA, "staticByteEcho", "(B)B", jbyte{-1});
     echo(&ven___CallStaticCharMethodA, "staticCharEcho", "(C)C", jchar{0xFFFF});
 }

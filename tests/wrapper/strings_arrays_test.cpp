@@ -1,6 +1,5 @@
-// The string and array wrappers: every argument check and every check a misbehaving JNI can
-// reach, from tables of the required lines; exact units and bytes, release modes, index
-// failures and the saved pending exception.
+// The string and array wrappers: every check from tables of the required lines; exact units and
+// bytes, release modes, index failures and the saved pending exception.
 #include <climits>
 #include <cstdint>
 

@@ -21,14 +21,10 @@ using Jni = JNINativeInterface_;
 inline constexpr const char* kPath = "source/ven/ven_wrapper";
 inline constexpr const char* kNoException = "(*env)->ExceptionCheck( env ) == JNI_FALSE";
 
-// The consistency messages of a reference, ID or pointer result and of a jint status.
+// The consistency message of a reference, ID or pointer result.
 inline std::string nullMessage(const std::string& member)
 {
     return "(*env)->ExceptionCheck() == JNI_FALSE <> (*env)->" + member + "() == NULL";
-}
-inline std::string statusMessage(const std::string& member)
-{
-    return "(*env)->ExceptionCheck() == JNI_FALSE <> (*env)->" + member + "() != 0";
 }
 
 // The classes and objects the tables call on; Fields' statics are reset after each test.
@@ -62,8 +58,7 @@ class WrapperTest : public JvmTest
     jthrowable throwable;                                   // an IllegalStateException
 };
 
-// Makes E1, a fresh exception, pending; the global reference (the caller's to delete) lets it be
-// recognised after local frames have gone.
+// Makes a fresh E1 pending; the global reference (the caller's) outlives local frames.
 inline jthrowable throwE1(JNIEnv* env)
 {
     jthrowable local = makeThrowable(env, "java/lang/IllegalStateException", "E1");
@@ -106,8 +101,8 @@ template <typename T> T valueIn(const jvalue& slot)
     return value;
 }
 
-// One row per wrapper: the line of its "env" check and the texts of all its argument checks
-// (joined by ", "), which follow on consecutive lines; call(bad) makes check number `bad` fail.
+// One row per wrapper: its "env" line and the texts of its argument checks (joined by ", "), which
+// follow on consecutive lines; call(bad) makes check number `bad` fail.
 struct ArgChecks {
     std::string function;
     int envLine;
@@ -140,7 +135,6 @@ ArgChecks checks(std::string function, int envLine, std::string texts, R (*fn)(P
             }};
 }
 
-// Expects every check of every row; returns how many it verified.
 inline int expectArgChecks(const std::vector<ArgChecks>& rows)
 {
     int verified = 0;
@@ -201,7 +195,8 @@ inline const Arrange behaves = [](FaultEnv&) {};
 #define TEST_CHECKS(Name, line, texts, ...) checks("ven___" #Name, line, texts, &ven___##Name, __VA_ARGS__)
 #define TEST_NULL_CASE(Member, line, ...) FaultCase{line, kMessage, nullMessage(#Member), \
     returnsNull<&Jni::Member>, calling(&ven___##Member __VA_OPT__(,) __VA_ARGS__)}
-#define TEST_STATUS_CASE(Member, line, status, ...) FaultCase{line, kMessage, statusMessage(#Member), \
+#define TEST_STATUS_CASE(Member, line, status, ...) FaultCase{line, kMessage,                          \
+    "(*env)->ExceptionCheck() == JNI_FALSE <> (*env)->" #Member "() != 0",                                \
     returnsValue<&Jni::Member, status>, calling(&ven___##Member __VA_OPT__(,) __VA_ARGS__)}
 #define TEST_RAISE_CASE(Member, line, ...) FaultCase{line, kCondition, kNoException, raisesOom<&Jni::Member>, \
     calling(&ven___##Member __VA_OPT__(,) __VA_ARGS__), "java.lang.OutOfMemoryError"}
