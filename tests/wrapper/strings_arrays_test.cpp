@@ -59,13 +59,14 @@ constexpr const char* kMode = "mode == 0 || mode == JNI_COMMIT || mode == JNI_AB
 
 using WrapperStringsArrays = JvmTest;
 
-// Every argument check, in order; the release modes 3 and -1 both fail the mode check.
-TEST_F(WrapperStringsArrays, EveryArgumentCheck)
+// Every argument check, in order (the release modes 3 and -1 both fail the mode check), and
+// every check a misbehaving JNI can reach.
+TEST_F(WrapperStringsArrays, EveryCheck)
 {
     jstring s = jstr(env, "text");
     jclass string = findClass(env, "java/lang/String");
     jintArray ints = env->NewIntArray(1);
-    jchar chars[8] = {};
+    jchar chars[8] = {'a'};
     void* buf = chars; // never reaches JNI
     // clang-format off
     std::vector<ArgChecks> rows = {
@@ -88,34 +89,8 @@ TEST_F(WrapperStringsArrays, EveryArgumentCheck)
         TEST_CHECKS(ReleasePrimitiveArrayCritical, 5083, "env, array, carray, " + std::string(kMode), env, ints,
                     buf, 0),
     };
-    // clang-format on
-    EXPECT_VEN_ABORT(ven___ReleasePrimitiveArrayCritical(env, ints, buf, 3), kPath, 5086, kMode);
-    for (const ArrayType& t : kArrayTypes) {
-        std::string name = t.type;
-        jarray array = t.make(env, 1);
-        rows.push_back(checks("ven___New" + name + "Array", t.newLine, "env, length >= 0", t.make, env, 1));
-        rows.push_back(checks("ven___Get" + name + "ArrayElements", t.elementsLine, "env, array", t.elements,
-                              env, array, keep{nullptr}));
-        rows.push_back(checks("ven___Release" + name + "ArrayElements", t.releaseLine,
-                              "env, array, elems, " + std::string(kMode), t.release, env, array, buf, 0));
-        rows.push_back(checks("ven___Get" + name + "ArrayRegion", t.getRegionLine, "env, array, buf",
-                              t.getRegion, env, array, keep{0}, keep{1}, buf));
-        rows.push_back(checks("ven___Set" + name + "ArrayRegion", t.setRegionLine, "env, array, buf",
-                              t.setRegion, env, array, keep{0}, keep{1}, buf));
-        EXPECT_VEN_ABORT(t.release(env, array, buf, 3), kPath, t.releaseLine + 3, kMode);
-    }
-    EXPECT_EQ(expectArgChecks(rows), 43 + 8 * 14);
-}
-
-TEST_F(WrapperStringsArrays, EveryCheckAMisbehavingJniCanReach)
-{
-    jstring s = jstr(env, "text");
-    jclass string = findClass(env, "java/lang/String");
-    jintArray ints = env->NewIntArray(1);
-    const jchar a[] = {'a'};
-    // clang-format off
     std::vector<FaultCase> faults = {
-        TEST_NULL_CASE(NewString, 3770, +a, 1),
+        TEST_NULL_CASE(NewString, 3770, chars, 1),
         TEST_NULL_CASE(NewStringUTF, 3860, "a"),
         TEST_NULL_CASE(GetStringChars, 3824, s, nullptr),
         TEST_NULL_CASE(GetStringUTFChars, 3913, s, nullptr),
@@ -133,13 +108,26 @@ TEST_F(WrapperStringsArrays, EveryCheckAMisbehavingJniCanReach)
          calling(&ven___GetArrayLength, ints)},
     };
     // clang-format on
+    EXPECT_VEN_ABORT(ven___ReleasePrimitiveArrayCritical(env, ints, buf, 3), kPath, 5086, kMode);
     for (const ArrayType& t : kArrayTypes) {
         std::string name = t.type;
+        jarray array = t.make(env, 1);
+        rows.push_back(checks("ven___New" + name + "Array", t.newLine, "env, length >= 0", t.make, env, 1));
+        rows.push_back(checks("ven___Get" + name + "ArrayElements", t.elementsLine, "env, array", t.elements,
+                              env, array, keep{nullptr}));
+        rows.push_back(checks("ven___Release" + name + "ArrayElements", t.releaseLine,
+                              "env, array, elems, " + std::string(kMode), t.release, env, array, buf, 0));
+        rows.push_back(checks("ven___Get" + name + "ArrayRegion", t.getRegionLine, "env, array, buf",
+                              t.getRegion, env, array, keep{0}, keep{1}, buf));
+        rows.push_back(checks("ven___Set" + name + "ArrayRegion", t.setRegionLine, "env, array, buf",
+                              t.setRegion, env, array, keep{0}, keep{1}, buf));
+        EXPECT_VEN_ABORT(t.release(env, array, buf, 3), kPath, t.releaseLine + 3, kMode);
         faults.push_back(
             {t.newLine + 13, kMessage, nullMessage("New" + name + "Array"), t.nullNew, calling(t.make, 1)});
         faults.push_back({t.elementsLine + 13, kMessage, nullMessage("Get" + name + "ArrayElements"),
-                          t.nullElements, calling(t.elements, t.make(env, 1), nullptr)});
+                          t.nullElements, calling(t.elements, array, nullptr)});
     }
+    EXPECT_EQ(expectArgChecks(rows), 43 + 8 * 14);
     EXPECT_EQ(expectFaults(env, faults), 13 + 16);
 
     // A creation that raised gives NULL, whatever JNI returned.
