@@ -23,7 +23,8 @@ void (*const raiseWith)(FaultEnv&, jint) = [](FaultEnv& fault, jint status) {
 
 using WrapperExceptions = WrapperTest;
 
-TEST_F(WrapperExceptions, EveryArgumentCheck)
+// Every argument check, in order, and every check a misbehaving JNI can reach.
+TEST_F(WrapperExceptions, EveryCheck)
 {
     // clang-format off
     const std::vector<ArgChecks> rows = {
@@ -63,10 +64,7 @@ TEST_F(WrapperExceptions, EveryArgumentCheck)
     };
     // clang-format on
     EXPECT_EQ(expectArgChecks(rows), 55);
-}
 
-TEST_F(WrapperExceptions, EveryCheckAMisbehavingJniCanReach)
-{
     const char* raised = "(*env)->ExceptionCheck( env ) == JNI_TRUE";
     const char* throwFailed = "(*env)->Throw( env, throwable ) == 0";
     const char* enterFailed = "(*env)->MonitorEnter( env, obj ) == 0";

@@ -76,12 +76,24 @@ class WrapperFields : public WrapperTest
     }
 };
 
-// Every argument check, and the exception check nine lines after "env" that an accessor
-// reaches when JNI raises.
-TEST_F(WrapperFields, EveryCheckOfEveryAccessor)
+// Every argument check of the lookups and accessors, NULL IDs without an exception, and the
+// exception check nine lines after "env" that an accessor reaches when JNI raises.
+TEST_F(WrapperFields, EveryCheck)
 {
-    std::vector<ArgChecks> rows;
-    std::vector<FaultCase> faults;
+    // clang-format off
+    std::vector<ArgChecks> rows = {
+        TEST_CHECKS(GetFieldID, 554, "env, clazz, name, sig", env, fields, "intField", "I"),
+        TEST_CHECKS(GetStaticFieldID, 2548, "env, clazz, name, sig", env, fields, "staticIntField", "I"),
+        TEST_CHECKS(GetMethodID, 971, "env, clazz, name, sig", env, methods, "intGet", "()I"),
+        TEST_CHECKS(GetStaticMethodID, 2965, "env, clazz, name, sig", env, methods, "staticIntGet", "()I"),
+    };
+    std::vector<FaultCase> faults = {
+        TEST_NULL_CASE(GetFieldID, 569, fields, "intField", "I"),
+        TEST_NULL_CASE(GetStaticFieldID, 2563, fields, "staticIntField", "I"),
+        TEST_NULL_CASE(GetMethodID, 986, methods, "intGet", "()I"),
+        TEST_NULL_CASE(GetStaticMethodID, 2980, methods, "staticIntGet", "()I"),
+    };
+    // clang-format on
     for (const Accessor& a : kAccessors) {
         std::string name = std::string("ven___") + a.member;
         jobject target = targetOf(a);
@@ -91,8 +103,8 @@ TEST_F(WrapperFields, EveryCheckOfEveryAccessor)
         faults.push_back({a.envLine + 9, kCondition, kNoException, a.raise,
                           calling(a.call, target, id, jvalue{}), "java.lang.OutOfMemoryError"});
     }
-    EXPECT_EQ(expectArgChecks(rows), 108);
-    EXPECT_EQ(expectFaults(env, faults), 36);
+    EXPECT_EQ(expectArgChecks(rows), 16 + 108);
+    EXPECT_EQ(expectFaults(env, faults), 4 + 36);
 }
 
 // Each getter reads the fixture's starting value with E1 pending and leaves E1 pending; each
@@ -116,11 +128,8 @@ TEST_F(WrapperFields, ValuesBitsAndThePendingException)
         jthrowable e1 = throwE1(env);
         jvalue read = getter.call(env, target, id, jvalue{});
         expectSamePending(env, e1);
-        if (isObject) {
-            EXPECT_EQ(utf8(env, valueIn<jstring>(read)), "object");
-        } else {
-            EXPECT_TRUE(same(read, jvalueOf(getter.start)));
-        }
+        EXPECT_TRUE(isObject ? utf8(env, valueIn<jstring>(read)) == "object"
+                             : same(read, jvalueOf(getter.start)));
 
         for (std::uint64_t bits : getter.samples) {
             jvalue sample = isObject ? jvalueOf<jobject>(bits == 0 ? text : nullptr) : jvalueOf(bits);
@@ -138,24 +147,9 @@ TEST_F(WrapperFields, ValuesBitsAndThePendingException)
     }
 }
 
-// The four lookups: every argument check; a lookup that finds its member keeps E1 pending,
-// one that does not leaves JNI's error instead; NULL without an exception stops.
-TEST_F(WrapperFields, FieldAndMethodLookups)
+// A lookup that finds its member keeps E1 pending; one that does not leaves JNI's error instead.
+TEST_F(WrapperFields, LookupsAndThePendingException)
 {
-    // clang-format off
-    EXPECT_EQ(expectArgChecks({
-        TEST_CHECKS(GetFieldID, 554, "env, clazz, name, sig", env, fields, "intField", "I"),
-        TEST_CHECKS(GetStaticFieldID, 2548, "env, clazz, name, sig", env, fields, "staticIntField", "I"),
-        TEST_CHECKS(GetMethodID, 971, "env, clazz, name, sig", env, methods, "intGet", "()I"),
-        TEST_CHECKS(GetStaticMethodID, 2965, "env, clazz, name, sig", env, methods, "staticIntGet", "()I"),
-    }), 16);
-    expectFaults(env, {
-        TEST_NULL_CASE(GetFieldID, 569, fields, "intField", "I"),
-        TEST_NULL_CASE(GetStaticFieldID, 2563, fields, "staticIntField", "I"),
-        TEST_NULL_CASE(GetMethodID, 986, methods, "intGet", "()I"),
-        TEST_NULL_CASE(GetStaticMethodID, 2980, methods, "staticIntGet", "()I"),
-    });
-    // clang-format on
     auto pending = [&](auto lookup, jclass clazz, const char* name, const char* sig, const char* error) {
         jthrowable e1 = throwE1(env);
         EXPECT_NE(lookup(env, clazz, name, sig), nullptr) << name;
