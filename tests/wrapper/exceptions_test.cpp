@@ -65,11 +65,11 @@ TEST_F(WrapperExceptions, EveryCheck)
     // clang-format on
     EXPECT_EQ(expectArgChecks(rows), 55);
 
-    const char* raised = "(*env)->ExceptionCheck( env ) == JNI_TRUE";
-    const char* throwFailed = "(*env)->Throw( env, throwable ) == 0";
-    const char* enterFailed = "(*env)->MonitorEnter( env, obj ) == 0";
-    const char* leaveFailed = "(*env)->MonitorExit( env, obj ) == 0";
-    const char *ise = "java.lang.IllegalStateException", *oom = "java.lang.OutOfMemoryError";
+    const char *raised = "(*env)->ExceptionCheck( env ) == JNI_TRUE",
+               *ise = "java.lang.IllegalStateException";
+    const char *throwFailed = "(*env)->Throw( env, throwable ) == 0", *oom = "java.lang.OutOfMemoryError";
+    const char *enterFailed = "(*env)->MonitorEnter( env, obj ) == 0",
+               *leaveFailed = "(*env)->MonitorExit( env, obj ) == 0";
     // E1 pending and an ExceptionClear that clears nothing: every guarded wrapper saves through
     // the same step, and throws E1 again through ven___Throw's.
     auto clearFails = [&](FaultEnv& f) {

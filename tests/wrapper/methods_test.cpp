@@ -12,31 +12,21 @@ namespace ven::test::wrapper
 namespace
 {
 
-struct Slots {
-    JNIEnv* env;
-    jobject obj;
-    jclass clazz;
-    jmethodID methodID;
-};
+// The checked arguments of a call.
+using Slots = std::tuple<JNIEnv*, jobject, jclass, jmethodID>;
 
-// Each parameter of a call wrapper, chosen by its type: a checked argument, no jvalue array
-// (the methods called take no arguments), the va_list, or else the out-parameter.
+// Each parameter of a call wrapper, chosen by its type: the va_list, no jvalue array (the methods
+// called take no arguments), the out-parameter (to a number or reference) or a checked argument.
 template <typename P, typename List> P pick(const Slots& s, void* result, List list)
 {
-    if constexpr (std::is_same_v<P, JNIEnv*>) {
-        return s.env;
-    } else if constexpr (std::is_same_v<P, jobject>) {
-        return s.obj;
-    } else if constexpr (std::is_same_v<P, jclass>) {
-        return s.clazz;
-    } else if constexpr (std::is_same_v<P, jmethodID>) {
-        return s.methodID;
+    if constexpr (std::is_same_v<P, List>) {
+        return list;
     } else if constexpr (std::is_same_v<P, const jvalue*>) {
         return nullptr;
-    } else if constexpr (std::is_same_v<P, List>) {
-        return list;
-    } else {
+    } else if constexpr (std::is_scalar_v<std::remove_pointer_t<P>>) {
         return static_cast<P>(result);
+    } else {
+        return std::get<P>(s);
     }
 }
 template <typename... P> jboolean run(jboolean (*fn)(P...), const Slots& s, void* result)
@@ -140,8 +130,9 @@ TEST_F(WrapperCalls, EveryArgumentCheck)
         rows.push_back({w.name, w.envLine, texts, [=, valid = slotsFor(w, env)](int bad) {
                             int position = 0;
                             auto upTo = [&](auto good) { return position++ < bad ? good : decltype(good){}; };
-                            Slots s = {upTo(valid.env), w.isStatic() ? nullptr : upTo(valid.obj),
-                                       w.isVirtual() ? nullptr : upTo(valid.clazz), upTo(valid.methodID)};
+                            auto [e, obj, clazz, methodID] = valid;
+                            Slots s = {upTo(e), w.isStatic() ? nullptr : upTo(obj),
+                                       w.isVirtual() ? nullptr : upTo(clazz), upTo(methodID)};
                             alignas(8) unsigned char result[16];
                             w.invoke(s, result);
                         }});
@@ -165,10 +156,8 @@ TEST_F(WrapperCalls, EveryWrapperOnEveryPath)
             SCOPED_TRACE(w.name + " round " + std::to_string(round));
             TestFrame frame(env);
             FaultEnv fault(env);
-            if (round == 2) {
-                env->SetStaticObjectField(methods, failure,
-                                          makeThrowable(env, "fixtures/FixtureException", "E2"));
-            }
+            jthrowable e2 = round == 2 ? makeThrowable(env, "fixtures/FixtureException", "E2") : nullptr;
+            env->SetStaticObjectField(methods, failure, e2);
             alignas(8) unsigned char result[16];
             std::memset(result, 0xCD, sizeof result);
             jobject old = isObject && round % 2 == 0 ? env->NewStringUTF("old") : nullptr;
@@ -185,7 +174,6 @@ TEST_F(WrapperCalls, EveryWrapperOnEveryPath)
             if (round == 2) {
                 ExpectPending(env, "fixtures.FixtureException", "E2");
                 env->DeleteGlobalRef(e1);
-                env->SetStaticObjectField(methods, failure, nullptr);
             } else if (e1 != nullptr) {
                 expectSamePending(env, e1);
             } else {

@@ -142,8 +142,7 @@ TEST_F(WrapperStringsArrays, EveryCheck)
 // index exception instead.
 TEST_F(WrapperStringsArrays, Strings)
 {
-    jstring empty = ven___NewString(env, nullptr, 0);
-    EXPECT_EQ(units(env, empty), u"");
+    EXPECT_EQ(units(env, ven___NewString(env, nullptr, 0)), u"");
     const jchar wideUnits[] = {'h', 0xE9, 0xFFFF, 0xD83D, 0xDE00};
     jstring wide = ven___NewString(env, wideUnits, 5);
     EXPECT_EQ(units(env, wide), u"h\u00e9\uffff\U0001F600");
