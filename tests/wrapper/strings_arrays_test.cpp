@@ -222,12 +222,9 @@ TEST_F(WrapperStringsArrays, PrimitiveArrays)
             }
         }
     }
-}
 
-// Object arrays and critical access with E1 pending: a NULL value is stored, the critical
-// elements are the array's, and E1 is pending again afterwards.
-TEST_F(WrapperStringsArrays, ObjectArraysAndCriticalAccess)
-{
+    // Object arrays and critical access with E1 pending: a NULL value is stored, the critical
+    // elements are the array's, and E1 is pending again afterwards.
     jstring initial = jstr(env, "initial");
     jclass string = findClass(env, "java/lang/String");
     jintArray ints = env->NewIntArray(2);
