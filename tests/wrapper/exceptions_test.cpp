@@ -51,8 +51,8 @@ TEST_F(WrapperExceptions, EveryCheck)
         TEST_CHECKS(AllocObject, 390, "env, clazz", env, clazz),
         TEST_CHECKS(NewObjectA, 429, "env, clazz, methodID", env, clazz, ctor, keep{nullptr}),
         {"ven___NewObjectV", 459, "env, clazz, methodID", [&](int b) {
-             auto call = [&](va_list l) { ven___NewObjectV(b ? env : nullptr, b > 1 ? clazz : nullptr, nullptr, l); };
-             withVaList(call, 0);
+             JNIEnv* e = b ? env : nullptr;
+             withVaList([&](va_list l) { ven___NewObjectV(e, b > 1 ? clazz : nullptr, nullptr, l); }, 0);
          }},
         {"ven___NewObject", 459, "env, clazz, methodID",
          [&](int b) { ven___NewObject(b ? env : nullptr, b > 1 ? clazz : nullptr, nullptr); }},
@@ -70,8 +70,7 @@ TEST_F(WrapperExceptions, EveryCheck)
     const char *throwFailed = "(*env)->Throw( env, throwable ) == 0", *oom = "java.lang.OutOfMemoryError";
     const char *enterFailed = "(*env)->MonitorEnter( env, obj ) == 0",
                *leaveFailed = "(*env)->MonitorExit( env, obj ) == 0";
-    // E1 pending and an ExceptionClear that clears nothing: every guarded wrapper saves through
-    // the same step, and throws E1 again through ven___Throw's.
+    // Every guarded wrapper saves E1 through ven___ExceptionClear and throws it again by ven___Throw.
     auto clearFails = [&](FaultEnv& f) {
         f.override<&Jni::ExceptionClear>([](JNIEnv*) {});
         f.real()->Throw(throwable);
@@ -84,7 +83,6 @@ TEST_F(WrapperExceptions, EveryCheck)
             return outer;
         });
     };
-    jvalue text = jvalueOf(obj);
     // clang-format off
     EXPECT_EQ(expectFaults(env, {
         {69, kMessage, "(*env)->ExceptionCheck() == JNI_FALSE <> (*env)->ven___FindClass() == NULL",
@@ -112,7 +110,7 @@ TEST_F(WrapperExceptions, EveryCheck)
         // A NULL obj is not refused by an argument check, and the real JNI returns NULL quietly.
         {368, kMessage, nullMessage("NewWeakGlobalRef"), behaves, calling(&ven___NewWeakGlobalRef, nullptr)},
         TEST_NULL_CASE(AllocObject, 403, clazz),
-        TEST_NULL_CASE(NewObjectA, 443, clazz, ctor, &text),
+        TEST_NULL_CASE(NewObjectA, 443, clazz, ctor, nullptr),
         {473, kMessage, nullMessage("NewObjectV"), returnsNull<&Jni::NewObjectV>,
          [&](JNIEnv* e) { withVaList([&](va_list l) { ven___NewObjectV(e, clazz, ctor, l); }, 0, obj); }},
         {473, kMessage, nullMessage("NewObjectV"), returnsNull<&Jni::NewObjectV>,
@@ -138,9 +136,8 @@ TEST_F(WrapperExceptions, EveryCheck)
     // clang-format on
 }
 
-// Representatives of the kinds that save the pending exception: with nothing pending a wrapper
-// costs one query before and one ExceptionCheck after its JNI call; with E1 pending, E1 is
-// pending again afterwards. A run undoes its effect with calls JNI allows while E1 is pending.
+// Representatives of the guarded kinds cost one query before and ExceptionCheck after the JNI
+// call, and leave a pending E1 pending again (a run undoes its effect by calls JNI then allows).
 TEST_F(WrapperExceptions, SavedPendingException)
 {
     const std::pair<const char*, std::function<void(JNIEnv*)>> guarded[] = {
@@ -217,8 +214,7 @@ TEST_F(WrapperExceptions, DirectCallsAndEdges)
     expectSamePending(env, e1);
     EXPECT_GE(ven___GetVersion(env), JNI_VERSION_1_8);
 
-    // ven___Throw replaces a pending exception; the JNI rules for NULL references hold; the
-    // constructor gets its argument.
+    // ven___Throw replaces E1; NULL references follow JNI's rules; a constructor gets its argument.
     ven___ThrowNew(env, throwableClass, "thrown");
     EXPECT_EQ(pendingMessage(env), "thrown");
     ven___ExceptionClear(env);
@@ -240,9 +236,8 @@ TEST_F(WrapperExceptions, DirectCallsAndEdges)
     EXPECT_EQ(utf8(env, static_cast<jstring>(text)), "text");
 }
 
-// The pending exception is a local reference of the frame being popped; it must be pending
-// again after the pop, with or without a result to carry, also when no global reference can be
-// had to carry it (and none is left behind).
+// E1, saved as a local reference of the popped frame, is pending again after the pop, with or
+// without a result, also when no global reference can be had (and none is left behind).
 TEST_F(WrapperExceptions, PopLocalFrameCarriesThePendingException)
 {
     for (int round = 0; round < 4; ++round) {

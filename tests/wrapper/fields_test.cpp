@@ -48,16 +48,16 @@ struct Accessor {
 // The required "env" lines (getter, setter, static getter, static setter), the fixture's
 // starting value and two samples per type: sign, extremes, negative zero, a NaN with payload.
 const Accessor kAccessors[] = {
-    TEST_FIELD_ROW(Object,  jobject,  "Ljava/lang/Object;", 0, 0, 1,                      584, 781, 2578, 2775),
-    TEST_FIELD_ROW(Boolean, jboolean, "Z", 1,   1, 0,                                     606, 802, 2600, 2796),
-    TEST_FIELD_ROW(Byte,    jbyte,    "B", 8,   0xFF, 0x7F,                               628, 823, 2622, 2817),
-    TEST_FIELD_ROW(Char,    jchar,    "C", 'c', 0xFFFF, 0,                                650, 844, 2644, 2838),
-    TEST_FIELD_ROW(Short,   jshort,   "S", 16,  0xFFFF, 0x8000,                           672, 865, 2666, 2859),
-    TEST_FIELD_ROW(Int,     jint,     "I", 32,  0xFFFFFFFF, 0x80000000,                   694, 886, 2688, 2880),
-    TEST_FIELD_ROW(Long,    jlong,    "J", 64,  ~0ULL, 1ULL << 63,                        716, 907, 2710, 2901),
-    TEST_FIELD_ROW(Float,   jfloat,   "F", 0x3FC00000, 0x80000000, 0x7FC12345,            738, 928, 2732, 2922),
+    TEST_FIELD_ROW(Object,  jobject,  "Ljava/lang/Object;", 0, 0, 1,                    584, 781, 2578, 2775),
+    TEST_FIELD_ROW(Boolean, jboolean, "Z", 1,   1, 0,                                   606, 802, 2600, 2796),
+    TEST_FIELD_ROW(Byte,    jbyte,    "B", 8,   0xFF, 0x7F,                             628, 823, 2622, 2817),
+    TEST_FIELD_ROW(Char,    jchar,    "C", 'c', 0xFFFF, 0,                              650, 844, 2644, 2838),
+    TEST_FIELD_ROW(Short,   jshort,   "S", 16,  0xFFFF, 0x8000,                         672, 865, 2666, 2859),
+    TEST_FIELD_ROW(Int,     jint,     "I", 32,  0xFFFFFFFF, 0x80000000,                 694, 886, 2688, 2880),
+    TEST_FIELD_ROW(Long,    jlong,    "J", 64,  ~0ULL, 1ULL << 63,                      716, 907, 2710, 2901),
+    TEST_FIELD_ROW(Float,   jfloat,   "F", 0x3FC00000, 0x80000000, 0x7FC12345,          738, 928, 2732, 2922),
     TEST_FIELD_ROW(Double,  jdouble,  "D", 0x4004000000000000, 1ULL << 63, 0x7FF8000000012345,
-                                                                                          760, 949, 2754, 2943),
+                                                                                        760, 949, 2754, 2943),
 };
 // clang-format on
 
@@ -76,8 +76,7 @@ class WrapperFields : public WrapperTest
     }
 };
 
-// Every argument check of the lookups and accessors, NULL IDs without an exception, and the
-// exception check nine lines after "env" that an accessor reaches when JNI raises.
+// Every argument check, NULL IDs, and the exception check nine lines after an accessor's "env".
 TEST_F(WrapperFields, EveryCheck)
 {
     // clang-format off
@@ -95,11 +94,11 @@ TEST_F(WrapperFields, EveryCheck)
     };
     // clang-format on
     for (const Accessor& a : kAccessors) {
-        std::string name = std::string("ven___") + a.member;
         jobject target = targetOf(a);
         jfieldID id = idOf(a);
-        rows.push_back(checks(name, a.envLine, a.isStatic() ? "env, clazz, fieldID" : "env, obj, fieldID",
-                              a.call, env, target, id, keep{jvalue{}}));
+        rows.push_back(checks(std::string("ven___") + a.member, a.envLine,
+                              a.isStatic() ? "env, clazz, fieldID" : "env, obj, fieldID", a.call, env, target,
+                              id, keep{jvalue{}}));
         faults.push_back({a.envLine + 9, kCondition, kNoException, a.raise,
                           calling(a.call, target, id, jvalue{}), "java.lang.OutOfMemoryError"});
     }
@@ -107,9 +106,8 @@ TEST_F(WrapperFields, EveryCheck)
     EXPECT_EQ(expectFaults(env, faults), 4 + 36);
 }
 
-// Each getter reads the fixture's starting value with E1 pending and leaves E1 pending; each
-// sample written by a setter reads back with the same bits, and the pair costs exactly one
-// query before and one ExceptionCheck after each JNI access; a setter also keeps E1.
+// Getters and setters keep a pending E1; samples keep their bits both ways, and each access costs
+// one query before and ExceptionCheck after; the getters read the fixture's starting values.
 TEST_F(WrapperFields, ValuesBitsAndThePendingException)
 {
     jstring text = jstr(env, "x");

@@ -12,7 +12,6 @@ namespace ven::test::wrapper
 namespace
 {
 
-// The checked arguments of a call.
 using Slots = std::tuple<JNIEnv*, jobject, jclass, jmethodID>;
 
 // Each parameter of a call wrapper, chosen by its type: the va_list, no jvalue array (the methods
@@ -55,16 +54,16 @@ struct ResultType {
 enum { kVoid, kObject, kBoolean, kByte, kChar, kShort, kInt, kLong, kFloat, kDouble };
 // clang-format off
 const ResultType kTypes[] = {
-    {"Void",    "V",                  0,                jvalue{},                     jvalue{}},
-    {"Object",  "Ljava/lang/Object;", sizeof(jobject),  jvalue{},                     jvalue{}},
-    {"Boolean", "Z",                  sizeof(jboolean), jvalueOf<jboolean>(JNI_TRUE), jvalueOf<jboolean>(0)},
-    {"Byte",    "B",                  sizeof(jbyte),    jvalueOf<jbyte>(8),           jvalueOf<jbyte>(-8)},
-    {"Char",    "C",                  sizeof(jchar),    jvalueOf<jchar>('c'),         jvalueOf<jchar>('C')},
-    {"Short",   "S",                  sizeof(jshort),   jvalueOf<jshort>(16),         jvalueOf<jshort>(-16)},
-    {"Int",     "I",                  sizeof(jint),     jvalueOf<jint>(32),           jvalueOf<jint>(-32)},
-    {"Long",    "J",                  sizeof(jlong),    jvalueOf<jlong>(64),          jvalueOf<jlong>(-64)},
-    {"Float",   "F",                  sizeof(jfloat),   jvalueOf<jfloat>(1.5f),       jvalueOf<jfloat>(-1.5f)},
-    {"Double",  "D",                  sizeof(jdouble),  jvalueOf<jdouble>(2.5),       jvalueOf<jdouble>(-2.5)},
+    {"Void",    "V",                 0,                jvalue{},                     jvalue{}},
+    {"Object",  "Ljava/lang/Object;", sizeof(jobject), jvalue{},                     jvalue{}},
+    {"Boolean", "Z",                 sizeof(jboolean), jvalueOf<jboolean>(JNI_TRUE), jvalueOf<jboolean>(0)},
+    {"Byte",    "B",                 sizeof(jbyte),    jvalueOf<jbyte>(8),           jvalueOf<jbyte>(-8)},
+    {"Char",    "C",                 sizeof(jchar),    jvalueOf<jchar>('c'),         jvalueOf<jchar>('C')},
+    {"Short",   "S",                 sizeof(jshort),   jvalueOf<jshort>(16),         jvalueOf<jshort>(-16)},
+    {"Int",     "I",                 sizeof(jint),     jvalueOf<jint>(32),           jvalueOf<jint>(-32)},
+    {"Long",    "J",                 sizeof(jlong),    jvalueOf<jlong>(64),          jvalueOf<jlong>(-64)},
+    {"Float",   "F",                 sizeof(jfloat),   jvalueOf<jfloat>(1.5f),       jvalueOf<jfloat>(-1.5f)},
+    {"Double",  "D",                 sizeof(jdouble),  jvalueOf<jdouble>(2.5),       jvalueOf<jdouble>(-2.5)},
 };
 // clang-format on
 
@@ -79,9 +78,9 @@ struct CallWrapper {
 };
 
 // clang-format off
-#define TEST_CALL_FORMS(Kind, Type, lineA, lineV)                                                            \
-    {"ven___Call" #Kind #Type "MethodA", kTypes[k##Type], lineA, &invoke<&ven___Call##Kind##Type##MethodA>},   \
-    {"ven___Call" #Kind #Type "MethodV", kTypes[k##Type], lineV, &invoke<&ven___Call##Kind##Type##MethodV>},   \
+#define TEST_CALL_FORMS(Kind, Type, lineA, lineV)                                                         \
+    {"ven___Call" #Kind #Type "MethodA", kTypes[k##Type], lineA, &invoke<&ven___Call##Kind##Type##MethodA>}, \
+    {"ven___Call" #Kind #Type "MethodV", kTypes[k##Type], lineV, &invoke<&ven___Call##Kind##Type##MethodV>}, \
     {"ven___Call" #Kind #Type "Method",  kTypes[k##Type], lineV, &invoke<&ven___Call##Kind##Type##Method>}
 #define TEST_CALL_ROW(Type, va, vv, na, nv, sa, sv)                                                          \
     TEST_CALL_FORMS(, Type, va, vv), TEST_CALL_FORMS(Nonvirtual, Type, na, nv),                              \
@@ -140,17 +139,14 @@ TEST_F(WrapperCalls, EveryArgumentCheck)
     EXPECT_EQ(expectArgChecks(rows), 30 * (3 + 4 + 3));
 }
 
-// Every wrapper in four rounds: 0, success: the value with exactly its width, at the floor cost
-// of one query before the call and ExceptionCheck after it; 1, success with E1 pending: E1 is
-// pending again; 2, failure with E1 pending: a zero of the width and the new exception; 3, a
-// NULL out-parameter. An old reference in the variable (rounds 0 and 2) is deleted by the
-// object V forms and kept by the A forms; NULL (round 1) is not deleted.
+// Four rounds per wrapper: 0, success: the value in exactly its width, at the floor cost; 1, E1
+// is kept; 2, a failure replaces E1 and stores a zero; 3, a NULL out-parameter. The object V
+// forms delete an old reference (rounds 0 and 2) and not NULL (round 1); the A forms keep it.
 TEST_F(WrapperCalls, EveryWrapperOnEveryPath)
 {
     jfieldID failure = env->GetStaticFieldID(methods, "failure", "Ljava/lang/Throwable;");
     for (const CallWrapper& w : kCalls) {
-        const ResultType& type = w.type;
-        bool isObject = type.type == std::string("Object"), replaces = isObject && w.form() != 'A';
+        bool isObject = w.type.type == std::string("Object"), replaces = isObject && w.form() != 'A';
         std::string member = w.name.substr(6) + (w.form() == '.' ? "V" : "");
         for (int round = 0; round < 4; ++round) {
             SCOPED_TRACE(w.name + " round " + std::to_string(round));
@@ -161,9 +157,9 @@ TEST_F(WrapperCalls, EveryWrapperOnEveryPath)
             alignas(8) unsigned char result[16];
             std::memset(result, 0xCD, sizeof result);
             jobject old = isObject && round % 2 == 0 ? env->NewStringUTF("old") : nullptr;
+            fault.ledger().noteCreated(old);
             if (isObject) {
                 std::memcpy(result, &old, sizeof old);
-                fault.ledger().noteCreated(old);
             }
             bool deletes = replaces && old != nullptr;
             Slots slots = slotsFor(w, fault.env());
@@ -187,17 +183,16 @@ TEST_F(WrapperCalls, EveryWrapperOnEveryPath)
                 std::memcpy(&value, result, sizeof value);
                 EXPECT_EQ(utf8(env, static_cast<jstring>(value)), w.isVirtual() ? "child" : "object");
             } else if (round != 3) {
-                jvalue expected = round == 2 ? jvalue{} : w.isVirtual() ? type.child : type.parent;
-                EXPECT_EQ(std::memcmp(result, &expected, type.width), 0) << "value bytes differ";
+                jvalue expected = round == 2 ? jvalue{} : w.isVirtual() ? w.type.child : w.type.parent;
+                EXPECT_EQ(std::memcmp(result, &expected, w.type.width), 0) << "value bytes differ";
             }
-            EXPECT_EQ(std::count(result + type.width, std::end(result), 0xCD),
-                      16 - std::ptrdiff_t(type.width));
+            EXPECT_EQ(std::count(result + w.type.width, std::end(result), 0xCD),
+                      16 - std::ptrdiff_t(w.type.width));
         }
     }
 }
 
-// Arguments arrive in order in the A form and through the V form; float, double, byte and char
-// results keep their bits.
+// Arguments arrive in order in the A and V forms; float, double, byte and char keep their bits.
 TEST_F(WrapperCalls, ArgumentsAndExactBits)
 {
     jmethodID join = env->GetMethodID(methods, "join", "(IJDLjava/lang/String;)Ljava/lang/String;");

@@ -11,7 +11,7 @@ namespace
 {
 
 // Calls `fn` with each argument converted to its parameter type.
-template <typename R, typename... P, typename... A> R cast(R (*fn)(P...), A... args)
+template <typename R, typename... P, typename... A> R as(R (*fn)(P...), A... args)
 {
     return fn(static_cast<P>(args)...);
 }
@@ -32,14 +32,14 @@ struct ArrayType {
 
 // clang-format off
 #define TEST_ARRAY_ROW(Type, type, newLine, elementsLine, releaseLine, getLine, setLine)                     \
-    {#Type, sizeof(type), newLine, elementsLine, releaseLine, getLine, setLine,                               \
+    {#Type, sizeof(type), newLine, elementsLine, releaseLine, getLine, setLine,                              \
      [](JNIEnv* e, jsize n) -> jarray { return ven___New##Type##Array(e, n); },                              \
-     [](JNIEnv* e, jarray a, jboolean* c) -> void* { return cast(&ven___Get##Type##ArrayElements, e, a, c); },\
-     [](JNIEnv* e, jarray a, void* p, jint m) { cast(&ven___Release##Type##ArrayElements, e, a, p, m); },    \
+     [](JNIEnv* e, jarray a, jboolean* c) -> void* { return as(&ven___Get##Type##ArrayElements, e, a, c); }, \
+     [](JNIEnv* e, jarray a, void* p, jint m) { as(&ven___Release##Type##ArrayElements, e, a, p, m); },    \
      [](JNIEnv* e, jarray a, jsize s, jsize n, void* p) {                                                    \
-         return cast(&ven___Get##Type##ArrayRegion, e, a, s, n, p); },                                       \
+         return as(&ven___Get##Type##ArrayRegion, e, a, s, n, p); },                                       \
      [](JNIEnv* e, jarray a, jsize s, jsize n, void* p) {                                                    \
-         return cast(&ven___Set##Type##ArrayRegion, e, a, s, n, p); },                                       \
+         return as(&ven___Set##Type##ArrayRegion, e, a, s, n, p); },                                       \
      returnsNull<&Jni::New##Type##Array>, returnsNull<&Jni::Get##Type##ArrayElements>}
 
 // The required "env" lines: New, GetElements, ReleaseElements, GetRegion, SetRegion.
@@ -59,8 +59,7 @@ constexpr const char* kMode = "mode == 0 || mode == JNI_COMMIT || mode == JNI_AB
 
 using WrapperStringsArrays = JvmTest;
 
-// Every argument check, in order (the release modes 3 and -1 both fail the mode check), and
-// every check a misbehaving JNI can reach.
+// Every check in order (release modes 3 and -1 both fail) and every check JNI faults can reach.
 TEST_F(WrapperStringsArrays, EveryCheck)
 {
     jstring s = jstr(env, "text");
@@ -86,8 +85,8 @@ TEST_F(WrapperStringsArrays, EveryCheck)
         TEST_CHECKS(NewObjectArray, 4051, "env, length >= 0, elementClass", env, 1, string, keep{nullptr}),
         TEST_CHECKS(SetObjectArrayElement, 4080, "env, array", env, nullptr, keep{0}, keep{nullptr}),
         TEST_CHECKS(GetPrimitiveArrayCritical, 5058, "env, array", env, ints, keep{nullptr}),
-        TEST_CHECKS(ReleasePrimitiveArrayCritical, 5083, "env, array, carray, " + std::string(kMode), env, ints,
-                    buf, 0),
+        TEST_CHECKS(ReleasePrimitiveArrayCritical, 5083, "env, array, carray, " + std::string(kMode),
+                    env, ints, buf, 0),
     };
     std::vector<FaultCase> faults = {
         TEST_NULL_CASE(NewString, 3770, chars, 1),
@@ -137,9 +136,8 @@ TEST_F(WrapperStringsArrays, EveryCheck)
     ExpectPending(env, "java.lang.OutOfMemoryError", "full");
 }
 
-// Exact units and lengths; with E1 pending each call that succeeds leaves it pending, and the
-// releases (direct calls) leave it alone and ask nothing; a region out of range leaves the
-// index exception instead.
+// Exact units and lengths; E1 is kept by the calls that succeed and by the releases, which ask
+// nothing; a region out of range leaves the index exception instead.
 TEST_F(WrapperStringsArrays, Strings)
 {
     EXPECT_EQ(units(env, ven___NewString(env, nullptr, 0)), u"");
@@ -178,9 +176,8 @@ TEST_F(WrapperStringsArrays, Strings)
     ExpectPendingClass(env, "java.lang.StringIndexOutOfBoundsException");
 }
 
-// Per element type, with E1 pending: regions and pinned elements move the same bytes, each
-// release mode keeps its meaning and a release asks nothing; E1 is pending again afterwards.
-// Out of bounds, a region call leaves the index exception instead.
+// Per element type, with E1 kept: regions and elements move the same bytes, each release mode keeps
+// its meaning, a release asks nothing; out of bounds, a region leaves the index exception instead.
 TEST_F(WrapperStringsArrays, PrimitiveArrays)
 {
     for (const ArrayType& t : kArrayTypes) {
@@ -223,8 +220,7 @@ TEST_F(WrapperStringsArrays, PrimitiveArrays)
         }
     }
 
-    // Object arrays and critical access with E1 pending: a NULL value is stored, the critical
-    // elements are the array's, and E1 is pending again afterwards.
+    // Object arrays store NULL and critical elements are the array's, with E1 kept.
     jstring initial = jstr(env, "initial");
     jclass string = findClass(env, "java/lang/String");
     jintArray ints = env->NewIntArray(2);

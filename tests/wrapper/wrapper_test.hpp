@@ -1,5 +1,4 @@
-// The wrapper suite's fixture, texts, pending-exception helpers and the drivers of its
-// argument-check and fault tables.
+// The wrapper suite's fixture, texts, pending-exception helpers and table drivers.
 #pragma once
 
 #include <algorithm>
@@ -152,11 +151,10 @@ inline int expectArgChecks(const std::vector<ArgChecks>& rows)
 
 // A check after the JNI call, reached through a FaultEnv that `arrange` makes misbehave: a
 // fatal check (condition) or a consistency check (message), and the exception it leaves.
-inline constexpr bool kCondition = false;
-inline constexpr bool kMessage = true;
+enum Check : bool { kCondition, kMessage };
 struct FaultCase {
     int line;
-    bool isMessage;
+    Check check;
     std::string text;
     std::function<void(FaultEnv&)> arrange;
     std::function<void(JNIEnv* fake)> call;
@@ -167,7 +165,6 @@ std::function<void(JNIEnv*)> calling(R (*fn)(JNIEnv*, P...), A... args)
 {
     return [=](JNIEnv* fake) { fn(fake, P(args)...); };
 }
-
 inline int expectFaults(JNIEnv* env, const std::vector<FaultCase>& cases)
 {
     for (const FaultCase& c : cases) {
@@ -176,7 +173,7 @@ inline int expectFaults(JNIEnv* env, const std::vector<FaultCase>& cases)
         c.arrange(fault);
         const char* text = c.text.c_str();
         EXPECT_TRUE(abortedWith(catchAbort([&] { c.call(fault.env()); }), "the call", kPath, c.line,
-                                c.isMessage ? nullptr : text, c.isMessage ? text : nullptr));
+                                c.check ? nullptr : text, c.check ? text : nullptr));
         c.pending ? ExpectPendingClass(env, c.pending) : ExpectNoPending(env);
     }
     return static_cast<int>(cases.size());
@@ -198,8 +195,8 @@ inline const Arrange behaves = [](FaultEnv&) {};
 #define TEST_STATUS_CASE(Member, line, status, ...) FaultCase{line, kMessage,                          \
     "(*env)->ExceptionCheck() == JNI_FALSE <> (*env)->" #Member "() != 0",                                \
     returnsValue<&Jni::Member, status>, calling(&ven___##Member __VA_OPT__(,) __VA_ARGS__)}
-#define TEST_RAISE_CASE(Member, line, ...) FaultCase{line, kCondition, kNoException, raisesOom<&Jni::Member>, \
-    calling(&ven___##Member __VA_OPT__(,) __VA_ARGS__), "java.lang.OutOfMemoryError"}
+#define TEST_RAISE_CASE(Member, line, ...) FaultCase{line, kCondition, kNoException,                    \
+    raisesOom<&Jni::Member>, calling(&ven___##Member __VA_OPT__(,) __VA_ARGS__), "java.lang.OutOfMemoryError"}
 // clang-format on
 
 } // namespace ven::test::wrapper
