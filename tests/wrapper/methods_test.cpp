@@ -106,16 +106,12 @@ class WrapperCalls : public WrapperTest
     // The no-argument method of the wrapper's type and kind, called on a MethodsChild.
     Slots slotsFor(const CallWrapper& w, JNIEnv* callEnv)
     {
-        std::string type = w.type.type, verb = type == "Void" ? "Run" : "Get";
-        std::string signature = std::string("()") + w.type.signature;
-        if (w.isStatic()) {
-            std::string name = "static" + type + verb;
-            return {callEnv, nullptr, methods,
-                    env->GetStaticMethodID(methods, name.c_str(), signature.c_str())};
-        }
-        type[0] = static_cast<char>(std::tolower(type[0]));
-        jmethodID id = env->GetMethodID(methods, (type + verb).c_str(), signature.c_str());
-        return {callEnv, child, w.isVirtual() ? nullptr : methods, id};
+        std::string type = w.type.type, signature = std::string("()") + w.type.signature;
+        std::string name = (w.isStatic() ? "static" + type : char(std::tolower(type[0])) + type.substr(1)) +
+                           (type == "Void" ? "Run" : "Get");
+        jmethodID id = w.isStatic() ? env->GetStaticMethodID(methods, name.c_str(), signature.c_str())
+                                    : env->GetMethodID(methods, name.c_str(), signature.c_str());
+        return {callEnv, w.isStatic() ? nullptr : child, w.isVirtual() ? nullptr : methods, id};
     }
 };
 
@@ -158,15 +154,11 @@ TEST_F(WrapperCalls, EveryWrapperOnEveryPath)
             std::memset(result, 0xCD, sizeof result);
             jobject old = isObject && round % 2 == 0 ? env->NewStringUTF("old") : nullptr;
             fault.ledger().noteCreated(old);
-            if (isObject) {
-                std::memcpy(result, &old, sizeof old);
-            }
+            std::memcpy(result, &old, isObject ? sizeof old : 0);
             bool deletes = replaces && old != nullptr;
             Slots slots = slotsFor(w, fault.env());
             jthrowable e1 = round == 1 || round == 2 ? throwE1(env) : nullptr;
-
             EXPECT_EQ(w.invoke(slots, round == 3 ? nullptr : result), round == 2 ? JNI_FALSE : JNI_TRUE);
-
             if (round == 2) {
                 ExpectPending(env, "fixtures.FixtureException", "E2");
                 env->DeleteGlobalRef(e1);
@@ -219,6 +211,14 @@ TEST_F(WrapperCalls, ArgumentsAndExactBits)
          std::bit_cast<jdouble>(0x7ff8000000012345ULL));
     echo(&ven___CallStaticByteMethodA, "staticByteEcho", "(B)B", jbyte{-1});
     echo(&ven___CallStaticCharMethodA, "staticCharEcho", "(C)C", jchar{0xFFFF});
+
+    // A call that raised stores zero, whatever JNI returned.
+    FaultEnv fault(env);
+    fault.raiseReturning<&Jni::CallStaticIntMethodA>("java/lang/OutOfMemoryError", "raised", 7);
+    jint out = 5;
+    EXPECT_EQ(ven___CallStaticIntMethodA(&out, fault.env(), methods, join, nullptr), JNI_FALSE);
+    EXPECT_EQ(out, 0);
+    ExpectPendingClass(env, "java.lang.OutOfMemoryError");
 }
 
 } // namespace
