@@ -1,10 +1,7 @@
-// The field lookups and the 36 accessors, driven from one table of the required lines:
-// every argument check, the exception check nine lines after "env", exact values in both
-// directions, and the saved pending exception.
+// The 36 field accessors from one table of the required "env" lines, and the four lookups: every
+// check, exact bits both ways, the saved pending exception and the success path's cost.
 #include <cctype>
 #include <cstdint>
-#include <cstring>
-#include <vector>
 
 #include "wrapper/wrapper_test.hpp"
 
@@ -13,258 +10,157 @@ namespace ven::test::wrapper
 namespace
 {
 
-struct Accessor {
-    const char* name;
-    bool isStatic;
-    bool isSetter;
-    int envLine;
-    // A getter stores the field's value into `value`; a setter writes `value` to the field.
-    void (*call)(JNIEnv*, jobject target, jfieldID, jvalue& value);
-    void (*raise)(FaultEnv&);
-    const char* member;
-};
+// Brings every accessor to one shape: a getter returns the field, a setter writes `v`.
+template <typename T, typename Target>
+jvalue access(T (*get)(JNIEnv*, Target, jfieldID), JNIEnv* e, jobject t, jfieldID id, jvalue)
+{
+    return jvalueOf(get(e, static_cast<Target>(t), id));
+}
+template <typename T, typename Target>
+jvalue access(void (*set)(JNIEnv*, Target, jfieldID, T), JNIEnv* e, jobject t, jfieldID id, jvalue v)
+{
+    set(e, static_cast<Target>(t), id, valueIn<T>(v));
+    return v;
+}
 
-struct FieldType {
+struct Accessor {
+    const char* member; // the wrapper is "ven___" + member
     const char* type;
-    const char* field; // instance field; the static one is "static" + capitalised
     const char* signature;
     std::size_t width;
-    Accessor accessors[4];
-    jvalue (*realGet)(JNIEnv*, jobject target, jfieldID, bool isStatic);
-    void (*realSet)(JNIEnv*, jobject target, jfieldID, bool isStatic, jvalue value);
+    int envLine;
+    Arrange raise;
+    std::uint64_t start, samples[2]; // the fixture's starting value; bits that must survive
+    jvalue (*call)(JNIEnv*, jobject target, jfieldID, jvalue v);
+    bool isStatic() const { return std::strstr(member, "Static") != nullptr; }
 };
 
-#define TEST_ACCESSOR(Name, Type, type, isStatic, isSetter, line, Target, body)                              \
-    Accessor                                                                                                 \
-    {                                                                                                        \
-        "ven___" #Name, isStatic, isSetter, line,                                                            \
-            [](JNIEnv* e, jobject t, jfieldID id, jvalue& v) {                                               \
-                [[maybe_unused]] auto target = static_cast<Target>(t);                                       \
-                body;                                                                                        \
-            },                                                                                               \
-            [](FaultEnv& fault) { fault.raiseOutOfMemory<&Jni::Name>(); }, #Name                             \
-    }
-
-// The required "env" lines: getter, setter, static getter, static setter.
 // clang-format off
-#define TEST_FIELD_ROW(Type, type, field, signature, get, set, staticGet, staticSet)                         \
-    {                                                                                                        \
-        #Type, field, signature, sizeof(type),                                                               \
-        {TEST_ACCESSOR(Get##Type##Field, Type, type, false, false, get, jobject,                             \
-                       v = jvalueOf(ven___Get##Type##Field(e, target, id))),                                 \
-         TEST_ACCESSOR(Set##Type##Field, Type, type, false, true, set, jobject,                              \
-                       ven___Set##Type##Field(e, target, id, valueIn<type>(v))),                             \
-         TEST_ACCESSOR(GetStatic##Type##Field, Type, type, true, false, staticGet, jclass,                   \
-                       v = jvalueOf(ven___GetStatic##Type##Field(e, target, id))),                           \
-         TEST_ACCESSOR(SetStatic##Type##Field, Type, type, true, true, staticSet, jclass,                    \
-                       ven___SetStatic##Type##Field(e, target, id, valueIn<type>(v)))},                      \
-        [](JNIEnv* e, jobject t, jfieldID id, bool isStatic) {                                               \
-            jvalue v{};                                                                                      \
-            if (isStatic) {                                                                                  \
-                v = jvalueOf(e->GetStatic##Type##Field(static_cast<jclass>(t), id));                         \
-            } else {                                                                                         \
-                v = jvalueOf(e->Get##Type##Field(t, id));                                                    \
-            }                                                                                                \
-            return v;                                                                                        \
-        },                                                                                                   \
-        [](JNIEnv* e, jobject t, jfieldID id, bool isStatic, jvalue v) {                                     \
-            if (isStatic) {                                                                                  \
-                e->SetStatic##Type##Field(static_cast<jclass>(t), id, valueIn<type>(v));                     \
-            } else {                                                                                         \
-                e->Set##Type##Field(t, id, valueIn<type>(v));                                                \
-            }                                                                                                \
-        },                                                                                                   \
-    }
-// clang-format on
+#define TEST_ACCESSOR(Member, Type, type, sig, line, start, a, b)                                            \
+    {#Member, #Type, sig, sizeof(type), line, raisesOom<&Jni::Member>, start, {a, b},                       \
+     [](JNIEnv* e, jobject t, jfieldID id, jvalue v) { return access(&ven___##Member, e, t, id, v); }}
+#define TEST_FIELD_ROW(Type, type, sig, start, a, b, get, set, staticGet, staticSet)                         \
+    TEST_ACCESSOR(Get##Type##Field, Type, type, sig, get, start, a, b),                                      \
+        TEST_ACCESSOR(Set##Type##Field, Type, type, sig, set, start, a, b),                                  \
+        TEST_ACCESSOR(GetStatic##Type##Field, Type, type, sig, staticGet, start, a, b),                      \
+        TEST_ACCESSOR(SetStatic##Type##Field, Type, type, sig, staticSet, start, a, b)
 
-// clang-format off
-const FieldType kFieldTypes[] = {
-    TEST_FIELD_ROW(Object,  jobject,  "objectField",  "Ljava/lang/Object;", 584, 781, 2578, 2775),
-    TEST_FIELD_ROW(Boolean, jboolean, "booleanField", "Z",                  606, 802, 2600, 2796),
-    TEST_FIELD_ROW(Byte,    jbyte,    "byteField",    "B",                  628, 823, 2622, 2817),
-    TEST_FIELD_ROW(Char,    jchar,    "charField",    "C",                  650, 844, 2644, 2838),
-    TEST_FIELD_ROW(Short,   jshort,   "shortField",   "S",                  672, 865, 2666, 2859),
-    TEST_FIELD_ROW(Int,     jint,     "intField",     "I",                  694, 886, 2688, 2880),
-    TEST_FIELD_ROW(Long,    jlong,    "longField",    "J",                  716, 907, 2710, 2901),
-    TEST_FIELD_ROW(Float,   jfloat,   "floatField",   "F",                  738, 928, 2732, 2922),
-    TEST_FIELD_ROW(Double,  jdouble,  "doubleField",  "D",                  760, 949, 2754, 2943),
+// The required "env" lines (getter, setter, static getter, static setter), the fixture's
+// starting value and two samples per type: sign, extremes, negative zero, a NaN with payload.
+const Accessor kAccessors[] = {
+    TEST_FIELD_ROW(Object,  jobject,  "Ljava/lang/Object;", 0, 0, 1,                    584, 781, 2578, 2775),
+    TEST_FIELD_ROW(Boolean, jboolean, "Z", 1,   1, 0,                                   606, 802, 2600, 2796),
+    TEST_FIELD_ROW(Byte,    jbyte,    "B", 8,   0xFF, 0x7F,                             628, 823, 2622, 2817),
+    TEST_FIELD_ROW(Char,    jchar,    "C", 'c', 0xFFFF, 0,                              650, 844, 2644, 2838),
+    TEST_FIELD_ROW(Short,   jshort,   "S", 16,  0xFFFF, 0x8000,                         672, 865, 2666, 2859),
+    TEST_FIELD_ROW(Int,     jint,     "I", 32,  0xFFFFFFFF, 0x80000000,                 694, 886, 2688, 2880),
+    TEST_FIELD_ROW(Long,    jlong,    "J", 64,  ~0ULL, 1ULL << 63,                      716, 907, 2710, 2901),
+    TEST_FIELD_ROW(Float,   jfloat,   "F", 0x3FC00000, 0x80000000, 0x7FC12345,          738, 928, 2732, 2922),
+    TEST_FIELD_ROW(Double,  jdouble,  "D", 0x4004000000000000, 1ULL << 63, 0x7FF8000000012345,
+                                                                                        760, 949, 2754, 2943),
 };
 // clang-format on
 
-// Values whose bits must survive a write and a read: sign, extremes, negative zero, NaN.
-std::vector<jvalue> samplesOf(const std::string& type)
-{
-    if (type == "Boolean") {
-        return {jvalueOf<jboolean>(JNI_TRUE), jvalueOf<jboolean>(JNI_FALSE)};
-    }
-    if (type == "Byte") {
-        return {jvalueOf<jbyte>(-1), jvalueOf<jbyte>(127)};
-    }
-    if (type == "Char") {
-        return {jvalueOf<jchar>(0xFFFF), jvalueOf<jchar>(0)};
-    }
-    if (type == "Short") {
-        return {jvalueOf<jshort>(-1), jvalueOf<jshort>(INT16_MIN)};
-    }
-    if (type == "Int") {
-        return {jvalueOf<jint>(-1), jvalueOf<jint>(INT32_MIN)};
-    }
-    if (type == "Long") {
-        return {jvalueOf<jlong>(-1), jvalueOf<jlong>(INT64_MIN)};
-    }
-    if (type == "Float") {
-        return {jvalueOf<std::uint32_t>(0x80000000u), jvalueOf<std::uint32_t>(0x7fc12345u)};
-    }
-    return {jvalueOf<std::uint64_t>(0x8000000000000000u), jvalueOf<std::uint64_t>(0x7ff8000000012345u)};
-}
-
-class WrapperFields : public JvmTest
+class WrapperFields : public WrapperTest
 {
   protected:
-    void SetUp() override
+    jobject targetOf(const Accessor& a) { return a.isStatic() ? fields : object; }
+    jfieldID idOf(const Accessor& a)
     {
-        JvmTest::SetUp();
-        fields = findClass(env, "fixtures/Fields");
-        object = env->NewObject(fields, env->GetMethodID(fields, "<init>", "()V"));
-    }
-    void TearDown() override
-    {
-        env->CallStaticVoidMethod(fields, env->GetStaticMethodID(fields, "resetStatics", "()V"));
-        JvmTest::TearDown();
-    }
-
-    jobject targetOf(const Accessor& accessor) { return accessor.isStatic ? fields : object; }
-    jfieldID idOf(const FieldType& type, const Accessor& accessor)
-    {
-        if (!accessor.isStatic) {
-            return env->GetFieldID(fields, type.field, type.signature);
+        std::string name = std::string(a.type) + "Field";
+        if (a.isStatic()) {
+            return env->GetStaticFieldID(fields, ("static" + name).c_str(), a.signature);
         }
-        std::string name = "static" + std::string(type.field);
-        name[6] = static_cast<char>(std::toupper(name[6]));
-        return env->GetStaticFieldID(fields, name.c_str(), type.signature);
+        name[0] = static_cast<char>(std::tolower(name[0]));
+        return env->GetFieldID(fields, name.c_str(), a.signature);
     }
-
-    jclass fields = nullptr;
-    jobject object = nullptr;
 };
 
-TEST_F(WrapperFields, EveryArgumentCheckOfEveryAccessor)
+// Every argument check, NULL IDs, and the exception check nine lines after an accessor's "env".
+TEST_F(WrapperFields, EveryCheck)
 {
-    int verified = 0;
-    for (const FieldType& type : kFieldTypes) {
-        for (const Accessor& accessor : type.accessors) {
-            SCOPED_TRACE(accessor.name);
-            jvalue value{};
-            jobject target = targetOf(accessor);
-            const char* targetName = accessor.isStatic ? "clazz" : "obj";
-            EXPECT_VEN_ABORT(accessor.call(nullptr, nullptr, nullptr, value), kPath, accessor.envLine, "env");
-            EXPECT_VEN_ABORT(accessor.call(env, nullptr, nullptr, value), kPath, accessor.envLine + 1,
-                             targetName);
-            EXPECT_VEN_ABORT(accessor.call(env, target, nullptr, value), kPath, accessor.envLine + 2,
-                             "fieldID");
-            verified += 3;
-        }
+    // clang-format off
+    std::vector<ArgChecks> rows = {
+        TEST_CHECKS(GetFieldID, 554, "env, clazz, name, sig", env, fields, "intField", "I"),
+        TEST_CHECKS(GetStaticFieldID, 2548, "env, clazz, name, sig", env, fields, "staticIntField", "I"),
+        TEST_CHECKS(GetMethodID, 971, "env, clazz, name, sig", env, methods, "intGet", "()I"),
+        TEST_CHECKS(GetStaticMethodID, 2965, "env, clazz, name, sig", env, methods, "staticIntGet", "()I"),
+    };
+    std::vector<FaultCase> faults = {
+        TEST_NULL_CASE(GetFieldID, 569, fields, "intField", "I"),
+        TEST_NULL_CASE(GetStaticFieldID, 2563, fields, "staticIntField", "I"),
+        TEST_NULL_CASE(GetMethodID, 986, methods, "intGet", "()I"),
+        TEST_NULL_CASE(GetStaticMethodID, 2980, methods, "staticIntGet", "()I"),
+    };
+    // clang-format on
+    for (const Accessor& a : kAccessors) {
+        jobject target = targetOf(a);
+        jfieldID id = idOf(a);
+        rows.push_back(checks(std::string("ven___") + a.member, a.envLine,
+                              a.isStatic() ? "env, clazz, fieldID" : "env, obj, fieldID", a.call, env, target,
+                              id, keep{jvalue{}}));
+        faults.push_back({a.envLine + 9, kCondition, kNoException, a.raise,
+                          calling(a.call, target, id, jvalue{}), "java.lang.OutOfMemoryError"});
     }
-    EXPECT_EQ(verified, 108);
+    EXPECT_EQ(expectArgChecks(rows), 16 + 108);
+    EXPECT_EQ(expectFaults(env, faults), 4 + 36);
 }
 
-// An accessor must not raise: an exception after the JNI call stops the process nine lines
-// after the "env" check.
-TEST_F(WrapperFields, AnExceptionFromAnAccessorStops)
+// Getters and setters keep a pending E1; samples keep their bits both ways, and each access costs
+// one query before and ExceptionCheck after; the getters read the fixture's starting values.
+TEST_F(WrapperFields, ValuesBitsAndThePendingException)
 {
-    for (const FieldType& type : kFieldTypes) {
-        for (const Accessor& accessor : type.accessors) {
-            SCOPED_TRACE(accessor.name);
-            FaultEnv fault(env);
-            accessor.raise(fault);
-            jvalue value{};
-            EXPECT_VEN_ABORT(accessor.call(fault.env(), targetOf(accessor), idOf(type, accessor), value),
-                             kPath, accessor.envLine + 9, kNoException);
-            ExpectPending(env, "java.lang.OutOfMemoryError", "injected by FaultEnv");
-        }
-    }
-}
-
-// Written by a wrapper and read by JNI, and the other way round, every sample keeps its bits;
-// the success path costs one query before and one ExceptionCheck after the access.
-TEST_F(WrapperFields, ValuesKeepTheirBitsBothWays)
-{
-    for (const FieldType& type : kFieldTypes) {
-        if (type.type == std::string("Object")) {
-            continue;
-        }
-        for (int isStatic = 0; isStatic < 2; ++isStatic) {
-            const Accessor& getter = type.accessors[isStatic * 2];
-            const Accessor& setter = type.accessors[isStatic * 2 + 1];
-            jobject target = targetOf(getter);
-            jfieldID id = idOf(type, getter);
-            for (jvalue sample : samplesOf(type.type)) {
-                SCOPED_TRACE(std::string(getter.name) + " / " + setter.name);
-                FaultEnv fault(env);
-                setter.call(fault.env(), target, id, sample);
-                jvalue written = type.realGet(env, target, id, isStatic);
-                EXPECT_EQ(std::memcmp(&sample, &written, type.width), 0);
-                jvalue read = jvalueOf(~std::uint64_t{0});
-                type.realSet(env, target, id, isStatic, sample);
-                getter.call(fault.env(), target, id, read);
-                EXPECT_EQ(std::memcmp(&sample, &read, type.width), 0);
-                std::vector<std::string> expected = {"ExceptionOccurred", setter.member, "ExceptionCheck",
-                                                     "ExceptionOccurred", getter.member, "ExceptionCheck"};
-                EXPECT_EQ(fault.trail(), expected);
-            }
-        }
-    }
-}
-
-TEST_F(WrapperFields, ObjectFieldsHoldReferencesAndNull)
-{
-    jfieldID id = env->GetFieldID(fields, "objectField", "Ljava/lang/Object;");
     jstring text = jstr(env, "x");
-    ven___SetObjectField(env, object, id, text);
-    jobject read = ven___GetObjectField(env, object, id);
-    EXPECT_TRUE(env->IsSameObject(read, text));
-    ven___SetObjectField(env, object, id, nullptr);
-    EXPECT_EQ(ven___GetObjectField(env, object, id), nullptr);
+    for (std::size_t i = 0; i < std::size(kAccessors); i += 2) {
+        const Accessor& getter = kAccessors[i];
+        const Accessor& setter = kAccessors[i + 1];
+        SCOPED_TRACE(getter.member);
+        bool isObject = getter.type == std::string("Object");
+        auto same = [&](const jvalue& a, const jvalue& b) {
+            return isObject ? env->IsSameObject(valueIn<jobject>(a), valueIn<jobject>(b)) == JNI_TRUE
+                            : std::memcmp(&a, &b, getter.width) == 0;
+        };
+        jobject target = targetOf(getter);
+        jfieldID id = idOf(getter);
 
-    jfieldID staticId = env->GetStaticFieldID(fields, "staticObjectField", "Ljava/lang/Object;");
-    ven___SetStaticObjectField(env, fields, staticId, text);
-    EXPECT_TRUE(env->IsSameObject(ven___GetStaticObjectField(env, fields, staticId), text));
-    ven___SetStaticObjectField(env, fields, staticId, nullptr);
-    EXPECT_EQ(ven___GetStaticObjectField(env, fields, staticId), nullptr);
-}
+        jthrowable e1 = throwE1(env);
+        jvalue read = getter.call(env, target, id, jvalue{});
+        expectSamePending(env, e1);
+        EXPECT_TRUE(isObject ? utf8(env, valueIn<jstring>(read)) == "object"
+                             : same(read, jvalueOf(getter.start)));
 
-TEST_F(WrapperFields, AccessorsKeepAPendingException)
-{
-    for (const FieldType& type : kFieldTypes) {
-        for (const Accessor& accessor : type.accessors) {
-            SCOPED_TRACE(accessor.name);
-            TestFrame frame(env);
-            jobject target = targetOf(accessor);
-            jfieldID id = idOf(type, accessor);
-            jvalue expected = type.realGet(env, target, id, accessor.isStatic);
-            jthrowable e1 = throwE1(env);
-            jvalue value = expected;
-            accessor.call(env, target, id, value);
-            expectSamePending(env, e1);
-            if (type.type == std::string("Object")) {
-                EXPECT_TRUE(env->IsSameObject(valueIn<jobject>(value), valueIn<jobject>(expected)));
-            } else {
-                EXPECT_EQ(std::memcmp(&value, &expected, type.width), 0);
-            }
+        for (std::uint64_t bits : getter.samples) {
+            jvalue sample = isObject ? jvalueOf<jobject>(bits == 0 ? text : nullptr) : jvalueOf(bits);
+            FaultEnv fault(env);
+            setter.call(fault.env(), target, id, sample);
+            read = getter.call(fault.env(), target, id, jvalue{});
+            EXPECT_TRUE(same(read, sample)) << std::hex << bits;
+            EXPECT_EQ(fault.trail(),
+                      (std::vector<std::string>{"ExceptionOccurred", setter.member, "ExceptionCheck",
+                                                "ExceptionOccurred", getter.member, "ExceptionCheck"}));
         }
+        e1 = throwE1(env);
+        setter.call(env, target, id, read);
+        expectSamePending(env, e1);
     }
 }
 
-TEST_F(WrapperFields, FieldLookups)
+// A lookup that finds its member keeps E1 pending; one that does not leaves JNI's error instead.
+TEST_F(WrapperFields, LookupsAndThePendingException)
 {
-    checkLookup<jfieldID>(env, fields,
-                          {"ven___GetFieldID", &ven___GetFieldID, 554, 569,
-                           [](FaultEnv& f) { f.returnNull<&Jni::GetFieldID>(); }, "GetFieldID", "intField",
-                           "I", "java.lang.NoSuchFieldError"});
-    checkLookup<jfieldID>(env, fields,
-                          {"ven___GetStaticFieldID", &ven___GetStaticFieldID, 2548, 2563,
-                           [](FaultEnv& f) { f.returnNull<&Jni::GetStaticFieldID>(); }, "GetStaticFieldID",
-                           "staticIntField", "I", "java.lang.NoSuchFieldError"});
+    auto pending = [&](auto lookup, jclass clazz, const char* name, const char* sig, const char* error) {
+        jthrowable e1 = throwE1(env);
+        EXPECT_NE(lookup(env, clazz, name, sig), nullptr) << name;
+        expectSamePending(env, e1);
+        e1 = throwE1(env);
+        EXPECT_EQ(lookup(env, clazz, "missing", sig), nullptr) << name;
+        ExpectPendingClass(env, error);
+        env->DeleteGlobalRef(e1);
+    };
+    pending(&ven___GetFieldID, fields, "intField", "I", "java.lang.NoSuchFieldError");
+    pending(&ven___GetStaticFieldID, fields, "staticIntField", "I", "java.lang.NoSuchFieldError");
+    pending(&ven___GetMethodID, methods, "intGet", "()I", "java.lang.NoSuchMethodError");
+    pending(&ven___GetStaticMethodID, methods, "staticIntGet", "()I", "java.lang.NoSuchMethodError");
 }
 
 } // namespace

@@ -3,8 +3,4 @@ package fixtures;
 /** A native method for registering and unregistering native code through the wrapper layer. */
 public class WrapperNatives {
     public static native int answer();
-
-    public static int callAnswer() {
-        return answer();
-    }
 }
