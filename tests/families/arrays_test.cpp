@@ -1,10 +1,9 @@
 // Arrays through the integration layer: the five functions of every primitive element type
 // driven through one table row per type (creation, pinning and release modes, region
-// bounds), then the object arrays, the length and the critical pair.
+// bounds, checks in order), then the object arrays, the length and the critical pair.
 #include <array>
 #include <cfloat>
 #include <cstdint>
-#include <functional>
 #include <limits>
 
 #include "families_test.hpp"
@@ -28,47 +27,34 @@ template <typename Element, typename Array> struct ArrayFamily {
 #Type, venNew##Type##Array, venGet##Type##ArrayElements, venRelease##Type##ArrayElements,                \
         venGet##Type##ArrayRegion, venSet##Type##ArrayRegion
 
-const ArrayFamily<jboolean, jbooleanArray> kBooleans{VEN_ARRAY_ROW(Boolean),
-                                                     {{JNI_TRUE, JNI_FALSE, JNI_TRUE}}};
+// clang-format off
+const ArrayFamily<jboolean, jbooleanArray> kBooleans{VEN_ARRAY_ROW(Boolean), {{JNI_TRUE, JNI_FALSE, JNI_TRUE}}};
 const ArrayFamily<jbyte, jbyteArray> kBytes{VEN_ARRAY_ROW(Byte), {{-128, 127, -1}}};
 const ArrayFamily<jchar, jcharArray> kChars{VEN_ARRAY_ROW(Char), {{0xD83D, 0xFFFF, 0}}};
 const ArrayFamily<jshort, jshortArray> kShorts{VEN_ARRAY_ROW(Short), {{-32768, 32767, -1}}};
 const ArrayFamily<jint, jintArray> kInts{VEN_ARRAY_ROW(Int), {{INT32_MIN, INT32_MAX, -1}}};
 const ArrayFamily<jlong, jlongArray> kLongs{VEN_ARRAY_ROW(Long), {{INT64_MIN, INT64_MAX, -1}}};
-const ArrayFamily<jfloat, jfloatArray> kFloats{VEN_ARRAY_ROW(Float),
-                                               {{0.1f, -0.0f, std::numeric_limits<float>::quiet_NaN()}}};
-const ArrayFamily<jdouble, jdoubleArray> kDoubles{VEN_ARRAY_ROW(Double),
-                                                  {{0.1, -0.0, std::numeric_limits<double>::quiet_NaN()}}};
+const ArrayFamily<jfloat, jfloatArray> kFloats{VEN_ARRAY_ROW(Float), {{0.1f, -0.0f, std::numeric_limits<float>::quiet_NaN()}}};
+const ArrayFamily<jdouble, jdoubleArray> kDoubles{VEN_ARRAY_ROW(Double), {{0.1, -0.0, std::numeric_limits<double>::quiet_NaN()}}};
+// clang-format on
 
-constexpr const char* kModeCondition = "mode == 0 || mode == JNI_COMMIT || mode == JNI_ABORT";
+const std::string kModeCondition = "mode == 0 || mode == JNI_COMMIT || mode == JNI_ABORT";
+const KS_INT kBeyondJsize = 2147483648LL;
 
 class ArraysTest : public JvmTest
 {
   protected:
-    template <typename Element, typename Array>
-    std::array<Element, 3> contents(const ArrayFamily<Element, Array>& family, Array array)
-    {
-        std::array<Element, 3> values{};
-        EXPECT_EQ(KS_TRUE, family.getRegion(env, nullptr, array, 0, 3, values.data()));
-        return values;
-    }
-
-    template <typename Element>
-    static bool sameElements(const std::array<Element, 3>& a, const std::array<Element, 3>& b)
-    {
-        return std::equal(a.begin(), a.end(), b.begin(), same<Element>);
-    }
-
     template <typename Element, typename Array> void checkFamily(const ArrayFamily<Element, Array>& family)
     {
         SCOPED_TRACE(family.type);
         LoopFrame frame(env);
-        const std::string create = "venNew" + family.type + "Array: ";
-        const std::string pin = "venGet" + family.type + "ArrayElements: ";
-        const std::string release = "venRelease" + family.type + "ArrayElements: ";
-        const std::string getRegion = "venGet" + family.type + "ArrayRegion";
-        const std::string setRegion = "venSet" + family.type + "ArrayRegion";
-        const std::array<Element, 3>& sample = family.sample;
+        using Elements = std::array<Element, 3>;
+        auto expectContents = [&](Array array, const Elements& expected) {
+            Elements values{};
+            EXPECT_EQ(KS_TRUE, family.getRegion(env, nullptr, array, 0, 3, values.data()));
+            EXPECT_TRUE(std::equal(values.begin(), values.end(), expected.begin(), same<Element>));
+        };
+        const Elements& sample = family.sample;
 
         // Creation: an empty array, then one created into the same variable replaces it.
         FaultEnv fault(env);
@@ -80,75 +66,65 @@ class ArraysTest : public JvmTest
         EXPECT_EQ(3, env->GetArrayLength(array));
         EXPECT_FALSE(fault.ledger().isLive(empty));
         EXPECT_EQ(1, fault.ledger().live());
-        expectArgumentFailure(env, family.create(nullptr, env, nullptr, -1), create + "result != NULL");
-        expectArgumentFailure(env, family.create(&array, env, nullptr, -1), create + "length >= 0");
-        expectArgumentFailure(env, family.create(&array, env, nullptr, 2147483648LL),
-                              create + "VEN_KS_INT_TO_JSIZE_CONV_OK( length )");
-        ASSERT_EQ(3, env->GetArrayLength(array));
+        const std::string create = "venNew" + family.type + "Array";
+        expectChecksInOrder(env, create, {"result != NULL", "length >= 0"}, family.create,
+                            std::tuple{&array, env, nullptr, KS_INT{3}}, {nullptr, env, nullptr, -1});
+        expectArgumentFailure(env, family.create(&array, env, nullptr, kBeyondJsize),
+                              create + ": VEN_KS_INT_TO_JSIZE_CONV_OK( length )");
 
-        // Regions: whole and partial, both ways; the bounds are the virtual machine's.
+        // Regions, whole and partial, both ways; the bounds are the virtual machine's.
         ASSERT_EQ(KS_TRUE, family.setRegion(env, nullptr, array, 0, 3, sample.data()));
-        EXPECT_TRUE(sameElements(sample, contents(family, array)));
-        std::array<Element, 3> part{sample[0], sample[0], sample[0]};
+        expectContents(array, sample);
+        Elements part{sample[0], sample[0], sample[0]};
         ASSERT_EQ(KS_TRUE, family.getRegion(env, nullptr, array, 1, 2, part.data()));
-        EXPECT_TRUE(sameElements({sample[1], sample[2], sample[0]}, part));
-        using Region = KS_BOOL (*)(JNIEnv*, lgStream*, Array, KS_INT, KS_INT, Element*);
-        auto set = [&](JNIEnv* e, lgStream* t, Array a, KS_INT start, KS_INT len, Element* buf) {
-            return family.setRegion(e, t, a, start, len, buf);
-        };
-        for (const auto& [name, region] :
-             {std::pair<std::string,
-                        std::function<KS_BOOL(JNIEnv*, lgStream*, Array, KS_INT, KS_INT, Element*)>>{
-                  getRegion, Region{family.getRegion}},
-              {setRegion, set}}) {
-            SCOPED_TRACE(name);
+        EXPECT_TRUE(std::equal(part.begin(), part.end(), Elements{sample[1], sample[2], sample[0]}.begin(),
+                               same<Element>));
+        auto checkRegion = [&](const std::string& name, auto region) {
             for (auto [start, len] : {std::pair<KS_INT, KS_INT>{-1, 1}, {2, 2}, {0, -1}}) {
                 Trace trace;
                 EXPECT_EQ(KS_FALSE, region(env, trace.get(), array, start, len, part.data()));
                 ExpectPendingClass(env, "java.lang.ArrayIndexOutOfBoundsException");
                 ASSERT_EQ(1u, trace.lines().size());
-                EXPECT_EQ(0u, trace.lines()[0].find(
-                                  "[" + name + "()] Exception: java.lang.ArrayIndexOutOfBoundsException"));
+                EXPECT_EQ(
+                    0u, trace.lines()[0].find("[" + name + "()] Exception: java.lang.ArrayIndexOutOfBounds"));
             }
-            expectArgumentFailure(env, region(env, nullptr, nullptr, 2147483648LL, 2147483648LL, nullptr),
-                                  name + ": array != NULL");
-            expectArgumentFailure(env, region(env, nullptr, array, 2147483648LL, 2147483648LL, nullptr),
-                                  name + ": VEN_KS_INT_TO_JSIZE_CONV_OK( start )");
-            expectArgumentFailure(env, region(env, nullptr, array, -2147483648LL, 2147483648LL, nullptr),
-                                  name + ": VEN_KS_INT_TO_JSIZE_CONV_OK( len )");
-            expectArgumentFailure(env, region(env, nullptr, array, 0, 3, nullptr), name + ": buf != NULL");
-        }
-        EXPECT_TRUE(sameElements(sample, contents(family, array)));
+            expectChecksInOrder(env, name,
+                                {"array != NULL", "VEN_KS_INT_TO_JSIZE_CONV_OK( start )",
+                                 "VEN_KS_INT_TO_JSIZE_CONV_OK( len )", "buf != NULL"},
+                                region, std::tuple{env, nullptr, array, KS_INT{0}, KS_INT{3}, part.data()},
+                                {env, nullptr, nullptr, kBeyondJsize, kBeyondJsize, nullptr});
+        };
+        checkRegion("venGet" + family.type + "ArrayRegion", family.getRegion);
+        checkRegion("venSet" + family.type + "ArrayRegion", family.setRegion);
+        expectContents(array, sample);
 
-        // Pinning and the three release modes.
+        // Pinning, and releases in the three modes; a refused release gives nothing back.
+        const std::string pin = "venGet" + family.type + "ArrayElements";
+        const std::string release = "venRelease" + family.type + "ArrayElements";
         Element* elements = nullptr;
         KS_BOOL isCopy = 7;
         ASSERT_EQ(KS_TRUE, family.pin(&elements, env, nullptr, array, &isCopy));
         EXPECT_TRUE(isCopy == KS_TRUE || isCopy == KS_FALSE);
         EXPECT_TRUE(same(sample[1], elements[1]));
         elements[0] = sample[2];
-        for (jint mode : {3, -1}) {
-            expectArgumentFailure(env, family.release(env, nullptr, array, elements, mode),
-                                  release + kModeCondition);
-        }
-        expectArgumentFailure(env, family.release(env, nullptr, nullptr, nullptr, 9),
-                              release + "array != NULL");
-        expectArgumentFailure(env, family.release(env, nullptr, array, nullptr, 0),
-                              release + "elems != NULL");
+        expectChecksInOrder(env, release, {"array != NULL", "elems != NULL", kModeCondition}, family.release,
+                            std::tuple{env, nullptr, array, elements, jint{0}},
+                            {env, nullptr, nullptr, nullptr, 3});
+        expectArgumentFailure(env, family.release(env, nullptr, array, elements, -1),
+                              release + ": " + kModeCondition);
         ASSERT_EQ(KS_TRUE, family.release(env, nullptr, array, elements, JNI_ABORT));
-        EXPECT_TRUE(sameElements(sample, contents(family, array)));
+        expectContents(array, sample);
         ASSERT_EQ(KS_TRUE, family.pin(&elements, env, nullptr, array, nullptr));
         elements[0] = sample[2];
         ASSERT_EQ(KS_TRUE, family.release(env, nullptr, array, elements, JNI_COMMIT));
-        EXPECT_TRUE(sameElements({sample[2], sample[1], sample[2]}, contents(family, array)));
+        expectContents(array, {sample[2], sample[1], sample[2]});
         elements[1] = sample[0];
         ASSERT_EQ(KS_TRUE, family.release(env, nullptr, array, elements, 0));
-        EXPECT_TRUE(sameElements({sample[2], sample[0], sample[2]}, contents(family, array)));
+        expectContents(array, {sample[2], sample[0], sample[2]});
         isCopy = 7;
-        expectArgumentFailure(env, family.pin(nullptr, env, nullptr, nullptr, &isCopy),
-                              pin + "result != NULL");
-        expectArgumentFailure(env, family.pin(&elements, env, nullptr, nullptr, &isCopy),
-                              pin + "array != NULL");
+        expectChecksInOrder(env, pin, {"result != NULL", "array != NULL"}, family.pin,
+                            std::tuple{&elements, env, nullptr, array, &isCopy},
+                            {nullptr, env, nullptr, nullptr, &isCopy});
         EXPECT_EQ(7, isCopy);
     }
 };
@@ -165,25 +141,25 @@ TEST_F(ArraysTest, EveryElementTypeCreatesPinsReleasesAndCopiesRegions)
     checkFamily(kDoubles);
 }
 
-TEST_F(ArraysTest, CopyFlagIsTrueOnlyForJniTrueAndFalseAfterAFailedPin)
+// The copy flag is true only for JNI_TRUE; failed pins and creations are traced, and a
+// failed creation stores NULL after deleting the reference the variable held.
+TEST_F(ArraysTest, CopyFlagAndFailedCalls)
 {
     FaultEnv fault(env);
+    LeakCheck leaks(fault);
     jintArray array = env->NewIntArray(2);
     for (jboolean flag : {jboolean{JNI_FALSE}, jboolean{JNI_TRUE}, jboolean{2}}) {
-        fault.override<&JNINativeInterface_::GetIntArrayElements>(
-            [flag](JNIEnv* real, jintArray a, jboolean* copy) {
-                jint* elements = real->GetIntArrayElements(a, nullptr);
-                *copy = flag;
-                return elements;
-            });
+        fault.override<&Entry::GetIntArrayElements>([flag](JNIEnv* real, jintArray a, jboolean* copy) {
+            *copy = flag;
+            return real->GetIntArrayElements(a, nullptr);
+        });
         jint* elements = nullptr;
         KS_BOOL isCopy = 7;
         ASSERT_EQ(KS_TRUE, venGetIntArrayElements(&elements, fault.env(), nullptr, array, &isCopy));
         EXPECT_EQ(flag == JNI_TRUE ? KS_TRUE : KS_FALSE, isCopy);
         env->ReleaseIntArrayElements(array, elements, JNI_ABORT);
     }
-    // A pin that fails without writing the flag reports no copy, and the failure is traced.
-    fault.raiseOutOfMemory<&JNINativeInterface_::GetIntArrayElements>();
+    fault.raiseOutOfMemory<&Entry::GetIntArrayElements>();
     Trace trace;
     jint* elements = reinterpret_cast<jint*>(&trace);
     KS_BOOL isCopy = KS_TRUE;
@@ -191,39 +167,29 @@ TEST_F(ArraysTest, CopyFlagIsTrueOnlyForJniTrueAndFalseAfterAFailedPin)
     EXPECT_EQ(nullptr, elements);
     EXPECT_EQ(KS_FALSE, isCopy);
     ExpectPendingClass(env, "java.lang.OutOfMemoryError");
-    EXPECT_EQ(std::vector<std::string>{"[venGetIntArrayElements()] Exception: java.lang.OutOfMemoryError: "
-                                       "injected by FaultEnv"},
+    jlongArray longs = nullptr;
+    ASSERT_EQ(KS_TRUE, venNewLongArray(&longs, fault.env(), nullptr, 1));
+    fault.raiseOutOfMemory<&Entry::NewLongArray>();
+    EXPECT_EQ(KS_FALSE, venNewLongArray(&longs, fault.env(), trace.get(), 1));
+    EXPECT_EQ(nullptr, longs);
+    EXPECT_EQ(0, leaks.live());
+    ExpectPendingClass(env, "java.lang.OutOfMemoryError");
+    const std::string injected = "Exception: java.lang.OutOfMemoryError: injected by FaultEnv";
+    EXPECT_EQ((std::vector<std::string>{"[venGetIntArrayElements()] " + injected,
+                                        "[venNewLongArray()] " + injected}),
               trace.lines());
 }
 
-TEST_F(ArraysTest, FailedCreationStoresNullAndLetsGoOfTheHeldReference)
-{
-    FaultEnv fault(env);
-    DeletionLog deletions(fault);
-    jlongArray array = nullptr;
-    ASSERT_EQ(KS_TRUE, venNewLongArray(&array, fault.env(), nullptr, 1));
-    jlongArray held = array;
-    fault.raiseOutOfMemory<&JNINativeInterface_::NewLongArray>();
-    EXPECT_EQ(KS_FALSE, venNewLongArray(&array, fault.env(), nullptr, 1));
-    EXPECT_EQ(nullptr, array);
-    EXPECT_TRUE(deletions.deleted(held));
-    ExpectPendingClass(env, "java.lang.OutOfMemoryError");
-}
-
-TEST_F(ArraysTest, LengthOfAnyArray)
+TEST_F(ArraysTest, LengthAndObjectArrays)
 {
     KS_INT length = -1;
     ASSERT_EQ(KS_TRUE, venGetArrayLength(&length, env, nullptr, env->NewDoubleArray(5)));
     EXPECT_EQ(5, length);
-    expectArgumentFailure(env, venGetArrayLength(nullptr, env, nullptr, nullptr),
-                          "venGetArrayLength: result != NULL");
-    expectArgumentFailure(env, venGetArrayLength(&length, env, nullptr, nullptr),
-                          "venGetArrayLength: array != NULL");
+    expectChecksInOrder(env, "venGetArrayLength", {"result != NULL", "array != NULL"}, venGetArrayLength,
+                        std::tuple{&length, env, nullptr, static_cast<jarray>(env->NewIntArray(1))},
+                        {nullptr, env, nullptr, nullptr});
     EXPECT_EQ(5, length);
-}
 
-TEST_F(ArraysTest, ObjectArraysCreateAndStoreWithTheirChecks)
-{
     jclass stringClass = findClass(env, "java/lang/String");
     jstring initial = jstr(env, "initial");
     jobjectArray array = nullptr;
@@ -231,31 +197,26 @@ TEST_F(ArraysTest, ObjectArraysCreateAndStoreWithTheirChecks)
     EXPECT_TRUE(env->IsSameObject(initial, env->GetObjectArrayElement(array, 1)));
     ASSERT_EQ(KS_TRUE, venSetObjectArrayElement(env, nullptr, array, 1, nullptr));
     EXPECT_EQ(nullptr, env->GetObjectArrayElement(array, 1));
-
     Trace trace;
     EXPECT_EQ(KS_FALSE, venSetObjectArrayElement(env, trace.get(), array, 2, initial));
     ExpectPendingClass(env, "java.lang.ArrayIndexOutOfBoundsException");
-    jobject wrongClass = newInstance(env, "java/lang/Object");
-    EXPECT_EQ(KS_FALSE, venSetObjectArrayElement(env, trace.get(), array, 0, wrongClass));
+    EXPECT_EQ(KS_FALSE,
+              venSetObjectArrayElement(env, trace.get(), array, 0, newInstance(env, "java/lang/Object")));
     ExpectPendingClass(env, "java.lang.ArrayStoreException");
     ASSERT_EQ(2u, trace.lines().size());
     for (const std::string& line : trace.lines()) {
         EXPECT_EQ(0u, line.find("[venSetObjectArrayElement()] Exception: java.lang.Array"));
     }
-
-    // The earlier condition wins: a negative length before a NULL class.
-    expectArgumentFailure(env, venNewObjectArray(nullptr, env, nullptr, -1, nullptr, nullptr),
-                          "venNewObjectArray: result != NULL");
-    expectArgumentFailure(env, venNewObjectArray(&array, env, nullptr, -1, nullptr, nullptr),
-                          "venNewObjectArray: length >= 0");
-    expectArgumentFailure(env, venNewObjectArray(&array, env, nullptr, 2147483648LL, nullptr, nullptr),
+    // A negative length is refused before a NULL class.
+    expectChecksInOrder(env, "venNewObjectArray", {"result != NULL", "length >= 0", "elementClass != NULL"},
+                        venNewObjectArray, std::tuple{&array, env, nullptr, KS_INT{1}, stringClass, nullptr},
+                        {nullptr, env, nullptr, -1, nullptr, nullptr});
+    expectArgumentFailure(env, venNewObjectArray(&array, env, nullptr, kBeyondJsize, nullptr, nullptr),
                           "venNewObjectArray: VEN_KS_INT_TO_JSIZE_CONV_OK( length )");
-    expectArgumentFailure(env, venNewObjectArray(&array, env, nullptr, 1, nullptr, nullptr),
-                          "venNewObjectArray: elementClass != NULL");
-    expectArgumentFailure(env, venSetObjectArrayElement(env, nullptr, nullptr, 2147483648LL, nullptr),
-                          "venSetObjectArrayElement: array != NULL");
-    expectArgumentFailure(env, venSetObjectArrayElement(env, nullptr, array, 2147483648LL, nullptr),
-                          "venSetObjectArrayElement: VEN_KS_INT_TO_JSIZE_CONV_OK( index )");
+    expectChecksInOrder(env, "venSetObjectArrayElement",
+                        {"array != NULL", "VEN_KS_INT_TO_JSIZE_CONV_OK( index )"}, venSetObjectArrayElement,
+                        std::tuple{env, nullptr, array, KS_INT{0}, nullptr},
+                        {env, nullptr, nullptr, kBeyondJsize, nullptr});
     EXPECT_EQ(2, env->GetArrayLength(array));
 }
 
@@ -275,25 +236,21 @@ TEST_F(ArraysTest, CriticalPairPinsAndReleasesWithItsChecks)
     jint last = 0;
     env->GetIntArrayRegion(array, 2, 1, &last);
     EXPECT_EQ(8, last);
-    EXPECT_EQ(1, fault.calls<&JNINativeInterface_::ReleasePrimitiveArrayCritical>());
-
-    // Refused releases give nothing back; none of them reaches JNI.
+    // Refused releases give nothing back: none of them reaches JNI.
     int dummy = 0;
-    for (jint mode : {3, -1}) {
-        expectArgumentFailure(env,
-                              venReleasePrimitiveArrayCritical(fault.env(), nullptr, array, &dummy, mode),
-                              std::string("venReleasePrimitiveArrayCritical: ") + kModeCondition);
-    }
-    expectArgumentFailure(env, venReleasePrimitiveArrayCritical(fault.env(), nullptr, array, nullptr, 0),
-                          "venReleasePrimitiveArrayCritical: carray != NULL");
-    expectArgumentFailure(env, venReleasePrimitiveArrayCritical(fault.env(), nullptr, nullptr, nullptr, 0),
-                          "venReleasePrimitiveArrayCritical: array != NULL");
-    EXPECT_EQ(1, fault.calls<&JNINativeInterface_::ReleasePrimitiveArrayCritical>());
+    expectChecksInOrder(
+        env, "venReleasePrimitiveArrayCritical", {"array != NULL", "carray != NULL", kModeCondition},
+        venReleasePrimitiveArrayCritical,
+        std::tuple{fault.env(), nullptr, static_cast<jarray>(array), static_cast<void*>(&dummy), 0},
+        {fault.env(), nullptr, nullptr, nullptr, 3});
+    expectArgumentFailure(env, venReleasePrimitiveArrayCritical(fault.env(), nullptr, array, &dummy, -1),
+                          "venReleasePrimitiveArrayCritical: " + kModeCondition);
+    EXPECT_EQ(1, fault.calls<&Entry::ReleasePrimitiveArrayCritical>());
     isCopy = 7;
-    expectArgumentFailure(env, venGetPrimitiveArrayCritical(nullptr, env, nullptr, array, &isCopy),
-                          "venGetPrimitiveArrayCritical: result != NULL");
-    expectArgumentFailure(env, venGetPrimitiveArrayCritical(&carray, env, nullptr, nullptr, &isCopy),
-                          "venGetPrimitiveArrayCritical: array != NULL");
+    expectChecksInOrder(env, "venGetPrimitiveArrayCritical", {"result != NULL", "array != NULL"},
+                        venGetPrimitiveArrayCritical,
+                        std::tuple{&carray, env, nullptr, static_cast<jarray>(array), &isCopy},
+                        {nullptr, env, nullptr, nullptr, &isCopy});
     EXPECT_EQ(7, isCopy);
 }
 

@@ -4,9 +4,10 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdarg>
 #include <cstring>
+#include <functional>
 #include <string>
+#include <tuple>
 #include <type_traits>
 #include <vector>
 
@@ -17,8 +18,8 @@ namespace ven::families_test
 {
 
 using namespace ven::test;
+using Entry = JNINativeInterface_;
 
-// A new instance of a fixture class through its no-argument constructor.
 inline jobject newInstance(JNIEnv* env, const char* className)
 {
     jclass clazz = findClass(env, className);
@@ -27,10 +28,13 @@ inline jobject newInstance(JNIEnv* env, const char* className)
     return obj;
 }
 
-// Equality that tells -0.0 from 0.0 and finds NaN equal to itself.
+// Equality that tells -0.0 from 0.0, finds NaN equal to itself and compares references
+// by their objects.
 template <typename T> bool same(T a, T b)
 {
-    if constexpr (std::is_floating_point_v<T>) {
+    if constexpr (std::is_convertible_v<T, jobject>) {
+        return mainEnv()->IsSameObject(a, b) == JNI_TRUE;
+    } else if constexpr (std::is_floating_point_v<T>) {
         return std::memcmp(&a, &b, sizeof a) == 0 || (std::isnan(a) && std::isnan(b));
     } else {
         return a == b;
@@ -45,8 +49,40 @@ inline void expectArgumentFailure(JNIEnv* env, KS_BOOL ok, const std::string& me
     ExpectPending(env, "java.lang.IllegalArgumentException", message.c_str(), where);
 }
 
-// A local frame of its own for one pass of a table loop: failures leave references behind
-// (the saved and the traced throwables), and a table of them would exceed a test's frame.
+// Each call is refused as an argument failure with its "<function>: <condition>" text.
+using Refusal = std::pair<std::string, std::function<KS_BOOL()>>;
+inline void expectRefusals(JNIEnv* env, const std::vector<Refusal>& rows,
+                           std::source_location where = std::source_location::current())
+{
+    for (const auto& [message, call] : rows) {
+        expectArgumentFailure(env, call(), message, where);
+    }
+}
+
+// The arguments that differ between `good` and `bad` are tested in order: call k passes
+// the first k of them good and the rest bad, and fails with "<name>: <conditions[k]>".
+template <typename F, typename... A>
+void expectChecksInOrder(JNIEnv* env, const std::string& name, const std::vector<std::string>& conditions,
+                         F function, std::tuple<A...> good, std::type_identity_t<std::tuple<A...>> bad,
+                         std::source_location where = std::source_location::current())
+{
+    for (std::size_t k = 0; k <= conditions.size(); ++k) {
+        std::size_t checked = 0;
+        auto pick = [&](const auto& g, const auto& b) { return g == b || checked++ >= k ? b : g; };
+        auto args = [&]<std::size_t... I>(std::index_sequence<I...>)
+        {
+            return std::tuple<A...>{pick(std::get<I>(good), std::get<I>(bad))...};
+        }
+        (std::index_sequence_for<A...>{});
+        if (k == conditions.size()) {
+            EXPECT_EQ(conditions.size(), checked) << name << " at line " << where.line();
+        } else {
+            expectArgumentFailure(env, std::apply(function, args), name + ": " + conditions[k], where);
+        }
+    }
+}
+
+// A local frame for one pass of a table loop: failures leave throwables behind.
 class LoopFrame
 {
   public:
@@ -59,26 +95,30 @@ class LoopFrame
     JNIEnv* env_;
 };
 
-// Every non-NULL reference deleted through `fault` while alive; unlike the ledger's live
-// set, this does not depend on the JVM not reusing a deleted reference's value.
-class DeletionLog
+// The local references live in `fault` besides the throwables taken with ExceptionOccurred,
+// whose deletion after a failure is left open.
+class LeakCheck
 {
   public:
-    explicit DeletionLog(FaultEnv& fault)
+    explicit LeakCheck(FaultEnv& fault) : fault_(fault)
     {
-        fault.override<&JNINativeInterface_::DeleteLocalRef>([this](JNIEnv* real, jobject ref) {
-            deleted_.push_back(ref);
-            real->DeleteLocalRef(ref);
+        fault.override<&Entry::ExceptionOccurred>([this](JNIEnv* real) {
+            throwables_.push_back(real->ExceptionOccurred());
+            return throwables_.back();
         });
     }
-    bool deleted(jobject ref) const
+    int live()
     {
-        return std::find(deleted_.begin(), deleted_.end(), ref) != deleted_.end();
+        std::sort(throwables_.begin(), throwables_.end());
+        throwables_.erase(std::unique(throwables_.begin(), throwables_.end()), throwables_.end());
+        return fault_.ledger().live() -
+               static_cast<int>(std::count_if(throwables_.begin(), throwables_.end(),
+                                              [this](jthrowable t) { return fault_.ledger().isLive(t); }));
     }
-    void clear() { deleted_.clear(); }
 
   private:
-    std::vector<jobject> deleted_;
+    FaultEnv& fault_;
+    std::vector<jthrowable> throwables_;
 };
 
 } // namespace ven::families_test
