@@ -2,7 +2,6 @@
 // driven through one table row per type (creation, pinning and release modes, region
 // bounds, checks in order), then the object arrays, the length and the critical pair.
 #include <array>
-#include <cfloat>
 #include <cstdint>
 #include <limits>
 
@@ -23,11 +22,9 @@ template <typename Element, typename Array> struct ArrayFamily {
     std::array<Element, 3> sample; // distinct values, passed through unconverted
 };
 
-#define VEN_ARRAY_ROW(Type)                                                                                  \
-#Type, venNew##Type##Array, venGet##Type##ArrayElements, venRelease##Type##ArrayElements,                \
-        venGet##Type##ArrayRegion, venSet##Type##ArrayRegion
-
 // clang-format off
+#define VEN_ARRAY_ROW(Type) #Type, venNew##Type##Array, venGet##Type##ArrayElements, venRelease##Type##ArrayElements, \
+    venGet##Type##ArrayRegion, venSet##Type##ArrayRegion
 const ArrayFamily<jboolean, jbooleanArray> kBooleans{VEN_ARRAY_ROW(Boolean), {{JNI_TRUE, JNI_FALSE, JNI_TRUE}}};
 const ArrayFamily<jbyte, jbyteArray> kBytes{VEN_ARRAY_ROW(Byte), {{-128, 127, -1}}};
 const ArrayFamily<jchar, jcharArray> kChars{VEN_ARRAY_ROW(Char), {{0xD83D, 0xFFFF, 0}}};
@@ -44,88 +41,73 @@ const KS_INT kBeyondJsize = 2147483648LL;
 class ArraysTest : public JvmTest
 {
   protected:
+    // Creation replacing the array held; regions whole, partial and out of bounds; pinning
+    // with the three release modes, modes 3 and -1 and NULL elements refused; checks in order.
     template <typename Element, typename Array> void checkFamily(const ArrayFamily<Element, Array>& family)
     {
         SCOPED_TRACE(family.type);
-        LoopFrame frame(env);
+        TestFrame frame(env, 256);
         using Elements = std::array<Element, 3>;
-        auto expectContents = [&](Array array, const Elements& expected) {
-            Elements values{};
-            EXPECT_EQ(KS_TRUE, family.getRegion(env, nullptr, array, 0, 3, values.data()));
+        const Elements& sample = family.sample;
+        auto expectContents = [&](Array array, std::size_t start, const Elements& expected) {
+            Elements values = sample;
+            EXPECT_EQ(KS_TRUE, family.getRegion(env, nullptr, array, start, 3 - start, values.data()));
             EXPECT_TRUE(std::equal(values.begin(), values.end(), expected.begin(), same<Element>));
         };
-        const Elements& sample = family.sample;
-
-        // Creation: an empty array, then one created into the same variable replaces it.
         FaultEnv fault(env);
         Array array = nullptr;
         ASSERT_EQ(KS_TRUE, family.create(&array, fault.env(), nullptr, 0));
         EXPECT_EQ(0, env->GetArrayLength(array));
-        Array empty = array;
         ASSERT_EQ(KS_TRUE, family.create(&array, fault.env(), nullptr, 3));
         EXPECT_EQ(3, env->GetArrayLength(array));
-        EXPECT_FALSE(fault.ledger().isLive(empty));
         EXPECT_EQ(1, fault.ledger().live());
-        const std::string create = "venNew" + family.type + "Array";
-        expectChecksInOrder(env, create, {"result != NULL", "length >= 0"}, family.create,
-                            std::tuple{&array, env, nullptr, KS_INT{3}}, {nullptr, env, nullptr, -1});
-        expectArgumentFailure(env, family.create(&array, env, nullptr, kBeyondJsize),
-                              create + ": VEN_KS_INT_TO_JSIZE_CONV_OK( length )");
-
-        // Regions, whole and partial, both ways; the bounds are the virtual machine's.
         ASSERT_EQ(KS_TRUE, family.setRegion(env, nullptr, array, 0, 3, sample.data()));
-        expectContents(array, sample);
-        Elements part{sample[0], sample[0], sample[0]};
-        ASSERT_EQ(KS_TRUE, family.getRegion(env, nullptr, array, 1, 2, part.data()));
-        EXPECT_TRUE(std::equal(part.begin(), part.end(), Elements{sample[1], sample[2], sample[0]}.begin(),
-                               same<Element>));
+        expectContents(array, 0, sample);
+        expectContents(array, 1, {sample[1], sample[2], sample[2]});
+        Elements buffer = sample;
         auto checkRegion = [&](const std::string& name, auto region) {
             for (auto [start, len] : {std::pair<KS_INT, KS_INT>{-1, 1}, {2, 2}, {0, -1}}) {
                 Trace trace;
-                EXPECT_EQ(KS_FALSE, region(env, trace.get(), array, start, len, part.data()));
+                EXPECT_EQ(KS_FALSE, region(env, trace.get(), array, start, len, buffer.data()));
                 ExpectPendingClass(env, "java.lang.ArrayIndexOutOfBoundsException");
                 ASSERT_EQ(1u, trace.lines().size());
                 EXPECT_EQ(
                     0u, trace.lines()[0].find("[" + name + "()] Exception: java.lang.ArrayIndexOutOfBounds"));
             }
-            expectChecksInOrder(env, name,
-                                {"array != NULL", "VEN_KS_INT_TO_JSIZE_CONV_OK( start )",
-                                 "VEN_KS_INT_TO_JSIZE_CONV_OK( len )", "buf != NULL"},
-                                region, std::tuple{env, nullptr, array, KS_INT{0}, KS_INT{3}, part.data()},
-                                {env, nullptr, nullptr, kBeyondJsize, kBeyondJsize, nullptr});
         };
-        checkRegion("venGet" + family.type + "ArrayRegion", family.getRegion);
-        checkRegion("venSet" + family.type + "ArrayRegion", family.setRegion);
-        expectContents(array, sample);
-
-        // Pinning, and releases in the three modes; a refused release gives nothing back.
-        const std::string pin = "venGet" + family.type + "ArrayElements";
-        const std::string release = "venRelease" + family.type + "ArrayElements";
+        const std::string type = family.type;
         Element* elements = nullptr;
         KS_BOOL isCopy = 7;
+        // clang-format off
+        const std::vector<std::string> regionChecks{"array != NULL", "VEN_KS_INT_TO_JSIZE_CONV_OK( start )", "VEN_KS_INT_TO_JSIZE_CONV_OK( len )", "buf != NULL"};
+        expectChecksInOrder(env, "venNew" + type + "Array", {"result != NULL", "length >= 0"}, family.create, std::tuple{&array, env, nullptr, KS_INT{3}}, {nullptr, env, nullptr, -1});
+        expectArgumentFailure(env, family.create(&array, env, nullptr, kBeyondJsize), "venNew" + type + "Array: VEN_KS_INT_TO_JSIZE_CONV_OK( length )");
+        expectChecksInOrder(env, "venGet" + type + "ArrayRegion", regionChecks, family.getRegion, std::tuple{env, nullptr, array, KS_INT{0}, KS_INT{3}, buffer.data()}, {env, nullptr, nullptr, kBeyondJsize, kBeyondJsize, nullptr});
+        expectChecksInOrder(env, "venSet" + type + "ArrayRegion", regionChecks, family.setRegion, std::tuple{env, nullptr, array, KS_INT{0}, KS_INT{3}, buffer.data()}, {env, nullptr, nullptr, kBeyondJsize, kBeyondJsize, nullptr});
+        expectChecksInOrder(env, "venGet" + type + "ArrayElements", {"result != NULL", "array != NULL"}, family.pin, std::tuple{&elements, env, nullptr, array, &isCopy}, {nullptr, env, nullptr, nullptr, &isCopy});
+        // clang-format on
+        EXPECT_EQ(7, isCopy);
+        checkRegion("venGet" + type + "ArrayRegion", family.getRegion);
+        checkRegion("venSet" + type + "ArrayRegion", family.setRegion);
+        expectContents(array, 0, sample);
+
         ASSERT_EQ(KS_TRUE, family.pin(&elements, env, nullptr, array, &isCopy));
         EXPECT_TRUE(isCopy == KS_TRUE || isCopy == KS_FALSE);
         EXPECT_TRUE(same(sample[1], elements[1]));
         elements[0] = sample[2];
-        expectChecksInOrder(env, release, {"array != NULL", "elems != NULL", kModeCondition}, family.release,
-                            std::tuple{env, nullptr, array, elements, jint{0}},
-                            {env, nullptr, nullptr, nullptr, 3});
-        expectArgumentFailure(env, family.release(env, nullptr, array, elements, -1),
-                              release + ": " + kModeCondition);
+        // clang-format off
+        expectChecksInOrder(env, "venRelease" + type + "ArrayElements", {"array != NULL", "elems != NULL", kModeCondition}, family.release, std::tuple{env, nullptr, array, elements, jint{0}}, {env, nullptr, nullptr, nullptr, 3});
+        expectArgumentFailure(env, family.release(env, nullptr, array, elements, -1), "venRelease" + type + "ArrayElements: " + kModeCondition);
+        // clang-format on
         ASSERT_EQ(KS_TRUE, family.release(env, nullptr, array, elements, JNI_ABORT));
-        expectContents(array, sample);
+        expectContents(array, 0, sample);
         ASSERT_EQ(KS_TRUE, family.pin(&elements, env, nullptr, array, nullptr));
         elements[0] = sample[2];
         ASSERT_EQ(KS_TRUE, family.release(env, nullptr, array, elements, JNI_COMMIT));
-        expectContents(array, {sample[2], sample[1], sample[2]});
+        expectContents(array, 0, {sample[2], sample[1], sample[2]});
         elements[1] = sample[0];
         ASSERT_EQ(KS_TRUE, family.release(env, nullptr, array, elements, 0));
-        expectContents(array, {sample[2], sample[0], sample[2]});
-        isCopy = 7;
-        expectChecksInOrder(env, pin, {"result != NULL", "array != NULL"}, family.pin,
-                            std::tuple{&elements, env, nullptr, array, &isCopy},
-                            {nullptr, env, nullptr, nullptr, &isCopy});
-        EXPECT_EQ(7, isCopy);
+        expectContents(array, 0, {sample[2], sample[0], sample[2]});
     }
 };
 
@@ -141,8 +123,8 @@ TEST_F(ArraysTest, EveryElementTypeCreatesPinsReleasesAndCopiesRegions)
     checkFamily(kDoubles);
 }
 
-// The copy flag is true only for JNI_TRUE; failed pins and creations are traced, and a
-// failed creation stores NULL after deleting the reference the variable held.
+// The copy flag is true only for JNI_TRUE and false after a failed pin; failed calls are
+// traced, and a failed creation stores NULL after deleting the reference held.
 TEST_F(ArraysTest, CopyFlagAndFailedCalls)
 {
     FaultEnv fault(env);
@@ -160,6 +142,7 @@ TEST_F(ArraysTest, CopyFlagAndFailedCalls)
         env->ReleaseIntArrayElements(array, elements, JNI_ABORT);
     }
     fault.raiseOutOfMemory<&Entry::GetIntArrayElements>();
+    fault.raiseOutOfMemory<&Entry::NewLongArray>(FaultEnv::Calls::nth(2));
     Trace trace;
     jint* elements = reinterpret_cast<jint*>(&trace);
     KS_BOOL isCopy = KS_TRUE;
@@ -169,7 +152,6 @@ TEST_F(ArraysTest, CopyFlagAndFailedCalls)
     ExpectPendingClass(env, "java.lang.OutOfMemoryError");
     jlongArray longs = nullptr;
     ASSERT_EQ(KS_TRUE, venNewLongArray(&longs, fault.env(), nullptr, 1));
-    fault.raiseOutOfMemory<&Entry::NewLongArray>();
     EXPECT_EQ(KS_FALSE, venNewLongArray(&longs, fault.env(), trace.get(), 1));
     EXPECT_EQ(nullptr, longs);
     EXPECT_EQ(0, leaks.live());
@@ -180,16 +162,13 @@ TEST_F(ArraysTest, CopyFlagAndFailedCalls)
               trace.lines());
 }
 
+// A NULL value is stored as null; a bad index or a value of the wrong class is traced; a
+// negative length is refused before a NULL class.
 TEST_F(ArraysTest, LengthAndObjectArrays)
 {
     KS_INT length = -1;
     ASSERT_EQ(KS_TRUE, venGetArrayLength(&length, env, nullptr, env->NewDoubleArray(5)));
     EXPECT_EQ(5, length);
-    expectChecksInOrder(env, "venGetArrayLength", {"result != NULL", "array != NULL"}, venGetArrayLength,
-                        std::tuple{&length, env, nullptr, static_cast<jarray>(env->NewIntArray(1))},
-                        {nullptr, env, nullptr, nullptr});
-    EXPECT_EQ(5, length);
-
     jclass stringClass = findClass(env, "java/lang/String");
     jstring initial = jstr(env, "initial");
     jobjectArray array = nullptr;
@@ -207,19 +186,17 @@ TEST_F(ArraysTest, LengthAndObjectArrays)
     for (const std::string& line : trace.lines()) {
         EXPECT_EQ(0u, line.find("[venSetObjectArrayElement()] Exception: java.lang.Array"));
     }
-    // A negative length is refused before a NULL class.
-    expectChecksInOrder(env, "venNewObjectArray", {"result != NULL", "length >= 0", "elementClass != NULL"},
-                        venNewObjectArray, std::tuple{&array, env, nullptr, KS_INT{1}, stringClass, nullptr},
-                        {nullptr, env, nullptr, -1, nullptr, nullptr});
-    expectArgumentFailure(env, venNewObjectArray(&array, env, nullptr, kBeyondJsize, nullptr, nullptr),
-                          "venNewObjectArray: VEN_KS_INT_TO_JSIZE_CONV_OK( length )");
-    expectChecksInOrder(env, "venSetObjectArrayElement",
-                        {"array != NULL", "VEN_KS_INT_TO_JSIZE_CONV_OK( index )"}, venSetObjectArrayElement,
-                        std::tuple{env, nullptr, array, KS_INT{0}, nullptr},
-                        {env, nullptr, nullptr, kBeyondJsize, nullptr});
+    // clang-format off
+    expectChecksInOrder(env, "venGetArrayLength", {"result != NULL", "array != NULL"}, venGetArrayLength, std::tuple{&length, env, nullptr, static_cast<jarray>(array)}, {nullptr, env, nullptr, nullptr});
+    expectChecksInOrder(env, "venNewObjectArray", {"result != NULL", "length >= 0", "elementClass != NULL"}, venNewObjectArray, std::tuple{&array, env, nullptr, KS_INT{1}, stringClass, nullptr}, {nullptr, env, nullptr, -1, nullptr, nullptr});
+    expectArgumentFailure(env, venNewObjectArray(&array, env, nullptr, kBeyondJsize, nullptr, nullptr), "venNewObjectArray: VEN_KS_INT_TO_JSIZE_CONV_OK( length )");
+    expectChecksInOrder(env, "venSetObjectArrayElement", {"array != NULL", "VEN_KS_INT_TO_JSIZE_CONV_OK( index )"}, venSetObjectArrayElement, std::tuple{env, nullptr, array, KS_INT{0}, nullptr}, {env, nullptr, nullptr, kBeyondJsize, nullptr});
+    // clang-format on
+    EXPECT_EQ(5, length);
     EXPECT_EQ(2, env->GetArrayLength(array));
 }
 
+// Refused releases give nothing back: none of them reaches JNI.
 TEST_F(ArraysTest, CriticalPairPinsAndReleasesWithItsChecks)
 {
     FaultEnv fault(env);
@@ -236,21 +213,15 @@ TEST_F(ArraysTest, CriticalPairPinsAndReleasesWithItsChecks)
     jint last = 0;
     env->GetIntArrayRegion(array, 2, 1, &last);
     EXPECT_EQ(8, last);
-    // Refused releases give nothing back: none of them reaches JNI.
-    int dummy = 0;
-    expectChecksInOrder(
-        env, "venReleasePrimitiveArrayCritical", {"array != NULL", "carray != NULL", kModeCondition},
-        venReleasePrimitiveArrayCritical,
-        std::tuple{fault.env(), nullptr, static_cast<jarray>(array), static_cast<void*>(&dummy), 0},
-        {fault.env(), nullptr, nullptr, nullptr, 3});
-    expectArgumentFailure(env, venReleasePrimitiveArrayCritical(fault.env(), nullptr, array, &dummy, -1),
-                          "venReleasePrimitiveArrayCritical: " + kModeCondition);
-    EXPECT_EQ(1, fault.calls<&Entry::ReleasePrimitiveArrayCritical>());
     isCopy = 7;
-    expectChecksInOrder(env, "venGetPrimitiveArrayCritical", {"result != NULL", "array != NULL"},
-                        venGetPrimitiveArrayCritical,
-                        std::tuple{&carray, env, nullptr, static_cast<jarray>(array), &isCopy},
-                        {nullptr, env, nullptr, nullptr, &isCopy});
+    // clang-format off
+    expectChecksInOrder(env, "venReleasePrimitiveArrayCritical", {"array != NULL", "carray != NULL", kModeCondition}, venReleasePrimitiveArrayCritical,
+                        std::tuple{fault.env(), nullptr, static_cast<jarray>(array), static_cast<void*>(&last), 0}, {fault.env(), nullptr, nullptr, nullptr, 3});
+    expectArgumentFailure(env, venReleasePrimitiveArrayCritical(fault.env(), nullptr, array, &last, -1), "venReleasePrimitiveArrayCritical: " + kModeCondition);
+    expectChecksInOrder(env, "venGetPrimitiveArrayCritical", {"result != NULL", "array != NULL"}, venGetPrimitiveArrayCritical,
+                        std::tuple{&carray, env, nullptr, static_cast<jarray>(array), &isCopy}, {nullptr, env, nullptr, nullptr, &isCopy});
+    // clang-format on
+    EXPECT_EQ(1, fault.calls<&Entry::ReleasePrimitiveArrayCritical>());
     EXPECT_EQ(7, isCopy);
 }
 

@@ -14,16 +14,6 @@ namespace
 
 using BridgesTest = JvmTest;
 
-// A vector of strings, with NULL elements for nullptr.
-KsRef<ksVector> vectorOf(const std::vector<const char*>& texts)
-{
-    KsRef<ksVector> vector{ksVectorCreate()};
-    for (const char* text : texts) {
-        ksVectorAppend(vector, (text != nullptr ? ksStr(text) : KsRef<ksString>{}).get());
-    }
-    return vector;
-}
-
 std::vector<jbyte> bytesOf(JNIEnv* env, jbyteArray array)
 {
     std::vector<jbyte> bytes(static_cast<std::size_t>(env->GetArrayLength(array)));
@@ -37,81 +27,68 @@ std::vector<jbyte> bytesOf(const ksBuffer* buffer)
     return {bytes, bytes + ksBufferLength(buffer)};
 }
 
-// Each bridge's own conditions in order, and those of the first call it makes; a refused
-// call leaves its out-parameter as it was.
+KsRef<ksBuffer> bufferOf(const char* bytes, KS_INT length)
+{
+    return KsRef<ksBuffer>{ksBufferCreateFromBytesCopy(bytes, length)};
+}
+
+// Each bridge's own conditions in order, then the first condition of the call it makes;
+// a refused call leaves its out-parameter alone, and a length beyond jsize allocates nothing.
 TEST_F(BridgesTest, OwnArgumentTextsThreeOfWhichDifferFromTheExportedNames)
 {
     jobjectArray strings = env->NewObjectArray(0, findClass(env, "java/lang/String"), nullptr);
     jobjectArray heldStrings = strings;
     jbyteArray bytes = nullptr;
     jdoubleArray doubles = nullptr;
-    KsRef<ksBuffer> buffer{ksBufferCreateFromBytesCopy("old", 3)};
+    KsRef<ksBuffer> buffer = bufferOf("old", 3);
     ksBuffer* heldBuffer = buffer.get();
     KS_INT ints[1] = {};
     double reals[1] = {};
-    jbyteArray array = env->NewByteArray(1);
-    expectRefusals(
-        env, {
-                 {"venNewStringArrayFromKsVector: result != NULL",
-                  [&] { return venNewStringArrayFromKsVector(nullptr, env, nullptr, nullptr); }},
-                 {"venNewStringArrayFromKsVector: vec != NULL",
-                  [&] { return venNewStringArrayFromKsVector(&strings, env, nullptr, nullptr); }},
-                 {"venNewByteArray: result != NULL",
-                  [&] { return venNewByteArrayFromBuffer(nullptr, env, nullptr, nullptr); }},
-                 {"venNewByteArray: buffer != NULL",
-                  [&] { return venNewByteArrayFromBuffer(&bytes, env, nullptr, nullptr); }},
-                 {"venNewDoubleArrayOf: source != NULL",
-                  [&] { return venNewDoubleArrayOf(nullptr, env, nullptr, nullptr, -1); }},
-                 {"venNewDoubleArray: result != NULL",
-                  [&] { return venNewDoubleArrayOf(nullptr, env, nullptr, reals, -1); }},
-                 {"venNewDoubleArray: length >= 0",
-                  [&] { return venNewDoubleArrayOf(&doubles, env, nullptr, reals, -1); }},
-                 {"venGetByteArrayRegionAsBytes: result != ((void *)0)",
-                  [&] { return venGetByteArrayRegionAsBuffer(nullptr, env, nullptr, nullptr, 0, -1); }},
-                 {"venGetByteArrayRegionAsBytes: len >= 0",
-                  [&] { return venGetByteArrayRegionAsBuffer(buffer.out(), env, nullptr, nullptr, 0, -1); }},
-                 {"venGetByteArrayRegion: array != NULL",
-                  [&] { return venGetByteArrayRegionAsBuffer(buffer.out(), env, nullptr, nullptr, 0, 1); }},
-                 {"venArrayToKsBuffer: result != ((void *)0)",
-                  [&] { return venGetPrimitiveArrayAsKsBuffer(nullptr, env, nullptr, nullptr); }},
-                 {"venGetArrayLength: array != NULL",
-                  [&] { return venGetPrimitiveArrayAsKsBuffer(buffer.out(), env, nullptr, nullptr); }},
-                 {"venCopyIntArrayElements: result != NULL",
-                  [&] { return venCopyIntArrayElements(nullptr, env, nullptr, nullptr, -1); }},
-                 {"venCopyIntArrayElements: length >= 0",
-                  [&] { return venCopyIntArrayElements(ints, env, nullptr, nullptr, -1); }},
-                 {"venGetArrayLength: array != NULL",
-                  [&] { return venCopyIntArrayElements(ints, env, nullptr, nullptr, 1); }},
-                 {"venCopyDoubleArrayElements: result != NULL",
-                  [&] { return venCopyDoubleArrayElements(nullptr, env, nullptr, nullptr, -1); }},
-                 {"venCopyDoubleArrayElements: length >= 0",
-                  [&] { return venCopyDoubleArrayElements(reals, env, nullptr, nullptr, -1); }},
-                 {"venGetArrayLength: array != NULL",
-                  [&] { return venCopyDoubleArrayElements(reals, env, nullptr, nullptr, 1); }},
-             });
-    EXPECT_EQ(heldStrings, strings);
-    EXPECT_EQ(heldBuffer, buffer.get());
-    // A length beyond jsize is refused by the region call without allocating a block for it.
+    // clang-format off
+    expectRefusals(env, {
+        VEN_REFUSED("venNewStringArrayFromKsVector: result != NULL", venNewStringArrayFromKsVector(nullptr, env, nullptr, nullptr)),
+        VEN_REFUSED("venNewStringArrayFromKsVector: vec != NULL", venNewStringArrayFromKsVector(&strings, env, nullptr, nullptr)),
+        VEN_REFUSED("venNewByteArray: result != NULL", venNewByteArrayFromBuffer(nullptr, env, nullptr, nullptr)),
+        VEN_REFUSED("venNewByteArray: buffer != NULL", venNewByteArrayFromBuffer(&bytes, env, nullptr, nullptr)),
+        VEN_REFUSED("venNewDoubleArrayOf: source != NULL", venNewDoubleArrayOf(nullptr, env, nullptr, nullptr, -1)),
+        VEN_REFUSED("venNewDoubleArray: result != NULL", venNewDoubleArrayOf(nullptr, env, nullptr, reals, -1)),
+        VEN_REFUSED("venNewDoubleArray: length >= 0", venNewDoubleArrayOf(&doubles, env, nullptr, reals, -1)),
+        VEN_REFUSED("venGetByteArrayRegionAsBytes: result != ((void *)0)", venGetByteArrayRegionAsBuffer(nullptr, env, nullptr, nullptr, 0, -1)),
+        VEN_REFUSED("venGetByteArrayRegionAsBytes: len >= 0", venGetByteArrayRegionAsBuffer(buffer.out(), env, nullptr, nullptr, 0, -1)),
+        VEN_REFUSED("venGetByteArrayRegion: array != NULL", venGetByteArrayRegionAsBuffer(buffer.out(), env, nullptr, nullptr, 0, 1)),
+        VEN_REFUSED("venArrayToKsBuffer: result != ((void *)0)", venGetPrimitiveArrayAsKsBuffer(nullptr, env, nullptr, nullptr)),
+        VEN_REFUSED("venGetArrayLength: array != NULL", venGetPrimitiveArrayAsKsBuffer(buffer.out(), env, nullptr, nullptr)),
+        VEN_REFUSED("venCopyIntArrayElements: result != NULL", venCopyIntArrayElements(nullptr, env, nullptr, nullptr, -1)),
+        VEN_REFUSED("venCopyIntArrayElements: length >= 0", venCopyIntArrayElements(ints, env, nullptr, nullptr, -1)),
+        VEN_REFUSED("venGetArrayLength: array != NULL", venCopyIntArrayElements(ints, env, nullptr, nullptr, 1)),
+        VEN_REFUSED("venCopyDoubleArrayElements: result != NULL", venCopyDoubleArrayElements(nullptr, env, nullptr, nullptr, -1)),
+        VEN_REFUSED("venCopyDoubleArrayElements: length >= 0", venCopyDoubleArrayElements(reals, env, nullptr, nullptr, -1)),
+        VEN_REFUSED("venGetArrayLength: array != NULL", venCopyDoubleArrayElements(reals, env, nullptr, nullptr, 1))});
     const KS_INT allocations = ksMemAllocCount();
-    expectArgumentFailure(env,
-                          venGetByteArrayRegionAsBuffer(buffer.out(), env, nullptr, array, 0, 2147483648LL),
+    expectArgumentFailure(env, venGetByteArrayRegionAsBuffer(buffer.out(), env, nullptr, env->NewByteArray(1), 0, 2147483648LL),
                           "venGetByteArrayRegion: VEN_KS_INT_TO_JSIZE_CONV_OK( len )");
+    // clang-format on
     EXPECT_EQ(allocations, ksMemAllocCount());
+    EXPECT_EQ(heldStrings, strings);
     EXPECT_EQ(heldBuffer, buffer.get());
 }
 
+// Elements that are not strings become null elements; an empty vector an empty array.
 TEST_F(BridgesTest, VectorOfStringsBecomesStringArrayWithNullsForNonStrings)
 {
-    KsRef<ksVector> vector = vectorOf({"zero", nullptr, "tw\xC3\xB6 \xF0\x9F\x98\x80"});
-    ksVectorAppend(vector, KsRef<ksBuffer>{ksBufferCreateFromBytesCopy("x", 1)}.get());
+    KsRef<ksVector> vector{ksVectorCreate()};
+    ksVectorAppend(vector, ksStr("zero").get());
+    ksVectorAppend(vector, nullptr);
+    ksVectorAppend(vector, ksStr("tw\xC3\xB6 \xF0\x9F\x98\x80").get());
+    ksVectorAppend(vector, bufferOf("x", 1).get());
     jobjectArray array = nullptr;
     ASSERT_EQ(KS_TRUE, venNewStringArrayFromKsVector(&array, env, nullptr, vector));
     ASSERT_EQ(4, env->GetArrayLength(array));
     EXPECT_TRUE(env->IsInstanceOf(array, findClass(env, "[Ljava/lang/String;")));
     EXPECT_EQ("zero", utf8(env, static_cast<jstring>(env->GetObjectArrayElement(array, 0))));
-    EXPECT_EQ(nullptr, env->GetObjectArrayElement(array, 1));
     EXPECT_EQ(u"tw\u00F6 \U0001F600", units(env, static_cast<jstring>(env->GetObjectArrayElement(array, 2))));
-    EXPECT_EQ(nullptr, env->GetObjectArrayElement(array, 3));
+    EXPECT_TRUE(env->GetObjectArrayElement(array, 1) == nullptr &&
+                env->GetObjectArrayElement(array, 3) == nullptr);
     ASSERT_EQ(KS_TRUE,
               venNewStringArrayFromKsVector(&array, env, nullptr, KsRef<ksVector>{ksVectorCreate()}));
     EXPECT_EQ(0, env->GetArrayLength(array));
@@ -144,8 +121,7 @@ TEST_F(BridgesTest, TenThousandStringsTakeThreeLocalReferencesAtMostAndLeaveOnly
     EXPECT_EQ(10000, fault.calls<&Entry::NewString>());
     ASSERT_EQ(10000, env->GetArrayLength(array));
     for (jsize i : {0, 4711, 9999}) {
-        EXPECT_EQ(texts[static_cast<std::size_t>(i)],
-                  utf8(env, static_cast<jstring>(env->GetObjectArrayElement(array, i))));
+        EXPECT_EQ(texts[i], utf8(env, static_cast<jstring>(env->GetObjectArrayElement(array, i))));
     }
 }
 
@@ -154,7 +130,10 @@ TEST_F(BridgesTest, TenThousandStringsTakeThreeLocalReferencesAtMostAndLeaveOnly
 // the one the variable held on entry included.
 TEST_F(BridgesTest, VectorFailuresLeaveNullAndNoLocalReference)
 {
-    KsRef<ksVector> vector = vectorOf({"one", "two", "three", "four"});
+    KsRef<ksVector> vector{ksVectorCreate()};
+    for (const char* text : {"one", "two", "three", "four"}) {
+        ksVectorAppend(vector, ksStr(text).get());
+    }
     for (bool classFails : {false, true}) {
         FaultEnv fault(env);
         LeakCheck leaks(fault);
@@ -165,31 +144,29 @@ TEST_F(BridgesTest, VectorFailuresLeaveNullAndNoLocalReference)
             fault.raiseOutOfMemory<&Entry::NewString>(FaultEnv::Calls::nth(3));
         }
         Trace trace;
-        auto array = static_cast<jobjectArray>(
-            fault.env()->NewObjectArray(1, findClass(env, "java/lang/Object"), nullptr));
+        jclass objectClass = findClass(env, "java/lang/Object");
+        auto array = static_cast<jobjectArray>(fault.env()->NewObjectArray(1, objectClass, nullptr));
         EXPECT_EQ(KS_FALSE, venNewStringArrayFromKsVector(&array, fault.env(), trace.get(), vector));
         EXPECT_EQ(nullptr, array);
         EXPECT_EQ(0, leaks.live());
         EXPECT_EQ(classFails ? 0 : 3, fault.calls<&Entry::NewString>());
         ExpectPendingClass(env, classFails ? "java.lang.NoClassDefFoundError" : "java.lang.OutOfMemoryError");
-        EXPECT_EQ(
-            std::vector<std::string>{
-                classFails ? "[venFindClass()] Exception: java.lang.NoClassDefFoundError: java/lang/String"
-                           : "[venNewString()] Exception: java.lang.OutOfMemoryError: injected by FaultEnv"},
-            trace.lines());
+        ASSERT_EQ(1u, trace.lines().size());
+        EXPECT_EQ(classFails ? "[venFindClass()] Exception: java.lang.NoClassDefFoundError: java/lang/String"
+                             : "[venNewString()] Exception: java.lang.OutOfMemoryError: injected by FaultEnv",
+                  trace.lines()[0]);
     }
 }
 
+// Buffers and plain doubles to new arrays, the empty buffer included; a failed copy or pin
+// keeps the new array, still all zeros, in the variable.
 TEST_F(BridgesTest, BufferAndDoublesBecomeArrays)
 {
     FaultEnv fault(env);
     jbyteArray bytes = nullptr;
-    ASSERT_EQ(KS_TRUE,
-              venNewByteArrayFromBuffer(&bytes, fault.env(), nullptr,
-                                        KsRef<ksBuffer>{ksBufferCreateFromBytesCopy("\x01\xFF\x7F", 3)}));
+    ASSERT_EQ(KS_TRUE, venNewByteArrayFromBuffer(&bytes, fault.env(), nullptr, bufferOf("\x01\xFF\x7F", 3)));
     EXPECT_EQ((std::vector<jbyte>{1, -1, 127}), bytesOf(env, bytes));
-    ASSERT_EQ(KS_TRUE, venNewByteArrayFromBuffer(&bytes, fault.env(), nullptr,
-                                                 KsRef<ksBuffer>{ksBufferCreateFromBytesCopy("", 0)}));
+    ASSERT_EQ(KS_TRUE, venNewByteArrayFromBuffer(&bytes, fault.env(), nullptr, bufferOf("", 0)));
     EXPECT_EQ(0, env->GetArrayLength(bytes));
     const double values[] = {0.1, -0.0, std::numeric_limits<double>::quiet_NaN(), -1e308};
     jdoubleArray doubles = nullptr;
@@ -200,32 +177,29 @@ TEST_F(BridgesTest, BufferAndDoublesBecomeArrays)
     ASSERT_EQ(KS_TRUE, venNewDoubleArrayOf(&doubles, fault.env(), nullptr, values, 0));
     EXPECT_EQ(0, env->GetArrayLength(doubles));
     EXPECT_EQ(2, fault.ledger().live());
-
-    // A failed copy keeps the new array, still all zeros, in the variable.
     fault.raiseOutOfMemory<&Entry::SetByteArrayRegion>();
-    EXPECT_EQ(KS_FALSE, venNewByteArrayFromBuffer(&bytes, fault.env(), nullptr,
-                                                  KsRef<ksBuffer>{ksBufferCreateFromBytesCopy("abc", 3)}));
+    fault.raiseOutOfMemory<&Entry::GetDoubleArrayElements>();
+    EXPECT_EQ(KS_FALSE, venNewByteArrayFromBuffer(&bytes, fault.env(), nullptr, bufferOf("abc", 3)));
     ExpectPendingClass(env, "java.lang.OutOfMemoryError");
     EXPECT_EQ((std::vector<jbyte>{0, 0, 0}), bytesOf(env, bytes));
-    fault.raiseOutOfMemory<&Entry::GetDoubleArrayElements>();
     EXPECT_EQ(KS_FALSE, venNewDoubleArrayOf(&doubles, fault.env(), nullptr, values, 2));
     ExpectPendingClass(env, "java.lang.OutOfMemoryError");
     env->GetDoubleArrayRegion(doubles, 0, 2, copied);
-    EXPECT_TRUE(copied[0] == 0.0 && copied[1] == 0.0);
+    EXPECT_TRUE(copied[0] == 0.0 && copied[1] == 0.0 && env->GetArrayLength(doubles) == 2);
 }
 
-// The buffer held before is released after the new one is stored (the frame counts ks objects).
+// A region or a whole array to a buffer that replaces (and releases: the frame counts ks
+// objects) the one held; ksMemAlloc(0) for an empty region; no JNI call while pinned.
 TEST_F(BridgesTest, ArraysBecomeBuffersReplacingTheOneHeld)
 {
     jbyteArray array = env->NewByteArray(5);
     const jbyte values[] = {10, -20, 30, -40, 5};
     env->SetByteArrayRegion(array, 0, 5, values);
-    KsRef<ksBuffer> buffer{ksBufferCreateFromBytesCopy("old", 3)};
+    KsRef<ksBuffer> buffer = bufferOf("old", 3);
     ASSERT_EQ(KS_TRUE, venGetByteArrayRegionAsBuffer(buffer.out(), env, nullptr, array, 1, 2));
     EXPECT_EQ((std::vector<jbyte>{-20, 30}), bytesOf(buffer));
     ASSERT_EQ(KS_TRUE, venGetByteArrayRegionAsBuffer(buffer.out(), env, nullptr, array, 5, 0));
     EXPECT_EQ(0, ksBufferLength(buffer));
-    // Beyond the end: the block is freed and the variable keeps its buffer.
     Trace trace;
     ksBuffer* kept = buffer.get();
     EXPECT_EQ(KS_FALSE, venGetByteArrayRegionAsBuffer(buffer.out(), env, trace.get(), array, 4, 2));
@@ -241,7 +215,6 @@ TEST_F(BridgesTest, ArraysBecomeBuffersReplacingTheOneHeld)
     EXPECT_EQ((std::vector<jbyte>{10, -20, 30, -40, 5}), bytesOf(env, array));
     EXPECT_EQ(1, ksObjRefCount(buffer.get()));
     EXPECT_EQ(0, fault.ledger().live());
-    // Between pinning and release the library itself makes no JNI call.
     const std::vector<std::string>& trail = fault.trail();
     auto pinned = std::find(trail.begin(), trail.end(), "GetPrimitiveArrayCritical");
     auto released = std::find(trail.begin(), trail.end(), "ReleasePrimitiveArrayCritical");
@@ -263,51 +236,48 @@ TEST_F(BridgesTest, ArraysBecomeBuffersReplacingTheOneHeld)
     EXPECT_EQ(kept, buffer.get());
 }
 
-// venCopyIntArrayElements and venCopyDoubleArrayElements, driven alike: the smaller of both
-// lengths is written, widened, and the elements are given back without copying back.
+// The copies write the smaller of both lengths, widened, and give the elements back
+// without copying back; a failed pin writes nothing.
 template <typename Target, typename Array, auto Pin, auto Release>
 void checkCopy(JNIEnv* env, KS_BOOL (*copy)(Target*, JNIEnv*, lgStream*, Array, KS_INT), Array array,
                const std::array<Target, 4>& expected)
 {
-    constexpr Target kUnwritten = 99;
     for (KS_INT length : {10, 4, 2, 0}) {
         FaultEnv fault(env);
         jint releaseMode = -1;
         fault.override<Release>([&](JNIEnv* real, Array a, auto* elements, jint mode) {
-            releaseMode = mode;
-            (real->functions->*Release)(real, a, elements, mode);
+            (real->functions->*Release)(real, a, elements, releaseMode = mode);
         });
         std::array<Target, 12> result;
-        result.fill(kUnwritten);
+        result.fill(99);
         ASSERT_EQ(KS_TRUE, copy(result.data(), fault.env(), nullptr, array, length));
         for (std::size_t i = 0; i < result.size(); ++i) {
-            EXPECT_TRUE(same(i < std::min<std::size_t>(length, 4) ? expected[i] : kUnwritten, result[i]))
+            EXPECT_TRUE(same(i < std::min<std::size_t>(length, 4) ? expected[i] : 99, result[i]))
                 << length << " " << i;
         }
         EXPECT_EQ(1, fault.calls<Pin>());
         EXPECT_EQ(JNI_ABORT, releaseMode);
         EXPECT_EQ(0, fault.ledger().live());
+        fault.raiseOutOfMemory<Pin>();
+        EXPECT_EQ(KS_FALSE, copy(result.data(), fault.env(), nullptr, array, 1));
+        ExpectPendingClass(env, "java.lang.OutOfMemoryError");
+        EXPECT_TRUE(same(length > 0 ? expected[0] : 99, result[0]));
     }
-    Target result[1] = {kUnwritten};
-    FaultEnv fault(env);
-    fault.raiseOutOfMemory<Pin>();
-    EXPECT_EQ(KS_FALSE, copy(result, fault.env(), nullptr, array, 1));
-    ExpectPendingClass(env, "java.lang.OutOfMemoryError");
-    EXPECT_TRUE(same(kUnwritten, result[0]));
 }
 
 TEST_F(BridgesTest, CopiesFillTheSmallerOfBothLengthsWidened)
 {
-    jintArray ints = env->NewIntArray(4);
+    const std::array<KS_INT, 4> ints{-1, INT32_MIN, INT32_MAX, 7};
+    const std::array<double, 4> doubles{-0.0, 0.1, std::numeric_limits<double>::infinity(), -2.5};
+    jintArray intArray = env->NewIntArray(4);
+    jdoubleArray doubleArray = env->NewDoubleArray(4);
     const jint intValues[] = {-1, INT32_MIN, INT32_MAX, 7};
-    env->SetIntArrayRegion(ints, 0, 4, intValues);
+    env->SetIntArrayRegion(intArray, 0, 4, intValues);
+    env->SetDoubleArrayRegion(doubleArray, 0, 4, doubles.data());
     checkCopy<KS_INT, jintArray, &Entry::GetIntArrayElements, &Entry::ReleaseIntArrayElements>(
-        env, venCopyIntArrayElements, ints, {-1, INT32_MIN, INT32_MAX, 7});
-    jdoubleArray doubles = env->NewDoubleArray(4);
-    const jdouble doubleValues[] = {-0.0, 0.1, std::numeric_limits<double>::infinity(), -2.5};
-    env->SetDoubleArrayRegion(doubles, 0, 4, doubleValues);
+        env, venCopyIntArrayElements, intArray, ints);
     checkCopy<double, jdoubleArray, &Entry::GetDoubleArrayElements, &Entry::ReleaseDoubleArrayElements>(
-        env, venCopyDoubleArrayElements, doubles, {-0.0, 0.1, std::numeric_limits<double>::infinity(), -2.5});
+        env, venCopyDoubleArrayElements, doubleArray, doubles);
 }
 
 } // namespace

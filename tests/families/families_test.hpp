@@ -49,8 +49,13 @@ inline void expectArgumentFailure(JNIEnv* env, KS_BOOL ok, const std::string& me
     ExpectPending(env, "java.lang.IllegalArgumentException", message.c_str(), where);
 }
 
-// Each call is refused as an argument failure with its "<function>: <condition>" text.
+// A table of calls that are refused, each with its "<function>: <condition>" text.
 using Refusal = std::pair<std::string, std::function<KS_BOOL()>>;
+#define VEN_REFUSED(text, call)                                                                              \
+    Refusal                                                                                                  \
+    {                                                                                                        \
+        text, [&] { return call; }                                                                           \
+    }
 inline void expectRefusals(JNIEnv* env, const std::vector<Refusal>& rows,
                            std::source_location where = std::source_location::current())
 {
@@ -82,19 +87,6 @@ void expectChecksInOrder(JNIEnv* env, const std::string& name, const std::vector
     }
 }
 
-// A local frame for one pass of a table loop: failures leave throwables behind.
-class LoopFrame
-{
-  public:
-    explicit LoopFrame(JNIEnv* env) : env_(env) { env_->PushLocalFrame(256); }
-    ~LoopFrame() { env_->PopLocalFrame(nullptr); }
-    LoopFrame(const LoopFrame&) = delete;
-    LoopFrame& operator=(const LoopFrame&) = delete;
-
-  private:
-    JNIEnv* env_;
-};
-
 // The local references live in `fault` besides the throwables taken with ExceptionOccurred,
 // whose deletion after a failure is left open.
 class LeakCheck
@@ -111,9 +103,9 @@ class LeakCheck
     {
         std::sort(throwables_.begin(), throwables_.end());
         throwables_.erase(std::unique(throwables_.begin(), throwables_.end()), throwables_.end());
+        auto isLive = [this](jthrowable t) { return fault_.ledger().isLive(t); };
         return fault_.ledger().live() -
-               static_cast<int>(std::count_if(throwables_.begin(), throwables_.end(),
-                                              [this](jthrowable t) { return fault_.ledger().isLive(t); }));
+               static_cast<int>(std::count_if(throwables_.begin(), throwables_.end(), isLive));
     }
 
   private:

@@ -1,5 +1,6 @@
 // Field access through the integration layer: every reader and writer driven through one
-// table row per value type, at the edges of each conversion and range test.
+// table row per value type, at the edges of each conversion and range test; the string
+// forms and the lookups of fields and methods.
 #include <cctype>
 #include <cfloat>
 #include <cstdint>
@@ -31,8 +32,7 @@ constexpr double kInf = std::numeric_limits<double>::infinity();
 #Type, sig, venGet##Type##Field, venGetStatic##Type##Field, venSet##Type##Field, venSetStatic##Type##Field
 
 // A boolean is true only for KS_TRUE; a double is rounded to float on the way in and widened
-// exactly on the way out; chars, shorts and ints are refused beyond their range, which the
-// first refused value of a row also shows to be tested after the other arguments.
+// exactly on the way out; chars, shorts and ints are refused beyond their range.
 // clang-format off
 const FieldFamily<KS_BOOL> kBooleans{VEN_FIELD_ROW(Boolean, "Z"),
     {{KS_TRUE, KS_TRUE}, {KS_FALSE, KS_FALSE}, {2, KS_FALSE}, {-1, KS_FALSE}}};
@@ -65,55 +65,56 @@ class FieldsTest : public JvmTest
         JvmTest::TearDown();
     }
 
-    // Every reader and writer of one value type, instance and static alike.
+    // Every reader and writer of one value type, instance and static alike: the values,
+    // the refused ones leaving the field alone, the arguments in order (the range test
+    // last) leaving result alone, and an object read twice into one variable.
     template <typename Ven> void checkFamily(const FieldFamily<Ven>& family)
     {
-        SCOPED_TRACE(family.type);
-        for (bool isStatic : {false, true}) {
-            LoopFrame frame(env);
-            const std::string kind = isStatic ? "Static" : "";
-            std::string lower = family.type;
-            lower[0] = static_cast<char>(std::tolower(lower[0]));
-            const std::string fieldName = (isStatic ? "static" + family.type : lower) + "Field";
+        auto check = [&](const std::string& kind, auto target, auto get, auto set, const std::string& field) {
+            SCOPED_TRACE(field);
+            TestFrame frame(env, 256);
             jfieldID id = nullptr;
-            ASSERT_EQ(KS_TRUE, (isStatic ? venGetStaticFieldID : venGetFieldID)(
-                                   &id, env, nullptr, clazz, fieldName.c_str(), family.sig));
-            jobject target = isStatic ? clazz : obj;
-            auto get = [&](Ven* result, jobject t, jfieldID i) {
-                return isStatic ? family.getStatic(result, env, nullptr, static_cast<jclass>(t), i)
-                                : family.get(result, env, nullptr, t, i);
-            };
-            auto set = [&](jobject t, jfieldID i, Ven value) {
-                return isStatic ? family.setStatic(env, nullptr, static_cast<jclass>(t), i, value)
-                                : family.set(env, nullptr, t, i, value);
-            };
+            ASSERT_EQ(KS_TRUE, (kind.empty() ? venGetFieldID : venGetStaticFieldID)(
+                                   &id, env, nullptr, clazz, field.c_str(), family.sig));
             auto read = [&] {
                 Ven value{};
-                EXPECT_EQ(KS_TRUE, get(&value, target, id));
+                EXPECT_EQ(KS_TRUE, get(&value, env, nullptr, target, id));
                 return value;
             };
             const std::string setter = "venSet" + kind + family.type + "Field";
             for (const auto& [written, expected] : family.writes) {
-                EXPECT_EQ(KS_TRUE, set(target, id, written));
+                EXPECT_EQ(KS_TRUE, set(env, nullptr, target, id, written));
                 EXPECT_TRUE(same(expected, read())) << written;
             }
             for (Ven value : family.refused) {
-                expectArgumentFailure(env, set(target, id, value), setter + ": " + family.rangeCondition);
+                expectArgumentFailure(env, set(env, nullptr, target, id, value),
+                                      setter + ": " + family.rangeCondition);
                 EXPECT_TRUE(same(family.writes.back().second, read())) << value;
             }
-            // Arguments in order, the range test last; a refused call leaves result alone.
-            const std::string targetCheck = isStatic ? "clazz != NULL" : "obj != NULL";
-            Ven untouched = family.writes.front().second;
-            expectChecksInOrder(env, "venGet" + kind + family.type + "Field",
-                                {"result != NULL", targetCheck, "fieldID != NULL"}, get,
-                                std::tuple{&untouched, target, id}, {nullptr, nullptr, nullptr});
-            EXPECT_TRUE(same(family.writes.front().second, untouched));
+            const std::string targetCheck = kind.empty() ? "obj != NULL" : "clazz != NULL";
+            Ven untouched = family.writes[0].second;
             std::vector<std::string> setChecks{targetCheck, "fieldID != NULL",
                                                family.rangeCondition ? family.rangeCondition : ""};
             setChecks.resize(family.refused.empty() ? 2 : 3);
-            expectChecksInOrder(env, setter, setChecks, set, std::tuple{target, id, untouched},
-                                {nullptr, nullptr, family.refused.empty() ? untouched : family.refused[0]});
-        }
+            // clang-format off
+            expectChecksInOrder(env, "venGet" + kind + family.type + "Field", {"result != NULL", targetCheck, "fieldID != NULL"},
+                                get, std::tuple{&untouched, env, nullptr, target, id}, {nullptr, env, nullptr, nullptr, nullptr});
+            expectChecksInOrder(env, setter, setChecks, set, std::tuple{env, nullptr, target, id, untouched},
+                                {env, nullptr, nullptr, nullptr, family.refused.empty() ? untouched : family.refused[0]});
+            // clang-format on
+            EXPECT_TRUE(same(family.writes[0].second, untouched));
+            if constexpr (std::is_same_v<Ven, jobject>) {
+                FaultEnv fault(env);
+                jobject value = nullptr;
+                ASSERT_EQ(KS_TRUE, get(&value, fault.env(), nullptr, target, id));
+                ASSERT_EQ(KS_TRUE, get(&value, fault.env(), nullptr, target, id));
+                EXPECT_EQ(1, fault.ledger().live());
+            }
+        };
+        std::string lower = family.type;
+        lower[0] = static_cast<char>(std::tolower(lower[0]));
+        check("", obj, family.get, family.set, lower + "Field");
+        check("Static", clazz, family.getStatic, family.setStatic, "static" + family.type + "Field");
     }
 
     jclass clazz = nullptr;
@@ -132,7 +133,7 @@ TEST_F(FieldsTest, EveryTypeConvertsAtItsEdgesAndTestsItsArguments)
     checkFamily(kDoubles);
     jstring text = jstr(env, "text");
     checkFamily(FieldFamily<jobject>{VEN_FIELD_ROW(Object, "Ljava/lang/Object;"),
-                                     {{text, text}, {nullptr, nullptr}}});
+                                     {{nullptr, nullptr}, {text, text}}});
 }
 
 // Only JNI_TRUE reads as true: a stored byte of 2 reads as false.
@@ -141,94 +142,77 @@ TEST_F(FieldsTest, OnlyJniTrueReadsAsTrue)
     FaultEnv fault(env);
     jfieldID field = env->GetFieldID(clazz, "booleanField", "Z");
     jfieldID staticField = env->GetStaticFieldID(clazz, "staticBooleanField", "Z");
-    for (jboolean stored : {jboolean{0}, jboolean{1}, jboolean{2}}) {
+    for (jboolean stored : {jboolean{1}, jboolean{2}}) {
         fault.returnValue<&Entry::GetBooleanField>(stored);
         fault.returnValue<&Entry::GetStaticBooleanField>(stored);
-        KS_BOOL value = 7;
-        KS_BOOL staticValue = 7;
+        KS_BOOL value = 7, staticValue = 7;
         EXPECT_EQ(KS_TRUE, venGetBooleanField(&value, fault.env(), nullptr, obj, field));
         EXPECT_EQ(KS_TRUE, venGetStaticBooleanField(&staticValue, fault.env(), nullptr, clazz, staticField));
-        EXPECT_EQ(stored == JNI_TRUE ? KS_TRUE : KS_FALSE, value) << int{stored};
+        EXPECT_EQ(stored == JNI_TRUE ? KS_TRUE : KS_FALSE, value);
         EXPECT_EQ(value, staticValue);
     }
 }
 
-TEST_F(FieldsTest, ObjectReaderReplacesTheReferenceItHeld)
+// The string forms convert both ways, null as NULL; they report through the object
+// accessors, and the Java string exists (and is let go) before obj is tested.
+TEST_F(FieldsTest, StringFieldsConvertThroughTheObjectAccessors)
 {
     FaultEnv fault(env);
-    jfieldID field = env->GetFieldID(clazz, "objectField", "Ljava/lang/Object;");
-    jobject value = nullptr;
-    ASSERT_EQ(KS_TRUE, venGetObjectField(&value, fault.env(), nullptr, obj, field));
-    jobject first = value;
-    ASSERT_EQ(KS_TRUE, venGetObjectField(&value, fault.env(), nullptr, obj, field));
-    EXPECT_FALSE(fault.ledger().isLive(first));
-    EXPECT_TRUE(fault.ledger().isLive(value));
-    EXPECT_EQ(1, fault.ledger().deleted());
-    EXPECT_EQ(1, fault.ledger().live());
-    EXPECT_EQ("object", utf8(env, static_cast<jstring>(value)));
+    LeakCheck leaks(fault);
+    jfieldID field = env->GetFieldID(clazz, "stringField", "Ljava/lang/String;");
+    jfieldID staticField = env->GetStaticFieldID(clazz, "staticStringField", "Ljava/lang/String;");
+    KsRef<ksString> text = ksStr("h\xC3\xA9llo \xF0\x9F\x98\x80");
+    ASSERT_EQ(KS_TRUE, venSetStaticStringField(env, nullptr, clazz, staticField, text));
+    EXPECT_EQ(u"h\u00E9llo \U0001F600",
+              units(env, static_cast<jstring>(env->GetStaticObjectField(clazz, staticField))));
+    ASSERT_EQ(KS_TRUE, venGetStringField(text.out(), env, nullptr, obj, field));
+    EXPECT_EQ("string", utf8(text));
+    ASSERT_EQ(KS_TRUE, venGetStaticStringField(text.out(), env, nullptr, clazz, staticField));
+    EXPECT_EQ("h\xC3\xA9llo \xF0\x9F\x98\x80", utf8(text));
+    // clang-format off
+    expectRefusals(env, {
+        VEN_REFUSED("venStringToKsString: result != ((void *)0)", venGetStringField(nullptr, env, nullptr, obj, field)),
+        VEN_REFUSED("venSetObjectField: obj != NULL", venSetStringField(fault.env(), nullptr, nullptr, field, text)),
+        VEN_REFUSED("venSetStaticObjectField: fieldID != NULL", venSetStaticStringField(fault.env(), nullptr, clazz, nullptr, text)),
+        VEN_REFUSED("venGetObjectField: obj != NULL", venGetStringField(text.out(), env, nullptr, nullptr, field)),
+        VEN_REFUSED("venGetStaticObjectField: fieldID != NULL", venGetStaticStringField(text.out(), env, nullptr, clazz, nullptr))});
+    // clang-format on
+    EXPECT_EQ(2, fault.calls<&Entry::NewString>());
+    EXPECT_EQ(0, leaks.live());
+    ASSERT_EQ(KS_TRUE, venSetStringField(env, nullptr, obj, field, nullptr));
+    EXPECT_EQ(nullptr, env->GetObjectField(obj, field));
+    ASSERT_EQ(KS_TRUE,
+              venGetStringField(text.out(), env, nullptr, obj, field)); // the frame counts the released one
+    EXPECT_EQ(nullptr, text.get());
 }
 
-TEST_F(FieldsTest, LookupsStoreNullOnFailureAndTestTheirArgumentsInOrder)
+// Field and method lookups store the ID, or NULL with the error traced, and test their
+// arguments in order.
+TEST_F(FieldsTest, LookupsStoreTheIdOrNullAndTestTheirArgumentsInOrder)
 {
-    using LookUp = KS_BOOL (*)(jfieldID*, JNIEnv*, lgStream*, jclass, const char*, const char*);
-    for (auto [name, lookUp, otherKind] :
-         {std::tuple<std::string, LookUp, const char*>{"venGetFieldID", venGetFieldID, "staticIntField"},
-          {"venGetStaticFieldID", venGetStaticFieldID, "intField"}}) {
+    auto check = [&](const std::string& name, auto lookUp, auto id, jclass in, const char* existing,
+                     const char* otherKind, const char* sig, const std::string& error) {
         Trace trace;
-        jfieldID field = reinterpret_cast<jfieldID>(&trace);
-        EXPECT_EQ(KS_FALSE, lookUp(&field, env, trace.get(), clazz, otherKind, "I"));
-        EXPECT_EQ(nullptr, field);
-        ExpectPendingClass(env, "java.lang.NoSuchFieldError");
+        ASSERT_EQ(KS_TRUE, lookUp(&id, env, trace.get(), in, existing, sig));
+        EXPECT_NE(nullptr, id);
+        EXPECT_EQ(KS_FALSE, lookUp(&id, env, trace.get(), in, otherKind, sig));
+        EXPECT_EQ(nullptr, id);
+        ExpectPendingClass(env, error.c_str());
         ASSERT_EQ(1u, trace.lines().size());
-        EXPECT_EQ(0u, trace.lines()[0].find("[" + name + "()] Exception: java.lang.NoSuchFieldError: "));
+        EXPECT_EQ(0u, trace.lines()[0].find("[" + name + "()] Exception: " + error + ": "));
         EXPECT_NE(std::string::npos, trace.lines()[0].find(otherKind));
         EXPECT_TRUE(trace.notable());
         expectChecksInOrder(env, name, {"result != NULL", "clazz != NULL", "name != NULL", "sig != NULL"},
-                            lookUp, std::tuple{&field, env, nullptr, clazz, otherKind, "I"},
+                            lookUp, std::tuple{&id, env, nullptr, in, existing, sig},
                             {nullptr, env, nullptr, nullptr, nullptr, nullptr});
-    }
-}
-
-TEST_F(FieldsTest, StringFieldsConvertBothWaysThroughTheObjectAccessors)
-{
-    FaultEnv fault(env);
-    jstring made = nullptr;
-    fault.override<&Entry::NewString>([&](JNIEnv* real, const jchar* chars, jsize length) {
-        return made = real->NewString(chars, length);
-    });
-    jfieldID field = env->GetFieldID(clazz, "stringField", "Ljava/lang/String;");
-    jfieldID staticField = env->GetStaticFieldID(clazz, "staticStringField", "Ljava/lang/String;");
-    KsRef<ksString> text;
-    ASSERT_EQ(KS_TRUE, venGetStringField(text.out(), env, nullptr, obj, field));
-    EXPECT_EQ("string", utf8(text));
-    expectArgumentFailure(env, venGetStringField(nullptr, env, nullptr, obj, field),
-                          "venStringToKsString: result != ((void *)0)");
-    KsRef<ksString> written = ksStr("h\xC3\xA9llo \xF0\x9F\x98\x80");
-    ASSERT_EQ(KS_TRUE, venSetStringField(env, nullptr, obj, field, written));
-    ASSERT_EQ(KS_TRUE, venSetStaticStringField(env, nullptr, clazz, staticField, written));
-    EXPECT_EQ(u"h\u00E9llo \U0001F600", units(env, static_cast<jstring>(env->GetObjectField(obj, field))));
-    ASSERT_EQ(KS_TRUE, venGetStaticStringField(text.out(), env, nullptr, clazz, staticField));
-    EXPECT_EQ(utf8(written), utf8(text));
-    // A null field reads as NULL and releases what the variable held (the frame counts ks objects).
-    ASSERT_EQ(KS_TRUE, venSetStringField(env, nullptr, obj, field, nullptr));
-    EXPECT_EQ(nullptr, env->GetObjectField(obj, field));
-    ASSERT_EQ(KS_TRUE, venGetStringField(text.out(), env, nullptr, obj, field));
-    EXPECT_EQ(nullptr, text.get());
-
-    // The Java string is made before the object writer refuses its target, and let go again.
-    text = ksStr("made first");
-    expectArgumentFailure(env, venSetStringField(fault.env(), nullptr, nullptr, field, text),
-                          "venSetObjectField: obj != NULL");
-    EXPECT_FALSE(made == nullptr || fault.ledger().isLive(made));
-    expectArgumentFailure(env, venSetStaticStringField(fault.env(), nullptr, clazz, nullptr, text),
-                          "venSetStaticObjectField: fieldID != NULL");
-    EXPECT_EQ(2, fault.calls<&Entry::NewString>());
-    EXPECT_FALSE(fault.ledger().isLive(made));
-    expectArgumentFailure(env, venGetStringField(text.out(), env, nullptr, nullptr, field),
-                          "venGetObjectField: obj != NULL");
-    expectArgumentFailure(env, venGetStaticStringField(text.out(), env, nullptr, clazz, nullptr),
-                          "venGetStaticObjectField: fieldID != NULL");
-    EXPECT_EQ("made first", utf8(text));
+    };
+    jclass methods = findClass(env, "fixtures/Methods");
+    // clang-format off
+    check("venGetFieldID", venGetFieldID, jfieldID{}, clazz, "intField", "staticIntField", "I", "java.lang.NoSuchFieldError");
+    check("venGetStaticFieldID", venGetStaticFieldID, jfieldID{}, clazz, "staticIntField", "intField", "I", "java.lang.NoSuchFieldError");
+    check("venGetMethodID", venGetMethodID, jmethodID{}, methods, "intEcho", "staticIntEcho", "(I)I", "java.lang.NoSuchMethodError");
+    check("venGetStaticMethodID", venGetStaticMethodID, jmethodID{}, methods, "staticIntEcho", "intEcho", "(I)I", "java.lang.NoSuchMethodError");
+    // clang-format on
 }
 
 } // namespace
