@@ -176,114 +176,94 @@ TEST_F(MethodsTest, EveryResultTypeConvertsAtItsEdgesFailsToZeroAndTestsItsArgum
     checkFamily(kDoubles);
 }
 
-// Object results, variadic and va_list forms alike: storing a new reference, a null or a
-// failure's NULL deletes the one the variable held, and nothing else stays live.
-TEST_F(MethodsTest, ObjectResultsReplaceTheReferenceTheVariableHeld)
+// Per kind: object results in both forms store the new reference (or NULL, also after a
+// failure) and delete the one held, leaving nothing else live; void calls run the method of
+// their kind (a child's override virtually, the parent's non-virtually); the string forms
+// report through the va_list object call and test result only after the method ran, a null
+// return delivering NULL and releasing the string held (the frame counts ks objects).
+TEST_F(MethodsTest, ObjectVoidAndStringFormsOfEachKind)
 {
-    jstring text = jstr(env, "echoed");
+    jstring text = jstr(env, "h\xC3\xA9llo \xF0\x9F\x98\x80");
+    jclass childClass = env->GetObjectClass(child);
+    const char* counters[] = {"childVoidCalls", "voidCalls", "staticVoidCalls"};
     for (const auto& [kind, prefix, checks] : kKinds) {
+        SCOPED_TRACE(prefix);
+        TestFrame frame(env, 256);
         auto [obj, clazz, id] = target(kind, "objectEcho", "(Ljava/lang/Object;)Ljava/lang/Object;");
         for (bool vForm : {false, true}) {
             const std::string name = prefix + "ObjectMethod" + (vForm ? "V" : "");
-            SCOPED_TRACE(name);
             FaultEnv fault(env);
             LeakCheck leaks(fault);
             auto call = [&](std::tuple<jobject*, JNIEnv*, lgStream*> lead, jobject o, jclass c, jmethodID i,
-                            jobject argument) {
-                return vForm ? callObjectV(kind, lead, o, c, i, argument)
-                             : callKind(kind, VEN_CALLS(Object), lead, o, c, i, argument);
+                            jobject a) {
+                return vForm ? callObjectV(kind, lead, o, c, i, a)
+                             : callKind(kind, VEN_CALLS(Object), lead, o, c, i, a);
             };
             jobject result = nullptr;
-            auto echo = [&](jobject argument) {
-                return call({&result, fault.env(), nullptr}, obj, clazz, id, argument);
-            };
-            ASSERT_EQ(KS_TRUE, echo(text));
-            ASSERT_EQ(KS_TRUE, echo(text));
-            EXPECT_TRUE(same<jobject>(text, result));
-            EXPECT_EQ(1, fault.ledger().live());
-            ASSERT_EQ(KS_TRUE, echo(nullptr));
-            EXPECT_EQ(nullptr, result);
-            EXPECT_EQ(0, fault.ledger().live());
+            auto echo = [&](jobject a) { return call({&result, fault.env(), nullptr}, obj, clazz, id, a); };
+            EXPECT_TRUE(echo(text) && echo(text) && same<jobject>(text, result) && fault.ledger().live() == 1)
+                << name;
+            EXPECT_TRUE(echo(nullptr) && result == nullptr && fault.ledger().live() == 0) << name;
             ASSERT_EQ(KS_TRUE, echo(text));
             failWith("java.lang.IllegalStateException");
-            EXPECT_EQ(KS_FALSE, echo(text));
-            EXPECT_EQ(nullptr, result);
-            EXPECT_EQ(0, leaks.live());
+            EXPECT_TRUE(!echo(text) && result == nullptr && leaks.live() == 0) << name;
             ExpectPendingClass(env, "java.lang.IllegalStateException");
             failWith(nullptr);
             expectChecksInOrder(env, name, withResult(checks), call,
                                 std::tuple{std::tuple{&result, env, nullptr}, obj, clazz, id, text},
                                 {{nullptr, env, nullptr}, nullptr, nullptr, nullptr, text});
         }
-    }
-}
 
-// A virtual call on a child runs the child's method, a non-virtual one the parent's.
-TEST_F(MethodsTest, VoidCallsRunTheMethodOfTheirKind)
-{
-    jclass childClass = env->GetObjectClass(child);
-    const char* counters[] = {"childVoidCalls", "voidCalls", "staticVoidCalls"};
-    for (const auto& [kind, prefix, checks] : kKinds) {
-        const std::string name = prefix + "VoidMethod";
-        SCOPED_TRACE(name);
-        auto [obj, clazz, id] = target(kind, "voidRun", "()V");
+        const std::string voidName = prefix + "VoidMethod";
+        std::tie(obj, clazz, id) = target(kind, "voidRun", "()V");
         obj = kind == Kind::Static ? nullptr : child;
-        auto call = [&](auto... a) { return callKind(kind, VEN_CALLS(Void), a...); };
+        auto callVoid = [&](auto... a) { return callKind(kind, VEN_CALLS(Void), a...); };
         Trace trace;
-        EXPECT_EQ(KS_TRUE, call(std::tuple{env, trace.get()}, obj, clazz, id));
-        failWith("java.lang.OutOfMemoryError");
-        EXPECT_EQ(KS_FALSE, call(std::tuple{env, trace.get()}, obj, clazz, id));
-        ExpectPending(env, "java.lang.OutOfMemoryError", "requested");
-        EXPECT_EQ(
-            std::vector<std::string>{"[" + name + "()] Exception: java.lang.OutOfMemoryError: requested"},
-            trace.lines());
-        failWith(nullptr);
+        EXPECT_EQ(KS_TRUE, callVoid(std::tuple{env, trace.get()}, obj, clazz, id));
         const char* counter = counters[static_cast<int>(kind)];
         EXPECT_EQ(1, kind == Kind::Static
                          ? env->GetStaticIntField(childClass, env->GetStaticFieldID(childClass, counter, "I"))
                          : env->GetIntField(child, env->GetFieldID(childClass, counter, "I")));
-        expectChecksInOrder(env, name, checks, call, std::tuple{std::tuple{env, nullptr}, obj, clazz, id},
+        failWith("java.lang.OutOfMemoryError");
+        EXPECT_EQ(KS_FALSE, callVoid(std::tuple{env, trace.get()}, obj, clazz, id));
+        ExpectPending(env, "java.lang.OutOfMemoryError", "requested");
+        EXPECT_EQ(
+            std::vector<std::string>{"[" + voidName + "()] Exception: java.lang.OutOfMemoryError: requested"},
+            trace.lines());
+        failWith(nullptr);
+        expectChecksInOrder(env, voidName, checks, callVoid,
+                            std::tuple{std::tuple{env, nullptr}, obj, clazz, id},
                             {{env, nullptr}, nullptr, nullptr, nullptr});
-    }
-}
 
-// The string forms report through the va_list object call of their kind and test result
-// only after the method ran; a null return delivers NULL and releases the string held (the
-// frame counts ks objects); several arguments of different types arrive in order.
-TEST_F(MethodsTest, StringCallsConvertThroughTheObjectCallOfTheirKind)
-{
-    jstring text = jstr(env, "h\xC3\xA9llo \xF0\x9F\x98\x80");
-    for (const auto& [kind, prefix, checks] : kKinds) {
-        auto [obj, clazz, id] = target(kind, "stringEcho", "(Ljava/lang/String;)Ljava/lang/String;");
         const std::string objectCall = prefix + "ObjectMethodV";
-        SCOPED_TRACE(objectCall);
-        auto call = [&](auto... a) { return callKind(kind, VEN_CALLS(String), a...); };
+        std::tie(obj, clazz, id) = target(kind, "stringEcho", "(Ljava/lang/String;)Ljava/lang/String;");
+        auto callString = [&](auto... a) { return callKind(kind, VEN_CALLS(String), a...); };
         auto echo = [&](ksString** r, lgStream* t, jobject a) {
-            return call(std::tuple{r, env, t}, obj, clazz, id, a);
+            return callString(std::tuple{r, env, t}, obj, clazz, id, a);
         };
         KsRef<ksString> result;
         ASSERT_EQ(KS_TRUE, echo(result.out(), nullptr, text));
         EXPECT_EQ("h\xC3\xA9llo \xF0\x9F\x98\x80", utf8(result));
-        ASSERT_EQ(KS_TRUE, echo(result.out(), nullptr, nullptr));
-        EXPECT_EQ(nullptr, result.get());
-        Trace trace;
+        EXPECT_TRUE(echo(result.out(), nullptr, nullptr) && result.get() == nullptr);
         result = ksStr("kept");
+        trace.reset();
         failWith("java.lang.IllegalStateException");
         EXPECT_EQ(KS_FALSE, echo(result.out(), trace.get(), text));
         ExpectPending(env, "java.lang.IllegalStateException", "requested");
         EXPECT_EQ(std::vector<std::string>{"[" + objectCall +
                                            "()] Exception: java.lang.IllegalStateException: requested"},
                   trace.lines());
-        EXPECT_EQ(KS_FALSE, echo(nullptr, nullptr, text)); // the method's exception comes first
+        EXPECT_EQ(KS_FALSE, echo(nullptr, nullptr, text));
         ExpectPending(env, "java.lang.IllegalStateException", "requested");
         failWith(nullptr);
         expectArgumentFailure(env, echo(nullptr, nullptr, text),
                               "venStringToKsString: result != ((void *)0)");
-        expectChecksInOrder(env, objectCall, checks, call,
+        expectChecksInOrder(env, objectCall, checks, callString,
                             std::tuple{std::tuple{result.out(), env, nullptr}, obj, clazz, id, text},
                             {{result.out(), env, nullptr}, nullptr, nullptr, nullptr, text});
         EXPECT_EQ("kept", utf8(result));
     }
+    // Several arguments of different types arrive in order.
     KsRef<ksString> joined;
     jmethodID join = env->GetMethodID(methods, "join", "(IJDLjava/lang/String;)Ljava/lang/String;");
     ASSERT_EQ(KS_TRUE, venCallStringMethod(joined.out(), env, nullptr, parent, join, jint{1},
