@@ -109,14 +109,8 @@ class FieldsTest : public JvmTest
 
 TEST_F(FieldsTest, EveryTypeConvertsAtItsEdgesAndTestsItsArguments)
 {
-    checkFamily(kBooleans);
-    checkFamily(kBytes);
-    checkFamily(kChars);
-    checkFamily(kShorts);
-    checkFamily(kInts);
-    checkFamily(kLongs);
-    checkFamily(kFloats);
-    checkFamily(kDoubles);
+    std::apply([&](const auto&... families) { (checkFamily(families), ...); },
+               std::tie(kBooleans, kBytes, kChars, kShorts, kInts, kLongs, kFloats, kDoubles));
     jstring text = jstr(env, "text");
     checkFamily(FieldFamily<jobject>{VEN_FIELD_ROW(Object, "Ljava/lang/Object;"),
                                      {{nullptr, nullptr}, {text, text}}});
@@ -145,10 +139,9 @@ TEST_F(FieldsTest, StringFieldsConvertThroughTheObjectAccessors)
     ASSERT_EQ(KS_TRUE, venSetStaticStringField(env, nullptr, clazz, staticField, text));
     EXPECT_EQ(u"h\u00E9llo \U0001F600",
               units(env, static_cast<jstring>(env->GetStaticObjectField(clazz, staticField))));
-    ASSERT_EQ(KS_TRUE, venGetStringField(text.out(), env, nullptr, obj, field));
-    EXPECT_EQ("string", utf8(text));
-    ASSERT_EQ(KS_TRUE, venGetStaticStringField(text.out(), env, nullptr, clazz, staticField));
-    EXPECT_EQ("h\xC3\xA9llo \xF0\x9F\x98\x80", utf8(text));
+    EXPECT_TRUE(venGetStringField(text.out(), env, nullptr, obj, field) && utf8(text) == "string");
+    EXPECT_TRUE(venGetStaticStringField(text.out(), env, nullptr, clazz, staticField) &&
+                utf8(text) == "h\xC3\xA9llo \xF0\x9F\x98\x80");
     // clang-format off
     expectRefusals(env, {
         VEN_REFUSED("venStringToKsString: result != ((void *)0)", venGetStringField(nullptr, env, nullptr, obj, field)),
@@ -158,10 +151,9 @@ TEST_F(FieldsTest, StringFieldsConvertThroughTheObjectAccessors)
         VEN_REFUSED("venGetStaticObjectField: fieldID != NULL", venGetStaticStringField(text.out(), env, nullptr, clazz, nullptr))});
     // clang-format on
     EXPECT_TRUE(fault.calls<&Entry::NewString>() == 2 && leaks.live() == 0);
-    ASSERT_EQ(KS_TRUE, venSetStringField(env, nullptr, obj, field, nullptr));
-    EXPECT_EQ(nullptr, env->GetObjectField(obj, field));
-    ASSERT_EQ(KS_TRUE, venGetStringField(text.out(), env, nullptr, obj, field));
-    EXPECT_EQ(nullptr, text.get());
+    EXPECT_TRUE(venSetStringField(env, nullptr, obj, field, nullptr) &&
+                env->GetObjectField(obj, field) == nullptr);
+    EXPECT_TRUE(venGetStringField(text.out(), env, nullptr, obj, field) && text.get() == nullptr);
 }
 
 // Field and method lookups store the ID, or NULL with the error traced, and test their
@@ -171,14 +163,14 @@ TEST_F(FieldsTest, LookupsStoreTheIdOrNullAndTestTheirArgumentsInOrder)
     auto check = [&](const std::string& name, auto lookUp, auto id, jclass in, const char* existing,
                      const char* otherKind, const char* sig, const std::string& error) {
         Trace trace;
-        ASSERT_EQ(KS_TRUE, lookUp(&id, env, trace.get(), in, existing, sig));
-        EXPECT_NE(nullptr, id);
-        EXPECT_EQ(KS_FALSE, lookUp(&id, env, trace.get(), in, otherKind, sig));
-        EXPECT_EQ(nullptr, id);
+        EXPECT_TRUE(lookUp(&id, env, trace.get(), in, existing, sig) && id != nullptr) << name;
+        EXPECT_TRUE(!lookUp(&id, env, trace.get(), in, otherKind, sig) && id == nullptr) << name;
         ExpectPendingClass(env, error.c_str());
-        ASSERT_EQ(1u, trace.lines().size());
-        EXPECT_EQ(0u, trace.lines()[0].find("[" + name + "()] Exception: " + error + ": "));
-        EXPECT_TRUE(trace.lines()[0].find(otherKind) != std::string::npos && trace.notable());
+        const std::vector<std::string> lines = trace.lines();
+        EXPECT_TRUE(lines.size() == 1 &&
+                    lines[0].starts_with("[" + name + "()] Exception: " + error + ": ") &&
+                    lines[0].find(otherKind) != std::string::npos && trace.notable())
+            << name;
         expectChecksInOrder(env, name, {"result != NULL", "clazz != NULL", "name != NULL", "sig != NULL"},
                             lookUp, std::tuple{&id, env, nullptr, in, existing, sig},
                             {nullptr, env, nullptr, nullptr, nullptr, nullptr});

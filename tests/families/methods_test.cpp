@@ -46,17 +46,16 @@ const CallFamily<double, jdouble> kDoubles{VEN_CALL_ROW(Double, "(D)D"),
     {{0.1, 0.1}, {kNaN, kNaN}, {-0.0, -0.0}, {DBL_TRUE_MIN, DBL_TRUE_MIN}}, 5.0};
 
 enum class Kind { Virtual, Nonvirtual, Static };
-// Each kind's name prefix and its checks in order, after "result != NULL" where there is one.
+// Each kind's name prefix and its checks in order ("result != NULL" only where there is one).
 const std::tuple<Kind, std::string, std::vector<std::string>> kKinds[] = {
-    {Kind::Virtual, "venCall", {"obj != NULL", "methodID != NULL"}},
-    {Kind::Nonvirtual, "venCallNonvirtual", {"obj != NULL", "clazz != NULL", "methodID != NULL"}},
-    {Kind::Static, "venCallStatic", {"clazz != NULL", "methodID != NULL"}}};
+    {Kind::Virtual, "venCall", {"result != NULL", "obj != NULL", "methodID != NULL"}},
+    {Kind::Nonvirtual, "venCallNonvirtual", {"result != NULL", "obj != NULL", "clazz != NULL", "methodID != NULL"}},
+    {Kind::Static, "venCallStatic", {"result != NULL", "clazz != NULL", "methodID != NULL"}}};
 // clang-format on
 
-std::vector<std::string> withResult(std::vector<std::string> checks)
+std::vector<std::string> withoutResult(const std::vector<std::string>& checks)
 {
-    checks.insert(checks.begin(), "result != NULL");
-    return checks;
+    return {checks.begin() + 1, checks.end()};
 }
 
 // Calls the function of `kind` among `calls` with `lead` (result if any, env, trace), then
@@ -103,9 +102,9 @@ class MethodsTest : public JvmTest
     // Makes every fixture method throw `className` with the message "requested" (NULL: none).
     void failWith(const char* className)
     {
-        jthrowable failure = className != nullptr ? makeThrowable(env, className, "requested") : nullptr;
-        env->SetStaticObjectField(methods, env->GetStaticFieldID(methods, "failure", "Ljava/lang/Throwable;"),
-                                  failure);
+        jfieldID failure = env->GetStaticFieldID(methods, "failure", "Ljava/lang/Throwable;");
+        env->SetStaticObjectField(methods, failure,
+                                  className ? makeThrowable(env, className, "requested") : nullptr);
     }
 
     // obj, clazz and methodID for the fixture's method `name` ("intEcho"; the static one is
@@ -152,7 +151,7 @@ class MethodsTest : public JvmTest
             }
             failWith(nullptr);
             Ven untouched = family.nonZero;
-            expectChecksInOrder(env, name, withResult(checks), call,
+            expectChecksInOrder(env, name, checks, call,
                                 std::tuple{std::tuple{&untouched, env, nullptr}, obj, clazz, id, argument},
                                 {{nullptr, env, nullptr}, nullptr, nullptr, nullptr, argument});
             EXPECT_TRUE(same(family.nonZero, untouched));
@@ -166,14 +165,8 @@ class MethodsTest : public JvmTest
 
 TEST_F(MethodsTest, EveryResultTypeConvertsAtItsEdgesFailsToZeroAndTestsItsArguments)
 {
-    checkFamily(kBooleans);
-    checkFamily(kBytes);
-    checkFamily(kChars);
-    checkFamily(kShorts);
-    checkFamily(kInts);
-    checkFamily(kLongs);
-    checkFamily(kFloats);
-    checkFamily(kDoubles);
+    std::apply([&](const auto&... families) { (checkFamily(families), ...); },
+               std::tie(kBooleans, kBytes, kChars, kShorts, kInts, kLongs, kFloats, kDoubles));
 }
 
 // Per kind: object results in both forms store the new reference (or NULL, also after a
@@ -209,7 +202,7 @@ TEST_F(MethodsTest, ObjectVoidAndStringFormsOfEachKind)
             EXPECT_TRUE(!echo(text) && result == nullptr && leaks.live() == 0) << name;
             ExpectPendingClass(env, "java.lang.IllegalStateException");
             failWith(nullptr);
-            expectChecksInOrder(env, name, withResult(checks), call,
+            expectChecksInOrder(env, name, checks, call,
                                 std::tuple{std::tuple{&result, env, nullptr}, obj, clazz, id, text},
                                 {{nullptr, env, nullptr}, nullptr, nullptr, nullptr, text});
         }
@@ -231,7 +224,7 @@ TEST_F(MethodsTest, ObjectVoidAndStringFormsOfEachKind)
             std::vector<std::string>{"[" + voidName + "()] Exception: java.lang.OutOfMemoryError: requested"},
             trace.lines());
         failWith(nullptr);
-        expectChecksInOrder(env, voidName, checks, callVoid,
+        expectChecksInOrder(env, voidName, withoutResult(checks), callVoid,
                             std::tuple{std::tuple{env, nullptr}, obj, clazz, id},
                             {{env, nullptr}, nullptr, nullptr, nullptr});
 
@@ -258,7 +251,7 @@ TEST_F(MethodsTest, ObjectVoidAndStringFormsOfEachKind)
         failWith(nullptr);
         expectArgumentFailure(env, echo(nullptr, nullptr, text),
                               "venStringToKsString: result != ((void *)0)");
-        expectChecksInOrder(env, objectCall, checks, callString,
+        expectChecksInOrder(env, objectCall, withoutResult(checks), callString,
                             std::tuple{std::tuple{result.out(), env, nullptr}, obj, clazz, id, text},
                             {{result.out(), env, nullptr}, nullptr, nullptr, nullptr, text});
         EXPECT_EQ("kept", utf8(result));
@@ -266,9 +259,9 @@ TEST_F(MethodsTest, ObjectVoidAndStringFormsOfEachKind)
     // Several arguments of different types arrive in order.
     KsRef<ksString> joined;
     jmethodID join = env->GetMethodID(methods, "join", "(IJDLjava/lang/String;)Ljava/lang/String;");
-    ASSERT_EQ(KS_TRUE, venCallStringMethod(joined.out(), env, nullptr, parent, join, jint{1},
-                                           jlong{INT64_MIN}, 3.5, jstr(env, "x")));
-    EXPECT_EQ("1,-9223372036854775808,3.5,x", utf8(joined));
+    EXPECT_TRUE(venCallStringMethod(joined.out(), env, nullptr, parent, join, jint{1}, jlong{INT64_MIN}, 3.5,
+                                    jstr(env, "x")) &&
+                utf8(joined) == "1,-9223372036854775808,3.5,x");
 }
 
 } // namespace
