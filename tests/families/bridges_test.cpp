@@ -144,81 +144,57 @@ TEST_F(BridgesTest, VectorFailuresLeaveNullAndNoLocalReference)
 }
 
 // Buffers and plain doubles to new arrays, the empty buffer included; a failed copy or pin
-// keeps the new array, still all zeros, in the variable.
-TEST_F(BridgesTest, BufferAndDoublesBecomeArrays)
+// keeps the new array, still all zeros, in the variable. A region or a whole array to a
+// buffer that replaces (and releases: the frame counts ks objects) the one held, with
+// ksMemAlloc(0) for an empty region; a failure leaves the one held. The whole array has as
+// many bytes as elements, copied inside the critical region with no JNI call there.
+TEST_F(BridgesTest, BuffersAndArraysBothWays)
 {
     FaultEnv fault(env);
+    LeakCheck leaks(fault);
+    JNIEnv* f = fault.env();
     jbyteArray bytes = nullptr;
-    ASSERT_EQ(KS_TRUE, venNewByteArrayFromBuffer(&bytes, fault.env(), nullptr, bufferOf("\x01\xFF\x7F", 3)));
-    EXPECT_EQ((std::vector<jbyte>{1, -1, 127}), bytesOf(env, bytes));
-    EXPECT_TRUE(venNewByteArrayFromBuffer(&bytes, fault.env(), nullptr, bufferOf("", 0)) &&
-                env->GetArrayLength(bytes) == 0);
-    const double values[] = {0.1, -0.0, std::numeric_limits<double>::quiet_NaN(), -1e308};
-    double copied[4] = {};
     jdoubleArray doubles = nullptr;
-    ASSERT_EQ(KS_TRUE, venNewDoubleArrayOf(&doubles, fault.env(), nullptr, values, 4));
-    env->GetDoubleArrayRegion(doubles, 0, 4, copied);
-    EXPECT_EQ(0, std::memcmp(values, copied, sizeof values));
-    EXPECT_TRUE(venNewDoubleArrayOf(&doubles, fault.env(), nullptr, values, 0) &&
-                env->GetArrayLength(doubles) == 0);
-    EXPECT_EQ(2, fault.ledger().live());
-    fault.raiseOutOfMemory<&Entry::SetByteArrayRegion>();
-    fault.raiseOutOfMemory<&Entry::GetDoubleArrayElements>();
-    EXPECT_EQ(KS_FALSE, venNewByteArrayFromBuffer(&bytes, fault.env(), nullptr, bufferOf("abc", 3)));
-    ExpectPendingClass(env, "java.lang.OutOfMemoryError");
-    EXPECT_EQ((std::vector<jbyte>{0, 0, 0}), bytesOf(env, bytes));
-    EXPECT_EQ(KS_FALSE, venNewDoubleArrayOf(&doubles, fault.env(), nullptr, values, 2));
-    ExpectPendingClass(env, "java.lang.OutOfMemoryError");
-    env->GetDoubleArrayRegion(doubles, 0, 2, copied);
-    EXPECT_TRUE(copied[0] == 0.0 && copied[1] == 0.0 && env->GetArrayLength(doubles) == 2);
-}
-
-// A region or a whole array to a buffer that replaces (and releases: the frame counts ks
-// objects) the one held, ksMemAlloc(0) for an empty region; a failure leaves the one held.
-// The whole array is copied inside the critical region, with no JNI call there, and has as
-// many bytes as the array has elements.
-TEST_F(BridgesTest, ArraysBecomeBuffersReplacingTheOneHeld)
-{
+    const double values[] = {0.1, -0.0, std::numeric_limits<double>::quiet_NaN(), -1e308};
+    auto doublesAre = [&](std::vector<double> expected) {
+        std::vector<double> copied(static_cast<std::size_t>(env->GetArrayLength(doubles)));
+        env->GetDoubleArrayRegion(doubles, 0, static_cast<jsize>(copied.size()), copied.data());
+        return copied.size() == expected.size() &&
+               std::memcmp(copied.data(), expected.data(), copied.size() * 8) == 0;
+    };
     jbyteArray array = env->NewByteArray(5);
-    const jbyte values[] = {10, -20, 30, -40, 5};
-    env->SetByteArrayRegion(array, 0, 5, values);
+    const jbyte five[] = {10, -20, 30, -40, 5};
+    env->SetByteArrayRegion(array, 0, 5, five);
+    jintArray ints = env->NewIntArray(2);
+    const jint wide[] = {0x04030201, -1};
+    env->SetIntArrayRegion(ints, 0, 2, wide);
     KsRef<ksBuffer> buffer = bufferOf("old", 3);
-    EXPECT_TRUE(venGetByteArrayRegionAsBuffer(buffer.out(), env, nullptr, array, 1, 2) &&
-                (bytesOf(buffer) == std::vector<jbyte>{-20, 30}));
-    EXPECT_TRUE(venGetByteArrayRegionAsBuffer(buffer.out(), env, nullptr, array, 5, 0) &&
-                ksBufferLength(buffer) == 0);
+    ksBuffer* kept = nullptr;
     Trace trace;
-    ksBuffer* kept = buffer.get();
-    EXPECT_TRUE(!venGetByteArrayRegionAsBuffer(buffer.out(), env, trace.get(), array, 4, 2) &&
-                buffer.get() == kept);
-    ExpectPendingClass(env, "java.lang.ArrayIndexOutOfBoundsException");
-    EXPECT_TRUE(
-        trace.lines().size() == 1 &&
-        trace.lines()[0].starts_with("[venGetByteArrayRegion()] Exception: java.lang.ArrayIndexOutOfBounds"));
-
-    FaultEnv fault(env);
-    ASSERT_EQ(KS_TRUE, venGetPrimitiveArrayAsKsBuffer(buffer.out(), fault.env(), nullptr, array));
-    EXPECT_TRUE(bytesOf(buffer) == bytesOf(env, array) &&
-                bytesOf(buffer) == std::vector<jbyte>(values, values + 5));
-    EXPECT_TRUE(ksObjRefCount(buffer.get()) == 1 && fault.ledger().live() == 0);
+    // clang-format off
+    runSteps(env, {
+        VEN_STEP(KS_TRUE, venNewByteArrayFromBuffer(&bytes, f, nullptr, bufferOf("\x01\xFF\x7F", 3)), nullptr, (bytesOf(env, bytes) == std::vector<jbyte>{1, -1, 127})),
+        VEN_STEP(KS_TRUE, venNewByteArrayFromBuffer(&bytes, f, nullptr, bufferOf("", 0)), nullptr, env->GetArrayLength(bytes) == 0),
+        VEN_STEP(KS_TRUE, venNewDoubleArrayOf(&doubles, f, nullptr, values, 4), nullptr, doublesAre({values, values + 4})),
+        VEN_STEP(KS_TRUE, venNewDoubleArrayOf(&doubles, f, nullptr, values, 0), nullptr, doublesAre({}) && fault.ledger().live() == 2),
+        VEN_STEP(KS_FALSE, (fault.raiseOutOfMemory<&Entry::SetByteArrayRegion>(), venNewByteArrayFromBuffer(&bytes, f, nullptr, bufferOf("abc", 3))), "java.lang.OutOfMemoryError", (bytesOf(env, bytes) == std::vector<jbyte>{0, 0, 0})),
+        VEN_STEP(KS_FALSE, (fault.raiseOutOfMemory<&Entry::GetDoubleArrayElements>(), venNewDoubleArrayOf(&doubles, f, nullptr, values, 2)), "java.lang.OutOfMemoryError", doublesAre({0.0, 0.0})),
+        VEN_STEP(KS_TRUE, venGetByteArrayRegionAsBuffer(buffer.out(), env, nullptr, array, 1, 2), nullptr, (bytesOf(buffer) == std::vector<jbyte>{-20, 30})),
+        VEN_STEP(KS_TRUE, venGetByteArrayRegionAsBuffer(buffer.out(), env, nullptr, array, 5, 0), nullptr, ksBufferLength(buffer) == 0 && (kept = buffer.get())),
+        VEN_STEP(KS_FALSE, venGetByteArrayRegionAsBuffer(buffer.out(), env, trace.get(), array, 4, 2), "java.lang.ArrayIndexOutOfBoundsException", buffer.get() == kept &&
+                 trace.lines().size() == 1 && trace.lines()[0].starts_with("[venGetByteArrayRegion()] Exception: java.lang.ArrayIndexOutOfBoundsException")),
+        VEN_STEP(KS_TRUE, venGetPrimitiveArrayAsKsBuffer(buffer.out(), f, nullptr, array), nullptr, bytesOf(buffer) == bytesOf(env, array) &&
+                 bytesOf(buffer) == std::vector<jbyte>(five, five + 5) && ksObjRefCount(buffer.get()) == 1 && leaks.live() == 2),
+        VEN_STEP(KS_TRUE, venGetPrimitiveArrayAsKsBuffer(buffer.out(), env, nullptr, ints), nullptr, (bytesOf(buffer) == std::vector<jbyte>{1, 2})),
+        VEN_STEP(KS_TRUE, venGetPrimitiveArrayAsKsBuffer(buffer.out(), env, nullptr, env->NewBooleanArray(0)), nullptr, ksBufferLength(buffer) == 0 && (kept = buffer.get())),
+        VEN_STEP(KS_FALSE, (fault.raiseOutOfMemory<&Entry::GetPrimitiveArrayCritical>(), venGetPrimitiveArrayAsKsBuffer(buffer.out(), f, nullptr, array)), "java.lang.OutOfMemoryError", buffer.get() == kept)});
+    // clang-format on
     const std::vector<std::string>& trail = fault.trail();
     auto pinned = std::find(trail.begin(), trail.end(), "GetPrimitiveArrayCritical");
     auto released = std::find(trail.begin(), trail.end(), "ReleasePrimitiveArrayCritical");
     ASSERT_TRUE(pinned < released && released != trail.end());
     EXPECT_TRUE(std::all_of(pinned + 1, released,
                             [](const std::string& entry) { return entry == "ExceptionCheck"; }));
-    jintArray ints = env->NewIntArray(2);
-    const jint wide[] = {0x04030201, -1};
-    env->SetIntArrayRegion(ints, 0, 2, wide);
-    EXPECT_TRUE(venGetPrimitiveArrayAsKsBuffer(buffer.out(), env, nullptr, ints) &&
-                (bytesOf(buffer) == std::vector<jbyte>{1, 2}));
-    EXPECT_TRUE(venGetPrimitiveArrayAsKsBuffer(buffer.out(), env, nullptr, env->NewBooleanArray(0)) &&
-                ksBufferLength(buffer) == 0);
-    kept = buffer.get();
-    fault.raiseOutOfMemory<&Entry::GetPrimitiveArrayCritical>();
-    EXPECT_TRUE(!venGetPrimitiveArrayAsKsBuffer(buffer.out(), fault.env(), nullptr, array) &&
-                buffer.get() == kept);
-    ExpectPendingClass(env, "java.lang.OutOfMemoryError");
 }
 
 // The copies write the smaller of both lengths, widened, and give the elements back

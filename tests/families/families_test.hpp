@@ -63,6 +63,32 @@ inline void expectRefusals(JNIEnv* env, const std::vector<Refusal>& rows,
     }
 }
 
+// A scenario as a table: each step's call, the result it returns, the class of the
+// exception it leaves pending (cleared), and a condition that must hold after it.
+struct Step {
+    const char* text;
+    KS_BOOL result;
+    std::function<KS_BOOL()> call;
+    const char* pending;
+    std::function<bool()> after;
+};
+#define VEN_STEP(result, call, pending, after)                                                               \
+    Step                                                                                                     \
+    {                                                                                                        \
+#call, result, [&] { return call; }, pending, [&] { return after; }                                  \
+    }
+inline void runSteps(JNIEnv* env, const std::vector<Step>& steps)
+{
+    for (const Step& step : steps) {
+        SCOPED_TRACE(step.text);
+        EXPECT_EQ(step.result, step.call());
+        if (step.pending != nullptr) {
+            ExpectPendingClass(env, step.pending);
+        }
+        EXPECT_TRUE(step.after());
+    }
+}
+
 // The arguments that differ between `good` and `bad` are tested in order: call k passes
 // the first k of them good and the rest bad, and fails with "<name>: <conditions[k]>".
 template <typename F, typename... A>
