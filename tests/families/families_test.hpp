@@ -72,6 +72,11 @@ struct Step {
     const char* pending;
     std::function<bool()> after;
 };
+#define VEN_DO(statement)                                                                                    \
+    Step                                                                                                     \
+    {                                                                                                        \
+#statement, KS_TRUE, [&] { return statement, KS_TRUE; }, nullptr, [] { return true; }                \
+    }
 #define VEN_STEP(result, call, pending, after)                                                               \
     Step                                                                                                     \
     {                                                                                                        \

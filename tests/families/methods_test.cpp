@@ -182,7 +182,7 @@ TEST_F(MethodsTest, ObjectVoidAndStringFormsOfEachKind)
     for (const auto& [kind, prefix, checks] : kKinds) {
         SCOPED_TRACE(prefix);
         TestFrame frame(env, 256);
-        auto [obj, clazz, id] = target(kind, "objectEcho", "(Ljava/lang/Object;)Ljava/lang/Object;");
+        const auto [obj, clazz, id] = target(kind, "objectEcho", "(Ljava/lang/Object;)Ljava/lang/Object;");
         for (bool vForm : {false, true}) {
             const std::string name = prefix + "ObjectMethod" + (vForm ? "V" : "");
             FaultEnv fault(env);
@@ -194,66 +194,61 @@ TEST_F(MethodsTest, ObjectVoidAndStringFormsOfEachKind)
             };
             jobject result = nullptr;
             auto echo = [&](jobject a) { return call({&result, fault.env(), nullptr}, obj, clazz, id, a); };
-            EXPECT_TRUE(echo(text) && echo(text) && same<jobject>(text, result) && fault.ledger().live() == 1)
-                << name;
-            EXPECT_TRUE(echo(nullptr) && result == nullptr && fault.ledger().live() == 0) << name;
-            ASSERT_EQ(KS_TRUE, echo(text));
-            failWith("java.lang.IllegalStateException");
-            EXPECT_TRUE(!echo(text) && result == nullptr && leaks.live() == 0) << name;
-            ExpectPendingClass(env, "java.lang.IllegalStateException");
-            failWith(nullptr);
-            expectChecksInOrder(env, name, checks, call,
-                                std::tuple{std::tuple{&result, env, nullptr}, obj, clazz, id, text},
-                                {{nullptr, env, nullptr}, nullptr, nullptr, nullptr, text});
+            // clang-format off
+            runSteps(env, {
+                VEN_STEP(KS_TRUE, echo(text) && echo(text), nullptr, same<jobject>(text, result) && fault.ledger().live() == 1),
+                VEN_STEP(KS_TRUE, echo(nullptr), nullptr, result == nullptr && fault.ledger().live() == 0),
+                VEN_STEP(KS_TRUE, echo(text), nullptr, true),
+                VEN_DO(failWith("java.lang.IllegalStateException")),
+                VEN_STEP(KS_FALSE, echo(text), "java.lang.IllegalStateException", result == nullptr && leaks.live() == 0),
+                VEN_DO(failWith(nullptr))});
+            expectChecksInOrder(env, name, checks, call, std::tuple{std::tuple{&result, env, nullptr}, obj, clazz, id, text}, {{nullptr, env, nullptr}, nullptr, nullptr, nullptr, text});
+            // clang-format on
         }
 
+        const auto [runner, voidClass, run] = target(kind, "voidRun", "()V");
+        const jobject voidTarget = kind == Kind::Static ? nullptr : child;
         const std::string voidName = prefix + "VoidMethod";
-        std::tie(obj, clazz, id) = target(kind, "voidRun", "()V");
-        obj = kind == Kind::Static ? nullptr : child;
-        auto callVoid = [&](auto... a) { return callKind(kind, VEN_CALLS(Void), a...); };
-        Trace trace;
-        EXPECT_EQ(KS_TRUE, callVoid(std::tuple{env, trace.get()}, obj, clazz, id));
         const char* counter = counters[static_cast<int>(kind)];
-        EXPECT_EQ(1, kind == Kind::Static
-                         ? env->GetStaticIntField(childClass, env->GetStaticFieldID(childClass, counter, "I"))
-                         : env->GetIntField(child, env->GetFieldID(childClass, counter, "I")));
-        failWith("java.lang.OutOfMemoryError");
-        EXPECT_EQ(KS_FALSE, callVoid(std::tuple{env, trace.get()}, obj, clazz, id));
-        ExpectPending(env, "java.lang.OutOfMemoryError", "requested");
-        EXPECT_EQ(
-            std::vector<std::string>{"[" + voidName + "()] Exception: java.lang.OutOfMemoryError: requested"},
-            trace.lines());
-        failWith(nullptr);
-        expectChecksInOrder(env, voidName, withoutResult(checks), callVoid,
-                            std::tuple{std::tuple{env, nullptr}, obj, clazz, id},
-                            {{env, nullptr}, nullptr, nullptr, nullptr});
-
-        const std::string objectCall = prefix + "ObjectMethodV";
-        std::tie(obj, clazz, id) = target(kind, "stringEcho", "(Ljava/lang/String;)Ljava/lang/String;");
-        auto callString = [&](auto... a) { return callKind(kind, VEN_CALLS(String), a...); };
-        auto echo = [&](ksString** r, lgStream* t, jobject a) {
-            return callString(std::tuple{r, env, t}, obj, clazz, id, a);
+        auto callVoid = [&](auto... a) { return callKind(kind, VEN_CALLS(Void), a...); };
+        auto ran = [&] {
+            return 1 ==
+                   (kind == Kind::Static
+                        ? env->GetStaticIntField(childClass, env->GetStaticFieldID(childClass, counter, "I"))
+                        : env->GetIntField(child, env->GetFieldID(childClass, counter, "I")));
         };
+        const std::string objectCall = prefix + "ObjectMethodV";
+        const auto [echoer, echoClass, echo] =
+            target(kind, "stringEcho", "(Ljava/lang/String;)Ljava/lang/String;");
+        auto callString = [&](auto... a) { return callKind(kind, VEN_CALLS(String), a...); };
         KsRef<ksString> result;
-        ASSERT_EQ(KS_TRUE, echo(result.out(), nullptr, text));
-        EXPECT_EQ("h\xC3\xA9llo \xF0\x9F\x98\x80", utf8(result));
-        EXPECT_TRUE(echo(result.out(), nullptr, nullptr) && result.get() == nullptr);
-        result = ksStr("kept");
-        trace.reset();
-        failWith("java.lang.IllegalStateException");
-        EXPECT_EQ(KS_FALSE, echo(result.out(), trace.get(), text));
-        ExpectPending(env, "java.lang.IllegalStateException", "requested");
-        EXPECT_EQ(std::vector<std::string>{"[" + objectCall +
-                                           "()] Exception: java.lang.IllegalStateException: requested"},
-                  trace.lines());
-        EXPECT_EQ(KS_FALSE, echo(nullptr, nullptr, text));
-        ExpectPending(env, "java.lang.IllegalStateException", "requested");
-        failWith(nullptr);
-        expectArgumentFailure(env, echo(nullptr, nullptr, text),
-                              "venStringToKsString: result != ((void *)0)");
-        expectChecksInOrder(env, objectCall, withoutResult(checks), callString,
-                            std::tuple{std::tuple{result.out(), env, nullptr}, obj, clazz, id, text},
+        auto echoString = [&](ksString** r, lgStream* t, jobject a) {
+            return callString(std::tuple{r, env, t}, echoer, echoClass, echo, a);
+        };
+        Trace trace;
+        auto traced = [&](const std::string& line) {
+            return trace.lines() == std::vector<std::string>{line} && (trace.reset(), true);
+        };
+        // clang-format off
+        runSteps(env, {
+            VEN_STEP(KS_TRUE, callVoid(std::tuple{env, trace.get()}, voidTarget, voidClass, run), nullptr, ran() && trace.lines().empty()),
+            VEN_DO(failWith("java.lang.OutOfMemoryError")),
+            VEN_STEP(KS_FALSE, callVoid(std::tuple{env, trace.get()}, voidTarget, voidClass, run), "java.lang.OutOfMemoryError",
+                     traced("[" + voidName + "()] Exception: java.lang.OutOfMemoryError: requested")),
+            VEN_DO(failWith(nullptr)),
+            VEN_STEP(KS_TRUE, echoString(result.out(), nullptr, text), nullptr, utf8(result) == "h\xC3\xA9llo \xF0\x9F\x98\x80"),
+            VEN_STEP(KS_TRUE, echoString(result.out(), nullptr, nullptr), nullptr, result.get() == nullptr),
+            VEN_DO(result = ksStr("kept")),
+            VEN_DO(failWith("java.lang.IllegalStateException")),
+            VEN_STEP(KS_FALSE, echoString(result.out(), trace.get(), text), "java.lang.IllegalStateException",
+                     traced("[" + objectCall + "()] Exception: java.lang.IllegalStateException: requested")),
+            VEN_STEP(KS_FALSE, echoString(nullptr, nullptr, text), "java.lang.IllegalStateException", true),
+            VEN_DO(failWith(nullptr))});
+        expectArgumentFailure(env, echoString(nullptr, nullptr, text), "venStringToKsString: result != ((void *)0)");
+        expectChecksInOrder(env, voidName, withoutResult(checks), callVoid, std::tuple{std::tuple{env, nullptr}, voidTarget, voidClass, run}, {{env, nullptr}, nullptr, nullptr, nullptr});
+        expectChecksInOrder(env, objectCall, withoutResult(checks), callString, std::tuple{std::tuple{result.out(), env, nullptr}, echoer, echoClass, echo, text},
                             {{result.out(), env, nullptr}, nullptr, nullptr, nullptr, text});
+        // clang-format on
         EXPECT_EQ("kept", utf8(result));
     }
     // Several arguments of different types arrive in order.
