@@ -1,11 +1,12 @@
 // Helpers shared by the suites of the field, method, array, bridge and class support
-// families: exact value comparison, argument failures as rows, leaks past the throwables.
+// families: exact value comparison, scenarios and argument checks as tables, and leaks.
 #pragma once
 
 #include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <functional>
+#include <set>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -48,47 +49,41 @@ inline void expectArgumentFailure(JNIEnv* env, KS_BOOL ok, const std::string& me
     ExpectPending(env, "java.lang.IllegalArgumentException", message.c_str(), where);
 }
 
-// Rows of calls that are refused, each with its "<function>: <condition>" text.
-using Refusal = std::pair<std::string, std::function<KS_BOOL()>>;
-#define VEN_REFUSED(text, call)                                                                              \
-    Refusal                                                                                                  \
-    {                                                                                                        \
-        text, [&] { return call; }                                                                           \
-    }
-inline void expectRefusals(JNIEnv* env, const std::vector<Refusal>& rows,
-                           std::source_location where = std::source_location::current())
-{
-    for (const auto& [message, call] : rows) {
-        expectArgumentFailure(env, call(), message, where);
-    }
-}
-
-// A scenario as a table: each step's call, the result it returns, the class of the
-// exception it leaves pending (cleared), and a condition that must hold after it.
+// A scenario as a table. Each step: a call, the result it returns, what it leaves pending
+// (the class, or for a refused argument the "<function>: <condition>" text; cleared), and a
+// condition that holds after it. VEN_DO is a step that only acts.
 struct Step {
     const char* text;
     KS_BOOL result;
     std::function<KS_BOOL()> call;
-    const char* pending;
+    std::string pending;
     std::function<bool()> after;
 };
-#define VEN_DO(statement)                                                                                    \
-    Step                                                                                                     \
-    {                                                                                                        \
-#statement, KS_TRUE, [&] { return statement, KS_TRUE; }, nullptr, [] { return true; }                \
-    }
+inline std::string pendingText(const char* text)
+{
+    return text != nullptr ? text : "";
+}
+inline std::string pendingText(std::string text)
+{
+    return text;
+}
 #define VEN_STEP(result, call, pending, after)                                                               \
-    Step                                                                                                     \
-    {                                                                                                        \
-#call, result, [&] { return call; }, pending, [&] { return after; }                                  \
-    }
+    Step(                                                                                                    \
+        #call, result, [&] { return call; }, pendingText(pending), [&] { return after; })
+#define VEN_REFUSED(message, call) VEN_STEP(KS_FALSE, call, message, true)
+#define VEN_DO(statement) VEN_STEP(KS_TRUE, (statement, KS_TRUE), "", true)
 inline void runSteps(JNIEnv* env, const std::vector<Step>& steps)
 {
     for (const Step& step : steps) {
         SCOPED_TRACE(step.text);
-        EXPECT_EQ(step.result, step.call());
-        if (step.pending != nullptr) {
-            ExpectPendingClass(env, step.pending);
+        const KS_BOOL result = step.call();
+        if (step.pending.starts_with("java.")) {
+            EXPECT_EQ(step.result, result);
+            ExpectPendingClass(env, step.pending.c_str());
+        } else if (!step.pending.empty()) {
+            expectArgumentFailure(env, result, step.pending);
+        } else {
+            EXPECT_EQ(step.result, result);
         }
         EXPECT_TRUE(step.after());
     }
@@ -124,19 +119,17 @@ class LeakCheck
     explicit LeakCheck(FaultEnv& fault) : fault_(fault)
     {
         fault.override<&Entry::ExceptionOccurred>(
-            [this](JNIEnv* real) { return throwables_.emplace_back(real->ExceptionOccurred()); });
+            [this](JNIEnv* real) { return *throwables_.insert(real->ExceptionOccurred()).first; });
     }
-    int live()
+    int live() const
     {
-        std::sort(throwables_.begin(), throwables_.end());
-        throwables_.erase(std::unique(throwables_.begin(), throwables_.end()), throwables_.end());
         auto isLive = [this](jthrowable t) { return fault_.ledger().isLive(t); };
         return fault_.ledger().live() - std::count_if(throwables_.begin(), throwables_.end(), isLive);
     }
 
   private:
     FaultEnv& fault_;
-    std::vector<jthrowable> throwables_;
+    std::set<jthrowable> throwables_;
 };
 
 } // namespace ven::families_test
