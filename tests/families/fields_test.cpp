@@ -1,6 +1,5 @@
-// Field access through the integration layer: every reader and writer driven through one
-// table row per value type, at the edges of each conversion and range test; the string
-// forms; the lookups of fields and methods.
+// Field access through the integration layer: every reader and writer through one table row
+// per value type, at the edges of each conversion and range test; string forms; lookups.
 #include <cctype>
 #include <cfloat>
 #include <cstdint>
@@ -126,9 +125,8 @@ TEST_F(FieldsTest, EveryTypeConvertsAtItsEdgesAndTestsItsArguments)
     EXPECT_TRUE(value == KS_FALSE && staticValue == KS_FALSE);
 }
 
-// The string forms convert both ways, null as NULL (the string held released: the frame
-// counts ks objects); they report through the object accessors, and the Java string is
-// made (and let go) before obj is tested.
+// String forms: both ways, null as NULL (the string held released: the frame counts ks
+// objects); refusals come from the object accessors, the Java string made (and let go) first.
 TEST_F(FieldsTest, StringFieldsConvertThroughTheObjectAccessors)
 {
     FaultEnv fault(env);
@@ -136,28 +134,22 @@ TEST_F(FieldsTest, StringFieldsConvertThroughTheObjectAccessors)
     jfieldID field = env->GetFieldID(clazz, "stringField", "Ljava/lang/String;");
     jfieldID staticField = env->GetStaticFieldID(clazz, "staticStringField", "Ljava/lang/String;");
     KsRef<ksString> text = ksStr("h\xC3\xA9llo \xF0\x9F\x98\x80");
-    ASSERT_EQ(KS_TRUE, venSetStaticStringField(env, nullptr, clazz, staticField, text));
-    EXPECT_EQ(u"h\u00E9llo \U0001F600",
-              units(env, static_cast<jstring>(env->GetStaticObjectField(clazz, staticField))));
-    EXPECT_TRUE(venGetStringField(text.out(), env, nullptr, obj, field) && utf8(text) == "string");
-    EXPECT_TRUE(venGetStaticStringField(text.out(), env, nullptr, clazz, staticField) &&
-                utf8(text) == "h\xC3\xA9llo \xF0\x9F\x98\x80");
     // clang-format off
     runSteps(env, {
+        VEN_STEP(KS_TRUE, venSetStaticStringField(env, nullptr, clazz, staticField, text), nullptr, units(env, static_cast<jstring>(env->GetStaticObjectField(clazz, staticField))) == u"h\u00E9llo \U0001F600"),
+        VEN_STEP(KS_TRUE, venGetStringField(text.out(), env, nullptr, obj, field), nullptr, utf8(text) == "string"),
+        VEN_STEP(KS_TRUE, venGetStaticStringField(text.out(), env, nullptr, clazz, staticField), nullptr, utf8(text) == "h\xC3\xA9llo \xF0\x9F\x98\x80"),
         VEN_REFUSED("venStringToKsString: result != ((void *)0)", venGetStringField(nullptr, env, nullptr, obj, field)),
         VEN_REFUSED("venSetObjectField: obj != NULL", venSetStringField(fault.env(), nullptr, nullptr, field, text)),
         VEN_REFUSED("venSetStaticObjectField: fieldID != NULL", venSetStaticStringField(fault.env(), nullptr, clazz, nullptr, text)),
         VEN_REFUSED("venGetObjectField: obj != NULL", venGetStringField(text.out(), env, nullptr, nullptr, field)),
-        VEN_REFUSED("venGetStaticObjectField: fieldID != NULL", venGetStaticStringField(text.out(), env, nullptr, clazz, nullptr))});
+        VEN_REFUSED("venGetStaticObjectField: fieldID != NULL", venGetStaticStringField(text.out(), env, nullptr, clazz, nullptr)),
+        VEN_STEP(KS_TRUE, venSetStringField(fault.env(), nullptr, obj, field, nullptr), nullptr, fault.calls<&Entry::NewString>() == 2 && leaks.live() == 0 && !env->GetObjectField(obj, field)),
+        VEN_STEP(KS_TRUE, venGetStringField(text.out(), env, nullptr, obj, field), nullptr, text.get() == nullptr)});
     // clang-format on
-    EXPECT_TRUE(fault.calls<&Entry::NewString>() == 2 && leaks.live() == 0);
-    EXPECT_TRUE(venSetStringField(env, nullptr, obj, field, nullptr) &&
-                env->GetObjectField(obj, field) == nullptr);
-    EXPECT_TRUE(venGetStringField(text.out(), env, nullptr, obj, field) && text.get() == nullptr);
 }
 
-// Field and method lookups store the ID, or NULL with the error traced, and test their
-// arguments in order.
+// Field and method lookups store the ID, or NULL with the error traced; checks in order.
 TEST_F(FieldsTest, LookupsStoreTheIdOrNullAndTestTheirArgumentsInOrder)
 {
     auto check = [&](const std::string& name, auto lookUp, auto id, jclass in, const char* existing,
