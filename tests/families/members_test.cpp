@@ -81,11 +81,6 @@ const std::tuple<Kind, std::string, std::vector<std::string>> kKinds[] = {
     {Kind::Static, "venCallStatic", {"result != NULL", "clazz != NULL", "methodID != NULL"}}};
 // clang-format on
 
-std::vector<std::string> withoutResult(const std::vector<std::string>& checks)
-{
-    return {checks.begin() + 1, checks.end()};
-}
-
 // Calls the function of `kind` among `calls` with `lead` (result if any, env, trace), then
 // the arguments that the kind takes of obj, clazz and methodID, then `args`.
 template <typename Calls, typename Lead, typename... Args>
@@ -129,9 +124,9 @@ class MembersTest : public JvmTest
         JvmTest::TearDown();
     }
 
-    // Every reader and writer of one value type, instance and static alike: the values,
-    // the refused ones leaving the field alone, the arguments in order (the range test
-    // last) leaving result alone, and an object read twice into one variable.
+    // Every reader and writer of one value type, instance and static alike: the values, the
+    // refused ones leaving the field alone, the arguments in order (the range test last)
+    // leaving result alone, and an object read twice into one variable keeping one reference.
     template <typename Ven> void checkFamily(const FieldFamily<Ven>& family)
     {
         auto check = [&](const std::string& kind, auto target, auto get, auto set, const std::string& field) {
@@ -139,20 +134,17 @@ class MembersTest : public JvmTest
             TestFrame frame(env, 256);
             jfieldID id = kind.empty() ? env->GetFieldID(clazz, field.c_str(), family.sig)
                                        : env->GetStaticFieldID(clazz, field.c_str(), family.sig);
-            auto read = [&] {
-                Ven value{};
-                EXPECT_EQ(KS_TRUE, get(&value, env, nullptr, target, id));
-                return value;
-            };
+            Ven value{};
+            auto read = [&](JNIEnv* e) { return get(&value, e, nullptr, target, id) == KS_TRUE; };
             const std::string setter = "venSet" + kind + family.type + "Field";
             for (const auto& [written, expected] : family.writes) {
-                EXPECT_EQ(KS_TRUE, set(env, nullptr, target, id, written));
-                EXPECT_TRUE(same(expected, read())) << written;
+                EXPECT_TRUE(set(env, nullptr, target, id, written) && read(env) && same(expected, value))
+                    << written;
             }
-            for (Ven value : family.refused) {
-                expectArgumentFailure(env, set(env, nullptr, target, id, value),
+            for (Ven refused : family.refused) {
+                expectArgumentFailure(env, set(env, nullptr, target, id, refused),
                                       setter + ": " + family.rangeCondition);
-                EXPECT_TRUE(same(family.writes.back().second, read())) << value;
+                EXPECT_TRUE(read(env) && same(family.writes.back().second, value)) << refused;
             }
             const std::string targetCheck = kind.empty() ? "obj != NULL" : "clazz != NULL";
             Ven held = family.writes[0].second;
@@ -168,10 +160,7 @@ class MembersTest : public JvmTest
             EXPECT_TRUE(same(family.writes[0].second, held));
             if constexpr (std::is_same_v<Ven, jobject>) {
                 FaultEnv fault(env);
-                jobject value = nullptr;
-                EXPECT_TRUE(get(&value, fault.env(), nullptr, target, id) &&
-                            get(&value, fault.env(), nullptr, target, id));
-                EXPECT_EQ(1, fault.ledger().live());
+                EXPECT_TRUE(read(fault.env()) && read(fault.env()) && fault.ledger().live() == 1);
             }
         };
         std::string lower = family.type;
@@ -200,7 +189,8 @@ class MembersTest : public JvmTest
                 env->GetMethodID(methods, name.c_str(), sig)};
     }
 
-    // Unchecked: zero, traced under the function's own name; checked: zero, no trace.
+    // Every call function of one result type in the three kinds: the values delivered, zero
+    // after an exception (unchecked: traced under its own name, checked: not), checks in order.
     template <typename Ven, typename Jni> void checkFamily(const CallFamily<Ven, Jni>& family)
     {
         std::string echo = family.type + "Echo";
@@ -212,30 +202,30 @@ class MembersTest : public JvmTest
             TestFrame frame(env, 256);
             auto [obj, clazz, id] = target(kind, echo, family.sig);
             auto call = [&](auto... a) { return callKind(kind, family.calls, a...); };
+            Ven result = family.nonZero;
             for (const auto& [echoed, expected] : family.edges) {
-                Ven result = family.nonZero;
-                EXPECT_EQ(KS_TRUE, call(std::tuple{&result, env, nullptr}, obj, clazz, id, echoed));
-                EXPECT_TRUE(same(expected, result)) << +echoed;
+                EXPECT_TRUE(call(std::tuple{&result, env, nullptr}, obj, clazz, id, echoed) &&
+                            same(expected, result))
+                    << +echoed;
             }
             for (const auto& [thrown, unchecked] : {std::pair{"java.lang.IllegalStateException", true},
                                                     std::pair{"java.io.IOException", false}}) {
                 Trace trace;
-                Ven result = family.nonZero;
+                result = family.nonZero;
                 failWith(thrown);
-                EXPECT_EQ(KS_FALSE, call(std::tuple{&result, env, trace.get()}, obj, clazz, id, argument));
-                EXPECT_TRUE(same(Ven{}, result));
+                EXPECT_TRUE(!call(std::tuple{&result, env, trace.get()}, obj, clazz, id, argument) &&
+                            same(Ven{}, result));
                 ExpectPending(env, thrown, "requested");
-                const std::string line = "[" + name + "()] Exception: " + thrown + ": requested";
-                EXPECT_EQ(unchecked ? std::vector<std::string>{line} : std::vector<std::string>{},
-                          trace.lines());
-                EXPECT_EQ(unchecked, trace.notable() == KS_TRUE);
+                const std::vector<std::string> line{"[" + name + "()] Exception: " + thrown + ": requested"};
+                EXPECT_TRUE(trace.lines() == (unchecked ? line : std::vector<std::string>{}) &&
+                            trace.notable() == unchecked);
             }
             failWith(nullptr);
-            Ven untouched = family.nonZero;
+            result = family.nonZero;
             expectChecksInOrder(env, name, checks, call,
-                                std::tuple{std::tuple{&untouched, env, nullptr}, obj, clazz, id, argument},
+                                std::tuple{std::tuple{&result, env, nullptr}, obj, clazz, id, argument},
                                 {{nullptr, env, nullptr}, nullptr, nullptr, nullptr, argument});
-            EXPECT_TRUE(same(family.nonZero, untouched));
+            EXPECT_TRUE(same(family.nonZero, result));
         }
     }
 
@@ -399,8 +389,8 @@ TEST_F(MembersTest, ObjectVoidAndStringFormsOfEachKind)
             VEN_STEP(KS_FALSE, echoString(nullptr, nullptr, text), "java.lang.IllegalStateException", true),
             VEN_DO(failWith(nullptr))});
         expectArgumentFailure(env, echoString(nullptr, nullptr, text), "venStringToKsString: result != ((void *)0)");
-        expectChecksInOrder(env, voidName, withoutResult(checks), callVoid, std::tuple{std::tuple{env, nullptr}, voidTarget, voidClass, run}, {{env, nullptr}, nullptr, nullptr, nullptr});
-        expectChecksInOrder(env, objectCall, withoutResult(checks), callString, std::tuple{std::tuple{result.out(), env, nullptr}, echoer, echoClass, echo, text},
+        expectChecksInOrder(env, voidName, std::vector<std::string>(checks.begin() + 1, checks.end()), callVoid, std::tuple{std::tuple{env, nullptr}, voidTarget, voidClass, run}, {{env, nullptr}, nullptr, nullptr, nullptr});
+        expectChecksInOrder(env, objectCall, std::vector<std::string>(checks.begin() + 1, checks.end()), callString, std::tuple{std::tuple{result.out(), env, nullptr}, echoer, echoClass, echo, text},
                             {{result.out(), env, nullptr}, nullptr, nullptr, nullptr, text});
         // clang-format on
         EXPECT_EQ("kept", utf8(result));
