@@ -236,81 +236,66 @@ class MembersTest : public JvmTest
     jobject child = nullptr;
 };
 
-TEST_F(MembersTest, EveryTypeConvertsAtItsEdgesAndTestsItsArguments)
+// Every field and call family, then: only JNI_TRUE reads as true (a stored byte of 2 as
+// false); the string forms both ways, null as NULL (the string held released: the frame
+// counts ks objects), refused by the object accessors once the Java string is made (and let
+// go); the lookups storing the ID, or NULL with the error traced.
+TEST_F(MembersTest, EveryFamilyAndTheStringFormsAndLookups)
 {
-    std::apply([&](const auto&... families) { (checkFamily(families), ...); },
-               std::tie(kBooleanFields, kByteFields, kCharFields, kShortFields, kIntFields, kLongFields,
-                        kFloatFields, kDoubleFields));
     jstring text = jstr(env, "text");
-    checkFamily(FieldFamily<jobject>{VEN_FIELD_ROW(Object, "Ljava/lang/Object;"),
-                                     {{nullptr, nullptr}, {text, text}}});
-    // Only JNI_TRUE reads as true: a stored byte of 2 reads as false.
-    FaultEnv fault(env);
-    fault.returnValue<&Entry::GetBooleanField>(2);
-    fault.returnValue<&Entry::GetStaticBooleanField>(2);
-    KS_BOOL value = KS_TRUE, staticValue = KS_TRUE;
-    EXPECT_EQ(KS_TRUE, venGetBooleanField(&value, fault.env(), nullptr, obj,
-                                          env->GetFieldID(clazz, "booleanField", "Z")));
-    EXPECT_EQ(KS_TRUE, venGetStaticBooleanField(&staticValue, fault.env(), nullptr, clazz,
-                                                env->GetStaticFieldID(clazz, "staticBooleanField", "Z")));
-    EXPECT_TRUE(value == KS_FALSE && staticValue == KS_FALSE);
-}
-
-// String forms: both ways, null as NULL (the string held released: the frame counts ks
-// objects); refusals come from the object accessors, the Java string made (and let go) first.
-TEST_F(MembersTest, StringFieldsConvertThroughTheObjectAccessors)
-{
+    std::apply([&](const auto&... families) { (checkFamily(families), ...); },
+               std::forward_as_tuple(kBooleanFields, kByteFields, kCharFields, kShortFields, kIntFields,
+                                     kLongFields, kFloatFields, kDoubleFields, kBooleanCalls, kByteCalls,
+                                     kCharCalls, kShortCalls, kIntCalls, kLongCalls, kFloatCalls,
+                                     kDoubleCalls,
+                                     FieldFamily<jobject>{VEN_FIELD_ROW(Object, "Ljava/lang/Object;"),
+                                                          {{nullptr, nullptr}, {text, text}}}));
     FaultEnv fault(env);
     LeakCheck leaks(fault);
+    fault.returnValue<&Entry::GetBooleanField>(2);
+    fault.returnValue<&Entry::GetStaticBooleanField>(2);
+    KS_BOOL flag = KS_TRUE;
     jfieldID field = env->GetFieldID(clazz, "stringField", "Ljava/lang/String;");
     jfieldID staticField = env->GetStaticFieldID(clazz, "staticStringField", "Ljava/lang/String;");
-    KsRef<ksString> text = ksStr("h\xC3\xA9llo \xF0\x9F\x98\x80");
-    // clang-format off
-    runSteps(env, {
-        VEN_STEP(KS_TRUE, venSetStaticStringField(env, nullptr, clazz, staticField, text), nullptr, units(env, static_cast<jstring>(env->GetStaticObjectField(clazz, staticField))) == u"h\u00E9llo \U0001F600"),
-        VEN_STEP(KS_TRUE, venGetStringField(text.out(), env, nullptr, obj, field), nullptr, utf8(text) == "string"),
-        VEN_STEP(KS_TRUE, venGetStaticStringField(text.out(), env, nullptr, clazz, staticField), nullptr, utf8(text) == "h\xC3\xA9llo \xF0\x9F\x98\x80"),
-        VEN_REFUSED("venStringToKsString: result != ((void *)0)", venGetStringField(nullptr, env, nullptr, obj, field)),
-        VEN_REFUSED("venSetObjectField: obj != NULL", venSetStringField(fault.env(), nullptr, nullptr, field, text)),
-        VEN_REFUSED("venSetStaticObjectField: fieldID != NULL", venSetStaticStringField(fault.env(), nullptr, clazz, nullptr, text)),
-        VEN_REFUSED("venGetObjectField: obj != NULL", venGetStringField(text.out(), env, nullptr, nullptr, field)),
-        VEN_REFUSED("venGetStaticObjectField: fieldID != NULL", venGetStaticStringField(text.out(), env, nullptr, clazz, nullptr)),
-        VEN_STEP(KS_TRUE, venSetStringField(fault.env(), nullptr, obj, field, nullptr), nullptr, fault.calls<&Entry::NewString>() == 2 && leaks.live() == 0 && !env->GetObjectField(obj, field)),
-        VEN_STEP(KS_TRUE, venGetStringField(text.out(), env, nullptr, obj, field), nullptr, text.get() == nullptr)});
-    // clang-format on
-}
-
-// Field and method lookups store the ID, or NULL with the error traced; checks in order.
-TEST_F(MembersTest, LookupsStoreTheIdOrNullAndTestTheirArgumentsInOrder)
-{
-    auto check = [&](const std::string& name, auto lookUp, auto id, jclass in, const char* existing,
-                     const char* otherKind, const char* sig, const std::string& error) {
-        Trace trace;
-        EXPECT_TRUE(lookUp(&id, env, trace.get(), in, existing, sig) && id != nullptr) << name;
-        EXPECT_TRUE(!lookUp(&id, env, trace.get(), in, otherKind, sig) && id == nullptr) << name;
-        ExpectPendingClass(env, error.c_str());
+    KsRef<ksString> string = ksStr("h\xC3\xA9llo \xF0\x9F\x98\x80");
+    jfieldID fieldID = nullptr;
+    jmethodID methodID = nullptr;
+    Trace trace;
+    auto traced = [&](const std::string& head, const char* name) {
         const std::vector<std::string> lines = trace.lines();
-        EXPECT_TRUE(lines.size() == 1 &&
-                    lines[0].starts_with("[" + name + "()] Exception: " + error + ": ") &&
-                    lines[0].find(otherKind) != std::string::npos && trace.notable())
-            << name;
-        expectChecksInOrder(env, name, {"result != NULL", "clazz != NULL", "name != NULL", "sig != NULL"},
-                            lookUp, std::tuple{&id, env, nullptr, in, existing, sig},
-                            {nullptr, env, nullptr, nullptr, nullptr, nullptr});
+        const bool notable = trace.notable();
+        trace.reset();
+        return lines.size() == 1 && lines[0].starts_with(head) && lines[0].find(name) != std::string::npos &&
+               notable;
     };
     // clang-format off
-    check("venGetFieldID", venGetFieldID, jfieldID{}, clazz, "intField", "staticIntField", "I", "java.lang.NoSuchFieldError");
-    check("venGetStaticFieldID", venGetStaticFieldID, jfieldID{}, clazz, "staticIntField", "intField", "I", "java.lang.NoSuchFieldError");
-    check("venGetMethodID", venGetMethodID, jmethodID{}, methods, "intEcho", "staticIntEcho", "(I)I", "java.lang.NoSuchMethodError");
-    check("venGetStaticMethodID", venGetStaticMethodID, jmethodID{}, methods, "staticIntEcho", "intEcho", "(I)I", "java.lang.NoSuchMethodError");
+    runSteps(env, {
+        VEN_STEP(KS_TRUE, venGetBooleanField(&flag, fault.env(), nullptr, obj, env->GetFieldID(clazz, "booleanField", "Z")), nullptr, flag == KS_FALSE && (flag = KS_TRUE)),
+        VEN_STEP(KS_TRUE, venGetStaticBooleanField(&flag, fault.env(), nullptr, clazz, env->GetStaticFieldID(clazz, "staticBooleanField", "Z")), nullptr, flag == KS_FALSE),
+        VEN_STEP(KS_TRUE, venSetStaticStringField(env, nullptr, clazz, staticField, string), nullptr, units(env, static_cast<jstring>(env->GetStaticObjectField(clazz, staticField))) == u"h\u00E9llo \U0001F600"),
+        VEN_STEP(KS_TRUE, venGetStringField(string.out(), env, nullptr, obj, field), nullptr, utf8(string) == "string"),
+        VEN_STEP(KS_TRUE, venGetStaticStringField(string.out(), env, nullptr, clazz, staticField), nullptr, utf8(string) == "h\xC3\xA9llo \xF0\x9F\x98\x80"),
+        VEN_REFUSED("venStringToKsString: result != ((void *)0)", venGetStringField(nullptr, env, nullptr, obj, field)),
+        VEN_REFUSED("venSetObjectField: obj != NULL", venSetStringField(fault.env(), nullptr, nullptr, field, string)),
+        VEN_REFUSED("venSetStaticObjectField: fieldID != NULL", venSetStaticStringField(fault.env(), nullptr, clazz, nullptr, string)),
+        VEN_REFUSED("venGetObjectField: obj != NULL", venGetStringField(string.out(), env, nullptr, nullptr, field)),
+        VEN_REFUSED("venGetStaticObjectField: fieldID != NULL", venGetStaticStringField(string.out(), env, nullptr, clazz, nullptr)),
+        VEN_STEP(KS_TRUE, venSetStringField(fault.env(), nullptr, obj, field, nullptr), nullptr, fault.calls<&Entry::NewString>() == 2 && leaks.live() == 0 && !env->GetObjectField(obj, field)),
+        VEN_STEP(KS_TRUE, venGetStringField(string.out(), env, nullptr, obj, field), nullptr, string.get() == nullptr),
+        VEN_STEP(KS_TRUE, venGetFieldID(&fieldID, env, trace.get(), clazz, "intField", "I"), nullptr, fieldID != nullptr),
+        VEN_STEP(KS_FALSE, venGetFieldID(&fieldID, env, trace.get(), clazz, "staticIntField", "I"), "java.lang.NoSuchFieldError", !fieldID && traced("[venGetFieldID()] Exception: java.lang.NoSuchFieldError: ", "staticIntField")),
+        VEN_STEP(KS_TRUE, venGetStaticFieldID(&fieldID, env, trace.get(), clazz, "staticIntField", "I"), nullptr, fieldID != nullptr),
+        VEN_STEP(KS_FALSE, venGetStaticFieldID(&fieldID, env, trace.get(), clazz, "intField", "I"), "java.lang.NoSuchFieldError", !fieldID && traced("[venGetStaticFieldID()] Exception: java.lang.NoSuchFieldError: ", "intField")),
+        VEN_STEP(KS_TRUE, venGetMethodID(&methodID, env, trace.get(), methods, "intEcho", "(I)I"), nullptr, methodID != nullptr),
+        VEN_STEP(KS_FALSE, venGetMethodID(&methodID, env, trace.get(), methods, "staticIntEcho", "(I)I"), "java.lang.NoSuchMethodError", !methodID && traced("[venGetMethodID()] Exception: java.lang.NoSuchMethodError: ", "staticIntEcho")),
+        VEN_STEP(KS_TRUE, venGetStaticMethodID(&methodID, env, trace.get(), methods, "staticIntEcho", "(I)I"), nullptr, methodID != nullptr),
+        VEN_STEP(KS_FALSE, venGetStaticMethodID(&methodID, env, trace.get(), methods, "intEcho", "(I)I"), "java.lang.NoSuchMethodError", !methodID && traced("[venGetStaticMethodID()] Exception: java.lang.NoSuchMethodError: ", "intEcho"))});
+    const std::vector<std::string> lookUpChecks{"result != NULL", "clazz != NULL", "name != NULL", "sig != NULL"};
+    expectChecksInOrder(env, "venGetFieldID", lookUpChecks, venGetFieldID, std::tuple{&fieldID, env, nullptr, clazz, "intField", "I"}, {nullptr, env, nullptr, nullptr, nullptr, nullptr});
+    expectChecksInOrder(env, "venGetStaticFieldID", lookUpChecks, venGetStaticFieldID, std::tuple{&fieldID, env, nullptr, clazz, "intField", "I"}, {nullptr, env, nullptr, nullptr, nullptr, nullptr});
+    expectChecksInOrder(env, "venGetMethodID", lookUpChecks, venGetMethodID, std::tuple{&methodID, env, nullptr, methods, "intEcho", "(I)I"}, {nullptr, env, nullptr, nullptr, nullptr, nullptr});
+    expectChecksInOrder(env, "venGetStaticMethodID", lookUpChecks, venGetStaticMethodID, std::tuple{&methodID, env, nullptr, methods, "intEcho", "(I)I"}, {nullptr, env, nullptr, nullptr, nullptr, nullptr});
     // clang-format on
-}
-
-TEST_F(MembersTest, EveryResultTypeConvertsAtItsEdgesFailsToZeroAndTestsItsArguments)
-{
-    std::apply([&](const auto&... families) { (checkFamily(families), ...); },
-               std::tie(kBooleanCalls, kByteCalls, kCharCalls, kShortCalls, kIntCalls, kLongCalls,
-                        kFloatCalls, kDoubleCalls));
 }
 
 // Per kind: object results in both forms store the new reference (or NULL, also after a
