@@ -138,9 +138,6 @@ TEST_F(ClassUnitsTest, ListsAndSetsAsCollections)
     KS_INT size = -1;
     KS_BOOL answer = 7;
     Trace trace;
-    auto traced = [&](const std::string& line) {
-        return trace.lines().size() == 1 && trace.lines()[0].starts_with(line) && (trace.reset(), true);
-    };
     // clang-format off
     runSteps(env, {
         VEN_STEP(KS_TRUE, venArrayListNew(&list, f, nullptr) && venArrayListSize(&size, f, nullptr, list), nullptr, size == 0),
@@ -149,9 +146,9 @@ TEST_F(ClassUnitsTest, ListsAndSetsAsCollections)
         VEN_STEP(KS_TRUE, venArrayListSize(&size, f, nullptr, list), nullptr, size == 2),
         VEN_STEP(KS_TRUE, venArrayListGet(&element, f, nullptr, list, 1), nullptr, same<jobject>(second, element) && fault.ledger().live() == 2),
         VEN_STEP(KS_FALSE, venArrayListGet(&element, env, trace.get(), list, 5), "java.lang.IndexOutOfBoundsException",
-                 element == nullptr && traced("[venCallObjectMethod()] Exception: java.lang.IndexOutOfBoundsException")),
+                 element == nullptr && tracedOnce(trace, "[venCallObjectMethod()] Exception: java.lang.IndexOutOfBoundsException")),
         VEN_STEP(KS_FALSE, venArrayListGet(&element, env, trace.get(), list, -1), "java.lang.IndexOutOfBoundsException",
-                 traced("[venCallObjectMethod()] Exception: java.lang.IndexOutOfBoundsException")),
+                 tracedOnce(trace, "[venCallObjectMethod()] Exception: java.lang.IndexOutOfBoundsException")),
         VEN_STEP(KS_TRUE, venCollectionContains(&answer, env, nullptr, set, red), nullptr, answer == KS_FALSE),
         VEN_STEP(KS_TRUE, venCollectionAdd(&answer, env, nullptr, set, red), nullptr, answer == KS_TRUE),
         VEN_STEP(KS_TRUE, venCollectionContains(&answer, env, nullptr, set, red), nullptr, answer == KS_TRUE),

@@ -59,17 +59,13 @@ struct Step {
     std::string pending;
     std::function<bool()> after;
 };
-inline std::string pendingText(const char* text)
-{
-    return text != nullptr ? text : "";
-}
-inline std::string pendingText(std::string text)
-{
-    return text;
-}
+struct Pending {
+    static std::string text(const char* text) { return text != nullptr ? text : ""; }
+    static std::string text(std::string text) { return text; }
+};
 #define VEN_STEP(result, call, pending, after)                                                               \
     Step(                                                                                                    \
-        #call, result, [&] { return call; }, pendingText(pending), [&] { return after; })
+        #call, result, [&] { return call; }, Pending::text(pending), [&] { return after; })
 #define VEN_REFUSED(message, call) VEN_STEP(KS_FALSE, call, message, true)
 #define VEN_DO(statement) VEN_STEP(KS_TRUE, (statement, KS_TRUE), "", true)
 inline void runSteps(JNIEnv* env, const std::vector<Step>& steps)
@@ -87,6 +83,14 @@ inline void runSteps(JNIEnv* env, const std::vector<Step>& steps)
         }
         EXPECT_TRUE(step.after());
     }
+}
+
+// Whether `trace` holds one line, beginning with `head` (or equal to it); the trace is emptied.
+inline bool tracedOnce(Trace& trace, const std::string& head, bool exact = false)
+{
+    const std::vector<std::string> lines = trace.lines();
+    trace.reset();
+    return lines.size() == 1 && (exact ? lines[0] == head : lines[0].starts_with(head));
 }
 
 // The arguments that differ between `good` and `bad` are tested in order: call k passes

@@ -261,13 +261,6 @@ TEST_F(MembersTest, EveryFamilyAndTheStringFormsAndLookups)
     jfieldID fieldID = nullptr;
     jmethodID methodID = nullptr;
     Trace trace;
-    auto traced = [&](const std::string& head, const char* name) {
-        const std::vector<std::string> lines = trace.lines();
-        const bool notable = trace.notable();
-        trace.reset();
-        return lines.size() == 1 && lines[0].starts_with(head) && lines[0].find(name) != std::string::npos &&
-               notable;
-    };
     // clang-format off
     runSteps(env, {
         VEN_STEP(KS_TRUE, venGetBooleanField(&flag, fault.env(), nullptr, obj, env->GetFieldID(clazz, "booleanField", "Z")), nullptr, flag == KS_FALSE && (flag = KS_TRUE)),
@@ -283,13 +276,13 @@ TEST_F(MembersTest, EveryFamilyAndTheStringFormsAndLookups)
         VEN_STEP(KS_TRUE, venSetStringField(fault.env(), nullptr, obj, field, nullptr), nullptr, fault.calls<&Entry::NewString>() == 2 && leaks.live() == 0 && !env->GetObjectField(obj, field)),
         VEN_STEP(KS_TRUE, venGetStringField(string.out(), env, nullptr, obj, field), nullptr, string.get() == nullptr),
         VEN_STEP(KS_TRUE, venGetFieldID(&fieldID, env, trace.get(), clazz, "intField", "I"), nullptr, fieldID != nullptr),
-        VEN_STEP(KS_FALSE, venGetFieldID(&fieldID, env, trace.get(), clazz, "staticIntField", "I"), "java.lang.NoSuchFieldError", !fieldID && traced("[venGetFieldID()] Exception: java.lang.NoSuchFieldError: ", "staticIntField")),
+        VEN_STEP(KS_FALSE, venGetFieldID(&fieldID, env, trace.get(), clazz, "staticIntField", "I"), "java.lang.NoSuchFieldError", !fieldID && trace.notable() && tracedOnce(trace, "[venGetFieldID()] Exception: java.lang.NoSuchFieldError: ")),
         VEN_STEP(KS_TRUE, venGetStaticFieldID(&fieldID, env, trace.get(), clazz, "staticIntField", "I"), nullptr, fieldID != nullptr),
-        VEN_STEP(KS_FALSE, venGetStaticFieldID(&fieldID, env, trace.get(), clazz, "intField", "I"), "java.lang.NoSuchFieldError", !fieldID && traced("[venGetStaticFieldID()] Exception: java.lang.NoSuchFieldError: ", "intField")),
+        VEN_STEP(KS_FALSE, venGetStaticFieldID(&fieldID, env, trace.get(), clazz, "intField", "I"), "java.lang.NoSuchFieldError", !fieldID && trace.notable() && tracedOnce(trace, "[venGetStaticFieldID()] Exception: java.lang.NoSuchFieldError: ")),
         VEN_STEP(KS_TRUE, venGetMethodID(&methodID, env, trace.get(), methods, "intEcho", "(I)I"), nullptr, methodID != nullptr),
-        VEN_STEP(KS_FALSE, venGetMethodID(&methodID, env, trace.get(), methods, "staticIntEcho", "(I)I"), "java.lang.NoSuchMethodError", !methodID && traced("[venGetMethodID()] Exception: java.lang.NoSuchMethodError: ", "staticIntEcho")),
+        VEN_STEP(KS_FALSE, venGetMethodID(&methodID, env, trace.get(), methods, "staticIntEcho", "(I)I"), "java.lang.NoSuchMethodError", !methodID && trace.notable() && tracedOnce(trace, "[venGetMethodID()] Exception: java.lang.NoSuchMethodError: ")),
         VEN_STEP(KS_TRUE, venGetStaticMethodID(&methodID, env, trace.get(), methods, "staticIntEcho", "(I)I"), nullptr, methodID != nullptr),
-        VEN_STEP(KS_FALSE, venGetStaticMethodID(&methodID, env, trace.get(), methods, "intEcho", "(I)I"), "java.lang.NoSuchMethodError", !methodID && traced("[venGetStaticMethodID()] Exception: java.lang.NoSuchMethodError: ", "intEcho"))});
+        VEN_STEP(KS_FALSE, venGetStaticMethodID(&methodID, env, trace.get(), methods, "intEcho", "(I)I"), "java.lang.NoSuchMethodError", !methodID && trace.notable() && tracedOnce(trace, "[venGetStaticMethodID()] Exception: java.lang.NoSuchMethodError: "))});
     const std::vector<std::string> lookUpChecks{"result != NULL", "clazz != NULL", "name != NULL", "sig != NULL"};
     expectChecksInOrder(env, "venGetFieldID", lookUpChecks, venGetFieldID, std::tuple{&fieldID, env, nullptr, clazz, "intField", "I"}, {nullptr, env, nullptr, nullptr, nullptr, nullptr});
     expectChecksInOrder(env, "venGetStaticFieldID", lookUpChecks, venGetStaticFieldID, std::tuple{&fieldID, env, nullptr, clazz, "intField", "I"}, {nullptr, env, nullptr, nullptr, nullptr, nullptr});
@@ -344,18 +337,17 @@ TEST_F(MembersTest, ObjectVoidAndStringFormsOfEachKind)
         auto callVoid = [&](auto... a) { return callKind(kind, VEN_CALLS(Void), a...); };
         auto callString = [&](auto... a) { return callKind(kind, VEN_CALLS(String), a...); };
         auto echoString = [&](ksString** r, lgStream* t, jobject a) { return callString(std::tuple{r, env, t}, echoer, echoClass, echo, a); };
-        auto traced = [&](const std::string& line) { return trace.lines() == std::vector<std::string>{line} && (trace.reset(), true); };
         auto ran = [&] { return 1 == (kind == Kind::Static ? env->GetStaticIntField(childClass, env->GetStaticFieldID(childClass, counter, "I")) : env->GetIntField(child, env->GetFieldID(childClass, counter, "I"))); };
         runSteps(env, {
             VEN_STEP(KS_TRUE, callVoid(std::tuple{env, trace.get()}, voidTarget, voidClass, run), nullptr, ran() && trace.lines().empty()),
             VEN_DO(failWith("java.lang.OutOfMemoryError")),
-            VEN_STEP(KS_FALSE, callVoid(std::tuple{env, trace.get()}, voidTarget, voidClass, run), "java.lang.OutOfMemoryError", traced("[" + voidName + "()] Exception: java.lang.OutOfMemoryError: requested")),
+            VEN_STEP(KS_FALSE, callVoid(std::tuple{env, trace.get()}, voidTarget, voidClass, run), "java.lang.OutOfMemoryError", tracedOnce(trace, "[" + voidName + "()] Exception: java.lang.OutOfMemoryError: requested", true)),
             VEN_DO(failWith(nullptr)),
             VEN_STEP(KS_TRUE, echoString(result.out(), nullptr, text), nullptr, utf8(result) == "h\xC3\xA9llo \xF0\x9F\x98\x80"),
             VEN_STEP(KS_TRUE, echoString(result.out(), nullptr, nullptr), nullptr, result.get() == nullptr),
             VEN_DO(result = ksStr("kept")),
             VEN_DO(failWith("java.lang.IllegalStateException")),
-            VEN_STEP(KS_FALSE, echoString(result.out(), trace.get(), text), "java.lang.IllegalStateException", traced("[" + objectCall + "()] Exception: java.lang.IllegalStateException: requested")),
+            VEN_STEP(KS_FALSE, echoString(result.out(), trace.get(), text), "java.lang.IllegalStateException", tracedOnce(trace, "[" + objectCall + "()] Exception: java.lang.IllegalStateException: requested", true)),
             VEN_STEP(KS_FALSE, echoString(nullptr, nullptr, text), "java.lang.IllegalStateException", true),
             VEN_DO(failWith(nullptr)),
             VEN_REFUSED("venStringToKsString: result != ((void *)0)", echoString(nullptr, nullptr, text))});
