@@ -95,57 +95,46 @@ TEST_F(ArraysTest, EveryElementTypeCreatesPinsReleasesAndCopiesRegions)
                std::tie(kBooleans, kBytes, kChars, kShorts, kInts, kLongs, kFloats, kDoubles));
 }
 
-// The copy flag is true only for JNI_TRUE and false after a failed pin; failed calls are
-// traced, and a failed creation stores NULL after deleting the reference held.
-TEST_F(ArraysTest, CopyFlagAndFailedCalls)
+// The copy flag is true only for JNI_TRUE, false after a failed pin; failed calls are
+// traced, a failed creation storing NULL after deleting the reference held. Object arrays
+// store NULL as null and trace a bad index or class; a negative length is refused before a
+// NULL class. The critical pair pins; its refused releases give nothing back.
+TEST_F(ArraysTest, CopyFlagFailuresObjectArraysAndTheCriticalPair)
 {
     FaultEnv fault(env);
     LeakCheck leaks(fault);
-    jintArray array = env->NewIntArray(2);
     jboolean flag = JNI_FALSE;
     fault.override<&Entry::GetIntArrayElements>([&](JNIEnv* real, jintArray a, jboolean* copy) {
         *copy = flag;
         return real->GetIntArrayElements(a, nullptr);
     });
-    jint* elements = nullptr;
-    jlongArray longs = nullptr;
-    KS_BOOL isCopy = 7;
-    Trace trace;
-    const std::string injected = "Exception: java.lang.OutOfMemoryError: injected by FaultEnv";
-    // clang-format off
-    runSteps(env, {
-        VEN_STEP(KS_TRUE, venGetIntArrayElements(&elements, fault.env(), nullptr, array, &isCopy), nullptr, isCopy == KS_FALSE && (flag = JNI_TRUE)),
-        VEN_STEP(KS_TRUE, venReleaseIntArrayElements(env, nullptr, array, elements, JNI_ABORT) && venGetIntArrayElements(&elements, fault.env(), nullptr, array, &isCopy), nullptr, isCopy == KS_TRUE && (flag = 2)),
-        VEN_STEP(KS_TRUE, venReleaseIntArrayElements(env, nullptr, array, elements, JNI_ABORT) && venGetIntArrayElements(&elements, fault.env(), nullptr, array, &isCopy), nullptr, isCopy == KS_FALSE),
-        VEN_STEP(KS_TRUE, venReleaseIntArrayElements(env, nullptr, array, elements, JNI_ABORT), nullptr, (isCopy = KS_TRUE)),
-        VEN_DO(fault.raiseOutOfMemory<&Entry::GetIntArrayElements>()),
-        VEN_STEP(KS_FALSE, venGetIntArrayElements(&elements, fault.env(), trace.get(), array, &isCopy), "java.lang.OutOfMemoryError", elements == nullptr && isCopy == KS_FALSE),
-        VEN_STEP(KS_TRUE, venNewLongArray(&longs, fault.env(), nullptr, 1), nullptr, longs != nullptr),
-        VEN_DO(fault.raiseOutOfMemory<&Entry::NewLongArray>()),
-        VEN_STEP(KS_FALSE, venNewLongArray(&longs, fault.env(), trace.get(), 1), "java.lang.OutOfMemoryError", longs == nullptr && leaks.live() == 0 &&
-                 (trace.lines() == std::vector<std::string>{"[venGetIntArrayElements()] " + injected, "[venNewLongArray()] " + injected}))});
-    // clang-format on
-}
-
-// Object arrays: a NULL value is stored as null, a bad index or a value of the wrong class
-// is traced, a negative length refused before a NULL class. The critical pair pins, and
-// its refused releases give nothing back: none of them reaches JNI.
-TEST_F(ArraysTest, ObjectArraysLengthAndTheCriticalPair)
-{
-    FaultEnv fault(env);
     jclass stringClass = findClass(env, "java/lang/String");
     jstring initial = jstr(env, "initial");
-    jobjectArray array = nullptr;
     jintArray ints = env->NewIntArray(3);
     const jint values[] = {-1, INT32_MIN, 7};
     env->SetIntArrayRegion(ints, 0, 3, values);
+    jint* elements = nullptr;
+    jlongArray longs = nullptr;
+    jobjectArray array = nullptr;
     jint last = 0;
     KS_INT length = -1;
     void* carray = nullptr;
-    jboolean isCopy = 7;
+    KS_BOOL isCopy = 7;
+    jboolean jniIsCopy = 7;
     Trace trace;
     // clang-format off
+    const std::string injected = "Exception: java.lang.OutOfMemoryError: injected by FaultEnv";
     runSteps(env, {
+        VEN_STEP(KS_TRUE, venGetIntArrayElements(&elements, fault.env(), nullptr, ints, &isCopy), nullptr, isCopy == KS_FALSE && (flag = JNI_TRUE)),
+        VEN_STEP(KS_TRUE, venReleaseIntArrayElements(env, nullptr, ints, elements, JNI_ABORT) && venGetIntArrayElements(&elements, fault.env(), nullptr, ints, &isCopy), nullptr, isCopy == KS_TRUE && (flag = 2)),
+        VEN_STEP(KS_TRUE, venReleaseIntArrayElements(env, nullptr, ints, elements, JNI_ABORT) && venGetIntArrayElements(&elements, fault.env(), nullptr, ints, &isCopy), nullptr, isCopy == KS_FALSE),
+        VEN_STEP(KS_TRUE, venReleaseIntArrayElements(env, nullptr, ints, elements, JNI_ABORT), nullptr, (isCopy = KS_TRUE)),
+        VEN_DO(fault.raiseOutOfMemory<&Entry::GetIntArrayElements>()),
+        VEN_STEP(KS_FALSE, venGetIntArrayElements(&elements, fault.env(), trace.get(), ints, &isCopy), "java.lang.OutOfMemoryError", elements == nullptr && isCopy == KS_FALSE),
+        VEN_STEP(KS_TRUE, venNewLongArray(&longs, fault.env(), nullptr, 1), nullptr, longs != nullptr),
+        VEN_DO(fault.raiseOutOfMemory<&Entry::NewLongArray>()),
+        VEN_STEP(KS_FALSE, venNewLongArray(&longs, fault.env(), trace.get(), 1), "java.lang.OutOfMemoryError", longs == nullptr && leaks.live() == 0 &&
+                 (trace.lines() == std::vector<std::string>{"[venGetIntArrayElements()] " + injected, "[venNewLongArray()] " + injected}) && (trace.reset(), true)),
         VEN_STEP(KS_TRUE, venGetArrayLength(&length, env, nullptr, ints), nullptr, length == 3),
         VEN_REFUSED("venNewObjectArray: VEN_KS_INT_TO_JSIZE_CONV_OK( length )", venNewObjectArray(&array, env, nullptr, kBeyondJsize, nullptr, nullptr)),
         VEN_STEP(KS_TRUE, venNewObjectArray(&array, env, nullptr, 2, stringClass, initial), nullptr, same<jobject>(initial, env->GetObjectArrayElement(array, 1))),
@@ -153,20 +142,19 @@ TEST_F(ArraysTest, ObjectArraysLengthAndTheCriticalPair)
         VEN_STEP(KS_FALSE, venSetObjectArrayElement(env, trace.get(), array, 2, initial), "java.lang.ArrayIndexOutOfBoundsException", tracedOnce(trace, "[venSetObjectArrayElement()] Exception: java.lang.ArrayIndexOutOfBoundsException")),
         VEN_STEP(KS_FALSE, venSetObjectArrayElement(env, trace.get(), array, 0, newInstance(env, "java/lang/Object")), "java.lang.ArrayStoreException", tracedOnce(trace, "[venSetObjectArrayElement()] Exception: java.lang.ArrayStoreException")),
         VEN_REFUSED("venReleasePrimitiveArrayCritical: " + kModeCondition, venReleasePrimitiveArrayCritical(fault.env(), nullptr, ints, &last, -1)),
-        VEN_STEP(KS_TRUE, venGetPrimitiveArrayCritical(&carray, fault.env(), nullptr, ints, &isCopy), nullptr,
-                 (isCopy == JNI_TRUE || isCopy == JNI_FALSE) && std::memcmp(values, carray, sizeof values) == 0 && (static_cast<jint*>(carray)[2] = 8)),
+        VEN_STEP(KS_TRUE, venGetPrimitiveArrayCritical(&carray, fault.env(), nullptr, ints, &jniIsCopy), nullptr,
+                 (jniIsCopy == JNI_TRUE || jniIsCopy == JNI_FALSE) && std::memcmp(values, carray, sizeof values) == 0 && (static_cast<jint*>(carray)[2] = 8)),
         VEN_STEP(KS_TRUE, venReleasePrimitiveArrayCritical(fault.env(), nullptr, ints, carray, 0), nullptr, fault.calls<&Entry::ReleasePrimitiveArrayCritical>() == 1),
         VEN_DO(env->GetIntArrayRegion(ints, 2, 1, &last)),
-        VEN_STEP(KS_TRUE, venGetArrayLength(&length, env, nullptr, array), nullptr, length == 2 && last == 8)});
-    isCopy = 7;
+        VEN_STEP(KS_TRUE, venGetArrayLength(&length, env, nullptr, array), nullptr, length == 2 && last == 8 && (jniIsCopy = 7))});
     expectChecksInOrder(env, "venGetArrayLength", {"result != NULL", "array != NULL"}, venGetArrayLength, std::tuple{&length, env, nullptr, static_cast<jarray>(ints)}, {nullptr, env, nullptr, nullptr});
     expectChecksInOrder(env, "venNewObjectArray", {"result != NULL", "length >= 0", "elementClass != NULL"}, venNewObjectArray, std::tuple{&array, env, nullptr, KS_INT{1}, stringClass, nullptr}, {nullptr, env, nullptr, -1, nullptr, nullptr});
     expectChecksInOrder(env, "venSetObjectArrayElement", {"array != NULL", "VEN_KS_INT_TO_JSIZE_CONV_OK( index )"}, venSetObjectArrayElement, std::tuple{env, nullptr, array, KS_INT{0}, nullptr}, {env, nullptr, nullptr, kBeyondJsize, nullptr});
-    expectChecksInOrder(env, "venGetPrimitiveArrayCritical", {"result != NULL", "array != NULL"}, venGetPrimitiveArrayCritical, std::tuple{&carray, env, nullptr, static_cast<jarray>(ints), &isCopy}, {nullptr, env, nullptr, nullptr, &isCopy});
+    expectChecksInOrder(env, "venGetPrimitiveArrayCritical", {"result != NULL", "array != NULL"}, venGetPrimitiveArrayCritical, std::tuple{&carray, env, nullptr, static_cast<jarray>(ints), &jniIsCopy}, {nullptr, env, nullptr, nullptr, &jniIsCopy});
     expectChecksInOrder(env, "venReleasePrimitiveArrayCritical", {"array != NULL", "carray != NULL", kModeCondition}, venReleasePrimitiveArrayCritical,
                         std::tuple{fault.env(), nullptr, static_cast<jarray>(ints), static_cast<void*>(&last), 0}, {fault.env(), nullptr, nullptr, nullptr, 3});
     // clang-format on
-    EXPECT_TRUE(isCopy == 7 && length == 2 && fault.calls<&Entry::ReleasePrimitiveArrayCritical>() == 1);
+    EXPECT_TRUE(jniIsCopy == 7 && length == 2 && fault.calls<&Entry::ReleasePrimitiveArrayCritical>() == 1);
 }
 
 using BridgesTest = JvmTest;
@@ -338,46 +326,49 @@ TEST_F(BridgesTest, BuffersAndArraysBothWays)
                             [](const std::string& entry) { return entry == "ExceptionCheck"; }));
 }
 
-// The copies write the smaller of both lengths, widened, and give the elements back
-// without copying back; a failed pin writes nothing.
-template <typename Target, typename Array, auto Pin, auto Release>
-void checkCopy(JNIEnv* env, KS_BOOL (*copy)(Target*, JNIEnv*, lgStream*, Array, KS_INT), Array array,
-               const std::array<Target, 4>& expected)
-{
-    for (KS_INT length : {10, 4, 2, 0}) {
-        FaultEnv fault(env);
-        jint releaseMode = -1;
-        fault.override<Release>([&](JNIEnv* real, Array a, auto* elements, jint mode) {
-            (real->functions->*Release)(real, a, elements, releaseMode = mode);
-        });
-        std::array<Target, 12> result;
-        result.fill(99);
-        ASSERT_EQ(KS_TRUE, copy(result.data(), fault.env(), nullptr, array, length));
-        for (std::size_t i = 0; i < result.size(); ++i) {
-            EXPECT_TRUE(same(i < std::min<std::size_t>(length, 4) ? expected[i] : 99, result[i]))
-                << length << " " << i;
-        }
-        EXPECT_TRUE(fault.calls<Pin>() == 1 && releaseMode == JNI_ABORT && fault.ledger().live() == 0);
-        fault.raiseOutOfMemory<Pin>();
-        EXPECT_TRUE(!copy(result.data(), fault.env(), nullptr, array, 1) &&
-                    same(length > 0 ? expected[0] : 99, result[0]));
-        ExpectPendingClass(env, "java.lang.OutOfMemoryError");
-    }
-}
-
+// The copies write the smaller of both lengths, widened, pinning once and giving the
+// elements back without copying back (JNI_ABORT); a failed pin writes nothing.
 TEST_F(BridgesTest, CopiesFillTheSmallerOfBothLengthsWidened)
 {
-    const std::array<KS_INT, 4> ints{-1, INT32_MIN, INT32_MAX, 7};
-    const std::array<double, 4> doubles{-0.0, 0.1, std::numeric_limits<double>::infinity(), -2.5};
-    jintArray intArray = env->NewIntArray(4);
-    jdoubleArray doubleArray = env->NewDoubleArray(4);
+    FaultEnv fault(env);
+    jint modes[2] = {};
+    fault.override<&Entry::ReleaseIntArrayElements>([&](JNIEnv* real, jintArray a, jint* e, jint mode) {
+        real->ReleaseIntArrayElements(a, e, modes[0] = mode);
+    });
+    fault.override<&Entry::ReleaseDoubleArrayElements>(
+        [&](JNIEnv* real, jdoubleArray a, jdouble* e, jint mode) {
+            real->ReleaseDoubleArrayElements(a, e, modes[1] = mode);
+        });
     const jint intValues[] = {-1, INT32_MIN, INT32_MAX, 7};
-    env->SetIntArrayRegion(intArray, 0, 4, intValues);
-    env->SetDoubleArrayRegion(doubleArray, 0, 4, doubles.data());
-    checkCopy<KS_INT, jintArray, &Entry::GetIntArrayElements, &Entry::ReleaseIntArrayElements>(
-        env, venCopyIntArrayElements, intArray, ints);
-    checkCopy<double, jdoubleArray, &Entry::GetDoubleArrayElements, &Entry::ReleaseDoubleArrayElements>(
-        env, venCopyDoubleArrayElements, doubleArray, doubles);
+    const jdouble doubleValues[] = {-0.0, 0.1, std::numeric_limits<double>::infinity(), -2.5};
+    jintArray ints = env->NewIntArray(4);
+    jdoubleArray doubles = env->NewDoubleArray(4);
+    env->SetIntArrayRegion(ints, 0, 4, intValues);
+    env->SetDoubleArrayRegion(doubles, 0, 4, doubleValues);
+    std::array<KS_INT, 6> intCopy{};
+    std::array<double, 6> doubleCopy{};
+    // The first `n` copied, the rest as filled before; then refilled with 99 for the next row.
+    auto copied = [&](std::size_t n) {
+        bool ok = modes[0] == JNI_ABORT && modes[1] == JNI_ABORT && fault.ledger().live() == 0;
+        for (std::size_t i = 0; i < 6; ++i) {
+            ok = ok && same<KS_INT>(i < n ? intValues[i] : 99, intCopy[i]) &&
+                 same<double>(i < n ? doubleValues[i] : 99, doubleCopy[i]);
+        }
+        intCopy.fill(99), doubleCopy.fill(99), modes[0] = modes[1] = -1;
+        return ok;
+    };
+    copied(0);
+    // clang-format off
+    auto copy = [&](KS_INT length) { return venCopyIntArrayElements(intCopy.data(), fault.env(), nullptr, ints, length) && venCopyDoubleArrayElements(doubleCopy.data(), fault.env(), nullptr, doubles, length); };
+    runSteps(env, {
+        VEN_STEP(KS_TRUE, copy(10), nullptr, copied(4)),
+        VEN_STEP(KS_TRUE, copy(4), nullptr, copied(4)),
+        VEN_STEP(KS_TRUE, copy(2), nullptr, copied(2)),
+        VEN_STEP(KS_TRUE, copy(0), nullptr, copied(0) && fault.calls<&Entry::GetIntArrayElements>() == 4 && fault.calls<&Entry::GetDoubleArrayElements>() == 4),
+        VEN_DO((fault.raiseOutOfMemory<&Entry::GetIntArrayElements>(), fault.raiseOutOfMemory<&Entry::GetDoubleArrayElements>())),
+        VEN_STEP(KS_FALSE, venCopyIntArrayElements(intCopy.data(), fault.env(), nullptr, ints, 1), "java.lang.OutOfMemoryError", intCopy[0] == 99),
+        VEN_STEP(KS_FALSE, venCopyDoubleArrayElements(doubleCopy.data(), fault.env(), nullptr, doubles, 1), "java.lang.OutOfMemoryError", doubleCopy[0] == 99)});
+    // clang-format on
 }
 
 } // namespace
