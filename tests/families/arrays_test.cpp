@@ -157,25 +157,23 @@ TEST_F(ArraysTest, CopyFlagFailuresObjectArraysAndTheCriticalPair)
     EXPECT_TRUE(jniIsCopy == 7 && length == 2 && fault.calls<&Entry::ReleasePrimitiveArrayCritical>() == 1);
 }
 
-using BridgesTest = JvmTest;
-
-std::vector<jbyte> bytesOf(JNIEnv* env, jbyteArray array)
-{
-    std::vector<jbyte> bytes(static_cast<std::size_t>(env->GetArrayLength(array)));
-    env->GetByteArrayRegion(array, 0, static_cast<jsize>(bytes.size()), bytes.data());
-    return bytes;
-}
-
-std::vector<jbyte> bytesOf(const ksBuffer* buffer)
-{
-    const auto* bytes = static_cast<const jbyte*>(ksBufferBacking(buffer));
-    return {bytes, bytes + ksBufferLength(buffer)};
-}
-
-KsRef<ksBuffer> bufferOf(const char* bytes, KS_INT length)
-{
-    return KsRef<ksBuffer>{ksBufferCreateFromBytesCopy(bytes, length)};
-}
+struct BridgesTest : JvmTest {
+    std::vector<jbyte> bytesOf(jbyteArray array)
+    {
+        std::vector<jbyte> bytes(static_cast<std::size_t>(env->GetArrayLength(array)));
+        env->GetByteArrayRegion(array, 0, static_cast<jsize>(bytes.size()), bytes.data());
+        return bytes;
+    }
+    static std::vector<jbyte> bytesOf(const ksBuffer* buffer)
+    {
+        const auto* bytes = static_cast<const jbyte*>(ksBufferBacking(buffer));
+        return {bytes, bytes + ksBufferLength(buffer)};
+    }
+    static KsRef<ksBuffer> bufferOf(const char* bytes, KS_INT length)
+    {
+        return KsRef<ksBuffer>{ksBufferCreateFromBytesCopy(bytes, length)};
+    }
+};
 
 // Each bridge's own conditions in order, then the first condition of the call it makes;
 // a refused call leaves its out-parameter alone, and a length beyond jsize allocates nothing.
@@ -302,17 +300,17 @@ TEST_F(BridgesTest, BuffersAndArraysBothWays)
     Trace trace;
     // clang-format off
     runSteps(env, {
-        VEN_STEP(KS_TRUE, venNewByteArrayFromBuffer(&bytes, f, nullptr, bufferOf("\x01\xFF\x7F", 3)), nullptr, (bytesOf(env, bytes) == std::vector<jbyte>{1, -1, 127})),
+        VEN_STEP(KS_TRUE, venNewByteArrayFromBuffer(&bytes, f, nullptr, bufferOf("\x01\xFF\x7F", 3)), nullptr, (bytesOf(bytes) == std::vector<jbyte>{1, -1, 127})),
         VEN_STEP(KS_TRUE, venNewByteArrayFromBuffer(&bytes, f, nullptr, bufferOf("", 0)), nullptr, env->GetArrayLength(bytes) == 0),
         VEN_STEP(KS_TRUE, venNewDoubleArrayOf(&doubles, f, nullptr, values, 4), nullptr, doublesAre({values, values + 4})),
         VEN_STEP(KS_TRUE, venNewDoubleArrayOf(&doubles, f, nullptr, values, 0), nullptr, doublesAre({}) && fault.ledger().live() == 2),
-        VEN_STEP(KS_FALSE, (fault.raiseOutOfMemory<&Entry::SetByteArrayRegion>(), venNewByteArrayFromBuffer(&bytes, f, nullptr, bufferOf("abc", 3))), "java.lang.OutOfMemoryError", (bytesOf(env, bytes) == std::vector<jbyte>{0, 0, 0})),
+        VEN_STEP(KS_FALSE, (fault.raiseOutOfMemory<&Entry::SetByteArrayRegion>(), venNewByteArrayFromBuffer(&bytes, f, nullptr, bufferOf("abc", 3))), "java.lang.OutOfMemoryError", (bytesOf(bytes) == std::vector<jbyte>{0, 0, 0})),
         VEN_STEP(KS_FALSE, (fault.raiseOutOfMemory<&Entry::GetDoubleArrayElements>(), venNewDoubleArrayOf(&doubles, f, nullptr, values, 2)), "java.lang.OutOfMemoryError", doublesAre({0.0, 0.0})),
         VEN_STEP(KS_TRUE, venGetByteArrayRegionAsBuffer(buffer.out(), env, nullptr, array, 1, 2), nullptr, (bytesOf(buffer) == std::vector<jbyte>{-20, 30})),
         VEN_STEP(KS_TRUE, venGetByteArrayRegionAsBuffer(buffer.out(), env, nullptr, array, 5, 0), nullptr, ksBufferLength(buffer) == 0 && (kept = buffer.get())),
         VEN_STEP(KS_FALSE, venGetByteArrayRegionAsBuffer(buffer.out(), env, trace.get(), array, 4, 2), "java.lang.ArrayIndexOutOfBoundsException",
                  buffer.get() == kept && tracedOnce(trace, "[venGetByteArrayRegion()] Exception: java.lang.ArrayIndexOutOfBoundsException")),
-        VEN_STEP(KS_TRUE, venGetPrimitiveArrayAsKsBuffer(buffer.out(), f, nullptr, array), nullptr, bytesOf(buffer) == bytesOf(env, array) &&
+        VEN_STEP(KS_TRUE, venGetPrimitiveArrayAsKsBuffer(buffer.out(), f, nullptr, array), nullptr, bytesOf(buffer) == bytesOf(array) &&
                  bytesOf(buffer) == std::vector<jbyte>(five, five + 5) && ksObjRefCount(buffer.get()) == 1 && leaks.live() == 2),
         VEN_STEP(KS_TRUE, venGetPrimitiveArrayAsKsBuffer(buffer.out(), env, nullptr, ints), nullptr, (bytesOf(buffer) == std::vector<jbyte>{1, 2})),
         VEN_STEP(KS_TRUE, venGetPrimitiveArrayAsKsBuffer(buffer.out(), env, nullptr, env->NewBooleanArray(0)), nullptr, ksBufferLength(buffer) == 0 && (kept = buffer.get())),

@@ -346,12 +346,6 @@ TEST_F(MembersTest, ObjectVoidAndStringFormsOfEachKind)
         // clang-format on
         EXPECT_EQ("kept", utf8(result));
     }
-    // Several arguments of different types arrive in order.
-    KsRef<ksString> joined;
-    jmethodID join = env->GetMethodID(methods, "join", "(IJDLjava/lang/String;)Ljava/lang/String;");
-    EXPECT_TRUE(venCallStringMethod(joined.out(), env, nullptr, parent, join, jint{1}, jlong{INT64_MIN}, 3.5,
-                                    jstr(env, "x")) &&
-                utf8(joined) == "1,-9223372036854775808,3.5,x");
 }
 
 } // namespace
