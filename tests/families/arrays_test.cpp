@@ -1,10 +1,9 @@
-// Arrays through the integration layer: the five functions of every primitive element type
-// driven through one table row per type (creation, pinning and release modes, region
-// bounds), then the object arrays, the length and the critical pair.
+// Arrays through the integration layer and the bridges built on them: the five functions of
+// every primitive element type through one table row per type, the object arrays, the length
+// and the critical pair; each bridge's success and failure paths, its own argument texts
+// (three differ from the exported names), and the local references it leaves behind.
 #include <array>
-#include <cfloat>
 #include <cstdint>
-#include <functional>
 #include <limits>
 
 #include "families_test.hpp"
@@ -24,277 +23,350 @@ template <typename Element, typename Array> struct ArrayFamily {
     std::array<Element, 3> sample; // distinct values, passed through unconverted
 };
 
-#define VEN_ARRAY_ROW(Type)                                                                                  \
-#Type, venNew##Type##Array, venGet##Type##ArrayElements, venRelease##Type##ArrayElements,                \
-        venGet##Type##ArrayRegion, venSet##Type##ArrayRegion
-
-const ArrayFamily<jboolean, jbooleanArray> kBooleans{VEN_ARRAY_ROW(Boolean),
-                                                     {{JNI_TRUE, JNI_FALSE, JNI_TRUE}}};
+// clang-format off
+#define VEN_ARRAY_ROW(Type) #Type, venNew##Type##Array, venGet##Type##ArrayElements, venRelease##Type##ArrayElements, \
+    venGet##Type##ArrayRegion, venSet##Type##ArrayRegion
+const ArrayFamily<jboolean, jbooleanArray> kBooleans{VEN_ARRAY_ROW(Boolean), {{JNI_TRUE, JNI_FALSE, JNI_TRUE}}};
 const ArrayFamily<jbyte, jbyteArray> kBytes{VEN_ARRAY_ROW(Byte), {{-128, 127, -1}}};
 const ArrayFamily<jchar, jcharArray> kChars{VEN_ARRAY_ROW(Char), {{0xD83D, 0xFFFF, 0}}};
 const ArrayFamily<jshort, jshortArray> kShorts{VEN_ARRAY_ROW(Short), {{-32768, 32767, -1}}};
 const ArrayFamily<jint, jintArray> kInts{VEN_ARRAY_ROW(Int), {{INT32_MIN, INT32_MAX, -1}}};
 const ArrayFamily<jlong, jlongArray> kLongs{VEN_ARRAY_ROW(Long), {{INT64_MIN, INT64_MAX, -1}}};
-const ArrayFamily<jfloat, jfloatArray> kFloats{VEN_ARRAY_ROW(Float),
-                                               {{0.1f, -0.0f, std::numeric_limits<float>::quiet_NaN()}}};
-const ArrayFamily<jdouble, jdoubleArray> kDoubles{VEN_ARRAY_ROW(Double),
-                                                  {{0.1, -0.0, std::numeric_limits<double>::quiet_NaN()}}};
+const ArrayFamily<jfloat, jfloatArray> kFloats{VEN_ARRAY_ROW(Float), {{0.1f, -0.0f, std::numeric_limits<float>::quiet_NaN()}}};
+const ArrayFamily<jdouble, jdoubleArray> kDoubles{VEN_ARRAY_ROW(Double), {{0.1, -0.0, std::numeric_limits<double>::quiet_NaN()}}};
+// clang-format on
 
-constexpr const char* kModeCondition = "mode == 0 || mode == JNI_COMMIT || mode == JNI_ABORT";
+const std::string kModeCondition = "mode == 0 || mode == JNI_COMMIT || mode == JNI_ABORT";
+const KS_INT kBeyondJsize = 2147483648LL;
 
 class ArraysTest : public JvmTest
 {
   protected:
-    template <typename Element, typename Array>
-    std::array<Element, 3> contents(const ArrayFamily<Element, Array>& family, Array array)
-    {
-        std::array<Element, 3> values{};
-        EXPECT_EQ(KS_TRUE, family.getRegion(env, nullptr, array, 0, 3, values.data()));
-        return values;
-    }
-
-    template <typename Element>
-    static bool sameElements(const std::array<Element, 3>& a, const std::array<Element, 3>& b)
-    {
-        return std::equal(a.begin(), a.end(), b.begin(), same<Element>);
-    }
-
+    // Creation replacing the array held; regions whole, partial and out of bounds; pinning
+    // with the three release modes, modes 3 and -1 and NULL elements refused; checks in order.
     template <typename Element, typename Array> void checkFamily(const ArrayFamily<Element, Array>& family)
     {
         SCOPED_TRACE(family.type);
-        LoopFrame frame(env);
-        const std::string create = "venNew" + family.type + "Array: ";
-        const std::string pin = "venGet" + family.type + "ArrayElements: ";
-        const std::string release = "venRelease" + family.type + "ArrayElements: ";
-        const std::string getRegion = "venGet" + family.type + "ArrayRegion";
-        const std::string setRegion = "venSet" + family.type + "ArrayRegion";
-        const std::array<Element, 3>& sample = family.sample;
-
-        // Creation: an empty array, then one created into the same variable replaces it.
+        TestFrame frame(env, 256);
+        using Elements = std::array<Element, 3>;
+        const Elements& s = family.sample;
+        Elements buffer = s;
         FaultEnv fault(env);
         Array array = nullptr;
-        ASSERT_EQ(KS_TRUE, family.create(&array, fault.env(), nullptr, 0));
-        EXPECT_EQ(0, env->GetArrayLength(array));
-        Array empty = array;
-        ASSERT_EQ(KS_TRUE, family.create(&array, fault.env(), nullptr, 3));
-        EXPECT_EQ(3, env->GetArrayLength(array));
-        EXPECT_FALSE(fault.ledger().isLive(empty));
-        EXPECT_EQ(1, fault.ledger().live());
-        expectArgumentFailure(env, family.create(nullptr, env, nullptr, -1), create + "result != NULL");
-        expectArgumentFailure(env, family.create(&array, env, nullptr, -1), create + "length >= 0");
-        expectArgumentFailure(env, family.create(&array, env, nullptr, 2147483648LL),
-                              create + "VEN_KS_INT_TO_JSIZE_CONV_OK( length )");
-        ASSERT_EQ(3, env->GetArrayLength(array));
-
-        // Regions: whole and partial, both ways; the bounds are the virtual machine's.
-        ASSERT_EQ(KS_TRUE, family.setRegion(env, nullptr, array, 0, 3, sample.data()));
-        EXPECT_TRUE(sameElements(sample, contents(family, array)));
-        std::array<Element, 3> part{sample[0], sample[0], sample[0]};
-        ASSERT_EQ(KS_TRUE, family.getRegion(env, nullptr, array, 1, 2, part.data()));
-        EXPECT_TRUE(sameElements({sample[1], sample[2], sample[0]}, part));
-        using Region = KS_BOOL (*)(JNIEnv*, lgStream*, Array, KS_INT, KS_INT, Element*);
-        auto set = [&](JNIEnv* e, lgStream* t, Array a, KS_INT start, KS_INT len, Element* buf) {
-            return family.setRegion(e, t, a, start, len, buf);
-        };
-        for (const auto& [name, region] :
-             {std::pair<std::string,
-                        std::function<KS_BOOL(JNIEnv*, lgStream*, Array, KS_INT, KS_INT, Element*)>>{
-                  getRegion, Region{family.getRegion}},
-              {setRegion, set}}) {
-            SCOPED_TRACE(name);
-            for (auto [start, len] : {std::pair<KS_INT, KS_INT>{-1, 1}, {2, 2}, {0, -1}}) {
-                Trace trace;
-                EXPECT_EQ(KS_FALSE, region(env, trace.get(), array, start, len, part.data()));
-                ExpectPendingClass(env, "java.lang.ArrayIndexOutOfBoundsException");
-                ASSERT_EQ(1u, trace.lines().size());
-                EXPECT_EQ(0u, trace.lines()[0].find(
-                                  "[" + name + "()] Exception: java.lang.ArrayIndexOutOfBoundsException"));
-            }
-            expectArgumentFailure(env, region(env, nullptr, nullptr, 2147483648LL, 2147483648LL, nullptr),
-                                  name + ": array != NULL");
-            expectArgumentFailure(env, region(env, nullptr, array, 2147483648LL, 2147483648LL, nullptr),
-                                  name + ": VEN_KS_INT_TO_JSIZE_CONV_OK( start )");
-            expectArgumentFailure(env, region(env, nullptr, array, -2147483648LL, 2147483648LL, nullptr),
-                                  name + ": VEN_KS_INT_TO_JSIZE_CONV_OK( len )");
-            expectArgumentFailure(env, region(env, nullptr, array, 0, 3, nullptr), name + ": buf != NULL");
-        }
-        EXPECT_TRUE(sameElements(sample, contents(family, array)));
-
-        // Pinning and the three release modes.
         Element* elements = nullptr;
         KS_BOOL isCopy = 7;
-        ASSERT_EQ(KS_TRUE, family.pin(&elements, env, nullptr, array, &isCopy));
-        EXPECT_TRUE(isCopy == KS_TRUE || isCopy == KS_FALSE);
-        EXPECT_TRUE(same(sample[1], elements[1]));
-        elements[0] = sample[2];
-        for (jint mode : {3, -1}) {
-            expectArgumentFailure(env, family.release(env, nullptr, array, elements, mode),
-                                  release + kModeCondition);
-        }
-        expectArgumentFailure(env, family.release(env, nullptr, nullptr, nullptr, 9),
-                              release + "array != NULL");
-        expectArgumentFailure(env, family.release(env, nullptr, array, nullptr, 0),
-                              release + "elems != NULL");
-        ASSERT_EQ(KS_TRUE, family.release(env, nullptr, array, elements, JNI_ABORT));
-        EXPECT_TRUE(sameElements(sample, contents(family, array)));
-        ASSERT_EQ(KS_TRUE, family.pin(&elements, env, nullptr, array, nullptr));
-        elements[0] = sample[2];
-        ASSERT_EQ(KS_TRUE, family.release(env, nullptr, array, elements, JNI_COMMIT));
-        EXPECT_TRUE(sameElements({sample[2], sample[1], sample[2]}, contents(family, array)));
-        elements[1] = sample[0];
-        ASSERT_EQ(KS_TRUE, family.release(env, nullptr, array, elements, 0));
-        EXPECT_TRUE(sameElements({sample[2], sample[0], sample[2]}, contents(family, array)));
-        isCopy = 7;
-        expectArgumentFailure(env, family.pin(nullptr, env, nullptr, nullptr, &isCopy),
-                              pin + "result != NULL");
-        expectArgumentFailure(env, family.pin(&elements, env, nullptr, nullptr, &isCopy),
-                              pin + "array != NULL");
+        Trace trace;
+        // clang-format off
+        const std::string type = family.type, get = "venGet" + type + "ArrayRegion", set = "venSet" + type + "ArrayRegion", outOfBounds = "java.lang.ArrayIndexOutOfBoundsException";
+        auto holds = [&](std::size_t start, const Elements& expected) {
+            Elements values = s;
+            return family.getRegion(env, nullptr, array, start, 3 - start, values.data()) && std::equal(values.begin(), values.end(), expected.begin(), same<Element>);
+        };
+        runSteps(env, {
+            VEN_STEP(KS_TRUE, family.create(&array, fault.env(), nullptr, 0), nullptr, env->GetArrayLength(array) == 0),
+            VEN_STEP(KS_TRUE, family.create(&array, fault.env(), nullptr, 3), nullptr, env->GetArrayLength(array) == 3 && fault.ledger().live() == 1),
+            VEN_REFUSED("venNew" + type + "Array: VEN_KS_INT_TO_JSIZE_CONV_OK( length )", family.create(&array, env, nullptr, kBeyondJsize)),
+            VEN_STEP(KS_TRUE, family.setRegion(env, nullptr, array, 0, 3, s.data()), nullptr, holds(0, s) && holds(1, {s[1], s[2], s[2]})),
+            VEN_STEP(KS_FALSE, family.getRegion(env, trace.get(), array, -1, 1, buffer.data()), outOfBounds.c_str(), tracedOnce(trace, "[" + get + "()] Exception: " + outOfBounds)),
+            VEN_STEP(KS_FALSE, family.getRegion(env, trace.get(), array, 2, 2, buffer.data()), outOfBounds.c_str(), tracedOnce(trace, "[" + get + "()] Exception: " + outOfBounds)),
+            VEN_STEP(KS_FALSE, family.setRegion(env, trace.get(), array, 2, 2, buffer.data()), outOfBounds.c_str(), tracedOnce(trace, "[" + set + "()] Exception: " + outOfBounds)),
+            VEN_STEP(KS_FALSE, family.setRegion(env, trace.get(), array, 0, -1, buffer.data()), outOfBounds.c_str(), tracedOnce(trace, "[" + set + "()] Exception: " + outOfBounds) && holds(0, s)),
+            VEN_STEP(KS_TRUE, family.pin(&elements, env, nullptr, array, &isCopy), nullptr, (isCopy == KS_TRUE || isCopy == KS_FALSE) && same(s[1], elements[1])),
+            VEN_REFUSED("venRelease" + type + "ArrayElements: " + kModeCondition, family.release(env, nullptr, array, elements, -1)),
+            VEN_DO(elements[0] = s[2]),
+            VEN_STEP(KS_TRUE, family.release(env, nullptr, array, elements, JNI_ABORT), nullptr, holds(0, s)),
+            VEN_STEP(KS_TRUE, family.pin(&elements, env, nullptr, array, nullptr), nullptr, (elements[0] = s[2], true)),
+            VEN_STEP(KS_TRUE, family.release(env, nullptr, array, elements, JNI_COMMIT), nullptr, holds(0, {s[2], s[1], s[2]}) && (elements[1] = s[0], true)),
+            VEN_STEP(KS_TRUE, family.release(env, nullptr, array, elements, 0), nullptr, holds(0, {s[2], s[0], s[2]}) && (isCopy = 7))});
+        const std::vector<std::string> regionChecks{"array != NULL", "VEN_KS_INT_TO_JSIZE_CONV_OK( start )", "VEN_KS_INT_TO_JSIZE_CONV_OK( len )", "buf != NULL"};
+        expectChecksInOrder(env, "venNew" + type + "Array", {"result != NULL", "length >= 0"}, family.create, std::tuple{&array, env, nullptr, KS_INT{3}}, {nullptr, env, nullptr, -1});
+        expectChecksInOrder(env, get, regionChecks, family.getRegion, std::tuple{env, nullptr, array, KS_INT{0}, KS_INT{3}, buffer.data()}, {env, nullptr, nullptr, kBeyondJsize, kBeyondJsize, nullptr});
+        expectChecksInOrder(env, set, regionChecks, family.setRegion, std::tuple{env, nullptr, array, KS_INT{0}, KS_INT{3}, buffer.data()}, {env, nullptr, nullptr, kBeyondJsize, kBeyondJsize, nullptr});
+        expectChecksInOrder(env, "venGet" + type + "ArrayElements", {"result != NULL", "array != NULL"}, family.pin, std::tuple{&elements, env, nullptr, array, &isCopy}, {nullptr, env, nullptr, nullptr, &isCopy});
+        expectChecksInOrder(env, "venRelease" + type + "ArrayElements", {"array != NULL", "elems != NULL", kModeCondition}, family.release, std::tuple{env, nullptr, array, buffer.data(), jint{0}}, {env, nullptr, nullptr, nullptr, 3});
+        // clang-format on
         EXPECT_EQ(7, isCopy);
     }
 };
 
 TEST_F(ArraysTest, EveryElementTypeCreatesPinsReleasesAndCopiesRegions)
 {
-    checkFamily(kBooleans);
-    checkFamily(kBytes);
-    checkFamily(kChars);
-    checkFamily(kShorts);
-    checkFamily(kInts);
-    checkFamily(kLongs);
-    checkFamily(kFloats);
-    checkFamily(kDoubles);
+    std::apply([&](const auto&... families) { (checkFamily(families), ...); },
+               std::tie(kBooleans, kBytes, kChars, kShorts, kInts, kLongs, kFloats, kDoubles));
 }
 
-TEST_F(ArraysTest, CopyFlagIsTrueOnlyForJniTrueAndFalseAfterAFailedPin)
+// The copy flag is true only for JNI_TRUE, false after a failed pin; failed calls are
+// traced, a failed creation storing NULL after deleting the reference held. Object arrays
+// store NULL as null and trace a bad index or class; a negative length is refused before a
+// NULL class. The critical pair pins; its refused releases give nothing back.
+TEST_F(ArraysTest, CopyFlagFailuresObjectArraysAndTheCriticalPair)
 {
     FaultEnv fault(env);
-    jintArray array = env->NewIntArray(2);
-    for (jboolean flag : {jboolean{JNI_FALSE}, jboolean{JNI_TRUE}, jboolean{2}}) {
-        fault.override<&JNINativeInterface_::GetIntArrayElements>(
-            [flag](JNIEnv* real, jintArray a, jboolean* copy) {
-                jint* elements = real->GetIntArrayElements(a, nullptr);
-                *copy = flag;
-                return elements;
-            });
-        jint* elements = nullptr;
-        KS_BOOL isCopy = 7;
-        ASSERT_EQ(KS_TRUE, venGetIntArrayElements(&elements, fault.env(), nullptr, array, &isCopy));
-        EXPECT_EQ(flag == JNI_TRUE ? KS_TRUE : KS_FALSE, isCopy);
-        env->ReleaseIntArrayElements(array, elements, JNI_ABORT);
-    }
-    // A pin that fails without writing the flag reports no copy, and the failure is traced.
-    fault.raiseOutOfMemory<&JNINativeInterface_::GetIntArrayElements>();
-    Trace trace;
-    jint* elements = reinterpret_cast<jint*>(&trace);
-    KS_BOOL isCopy = KS_TRUE;
-    EXPECT_EQ(KS_FALSE, venGetIntArrayElements(&elements, fault.env(), trace.get(), array, &isCopy));
-    EXPECT_EQ(nullptr, elements);
-    EXPECT_EQ(KS_FALSE, isCopy);
-    ExpectPendingClass(env, "java.lang.OutOfMemoryError");
-    EXPECT_EQ(std::vector<std::string>{"[venGetIntArrayElements()] Exception: java.lang.OutOfMemoryError: "
-                                       "injected by FaultEnv"},
-              trace.lines());
-}
-
-TEST_F(ArraysTest, FailedCreationStoresNullAndLetsGoOfTheHeldReference)
-{
-    FaultEnv fault(env);
-    DeletionLog deletions(fault);
-    jlongArray array = nullptr;
-    ASSERT_EQ(KS_TRUE, venNewLongArray(&array, fault.env(), nullptr, 1));
-    jlongArray held = array;
-    fault.raiseOutOfMemory<&JNINativeInterface_::NewLongArray>();
-    EXPECT_EQ(KS_FALSE, venNewLongArray(&array, fault.env(), nullptr, 1));
-    EXPECT_EQ(nullptr, array);
-    EXPECT_TRUE(deletions.deleted(held));
-    ExpectPendingClass(env, "java.lang.OutOfMemoryError");
-}
-
-TEST_F(ArraysTest, LengthOfAnyArray)
-{
-    KS_INT length = -1;
-    ASSERT_EQ(KS_TRUE, venGetArrayLength(&length, env, nullptr, env->NewDoubleArray(5)));
-    EXPECT_EQ(5, length);
-    expectArgumentFailure(env, venGetArrayLength(nullptr, env, nullptr, nullptr),
-                          "venGetArrayLength: result != NULL");
-    expectArgumentFailure(env, venGetArrayLength(&length, env, nullptr, nullptr),
-                          "venGetArrayLength: array != NULL");
-    EXPECT_EQ(5, length);
-}
-
-TEST_F(ArraysTest, ObjectArraysCreateAndStoreWithTheirChecks)
-{
+    LeakCheck leaks(fault);
+    jboolean flag = JNI_FALSE;
+    fault.override<&Entry::GetIntArrayElements>([&](JNIEnv* real, jintArray a, jboolean* copy) {
+        *copy = flag;
+        return real->GetIntArrayElements(a, nullptr);
+    });
     jclass stringClass = findClass(env, "java/lang/String");
     jstring initial = jstr(env, "initial");
+    jintArray ints = env->NewIntArray(3);
+    const jint values[] = {-1, INT32_MIN, 7};
+    env->SetIntArrayRegion(ints, 0, 3, values);
+    jint* elements = nullptr;
+    jlongArray longs = nullptr;
     jobjectArray array = nullptr;
-    ASSERT_EQ(KS_TRUE, venNewObjectArray(&array, env, nullptr, 2, stringClass, initial));
-    EXPECT_TRUE(env->IsSameObject(initial, env->GetObjectArrayElement(array, 1)));
-    ASSERT_EQ(KS_TRUE, venSetObjectArrayElement(env, nullptr, array, 1, nullptr));
-    EXPECT_EQ(nullptr, env->GetObjectArrayElement(array, 1));
-
+    jint last = 0;
+    KS_INT length = -1;
+    void* carray = nullptr;
+    KS_BOOL isCopy = 7;
+    jboolean jniIsCopy = 7;
     Trace trace;
-    EXPECT_EQ(KS_FALSE, venSetObjectArrayElement(env, trace.get(), array, 2, initial));
-    ExpectPendingClass(env, "java.lang.ArrayIndexOutOfBoundsException");
-    jobject wrongClass = newInstance(env, "java/lang/Object");
-    EXPECT_EQ(KS_FALSE, venSetObjectArrayElement(env, trace.get(), array, 0, wrongClass));
-    ExpectPendingClass(env, "java.lang.ArrayStoreException");
-    ASSERT_EQ(2u, trace.lines().size());
-    for (const std::string& line : trace.lines()) {
-        EXPECT_EQ(0u, line.find("[venSetObjectArrayElement()] Exception: java.lang.Array"));
-    }
-
-    // The earlier condition wins: a negative length before a NULL class.
-    expectArgumentFailure(env, venNewObjectArray(nullptr, env, nullptr, -1, nullptr, nullptr),
-                          "venNewObjectArray: result != NULL");
-    expectArgumentFailure(env, venNewObjectArray(&array, env, nullptr, -1, nullptr, nullptr),
-                          "venNewObjectArray: length >= 0");
-    expectArgumentFailure(env, venNewObjectArray(&array, env, nullptr, 2147483648LL, nullptr, nullptr),
-                          "venNewObjectArray: VEN_KS_INT_TO_JSIZE_CONV_OK( length )");
-    expectArgumentFailure(env, venNewObjectArray(&array, env, nullptr, 1, nullptr, nullptr),
-                          "venNewObjectArray: elementClass != NULL");
-    expectArgumentFailure(env, venSetObjectArrayElement(env, nullptr, nullptr, 2147483648LL, nullptr),
-                          "venSetObjectArrayElement: array != NULL");
-    expectArgumentFailure(env, venSetObjectArrayElement(env, nullptr, array, 2147483648LL, nullptr),
-                          "venSetObjectArrayElement: VEN_KS_INT_TO_JSIZE_CONV_OK( index )");
-    EXPECT_EQ(2, env->GetArrayLength(array));
+    // clang-format off
+    const std::string injected = "Exception: java.lang.OutOfMemoryError: injected by FaultEnv";
+    runSteps(env, {
+        VEN_STEP(KS_TRUE, venGetIntArrayElements(&elements, fault.env(), nullptr, ints, &isCopy), nullptr, isCopy == KS_FALSE && (flag = JNI_TRUE)),
+        VEN_STEP(KS_TRUE, venReleaseIntArrayElements(env, nullptr, ints, elements, JNI_ABORT) && venGetIntArrayElements(&elements, fault.env(), nullptr, ints, &isCopy), nullptr, isCopy == KS_TRUE && (flag = 2)),
+        VEN_STEP(KS_TRUE, venReleaseIntArrayElements(env, nullptr, ints, elements, JNI_ABORT) && venGetIntArrayElements(&elements, fault.env(), nullptr, ints, &isCopy), nullptr, isCopy == KS_FALSE),
+        VEN_STEP(KS_TRUE, venReleaseIntArrayElements(env, nullptr, ints, elements, JNI_ABORT), nullptr, (isCopy = KS_TRUE)),
+        VEN_DO(fault.raiseOutOfMemory<&Entry::GetIntArrayElements>()),
+        VEN_STEP(KS_FALSE, venGetIntArrayElements(&elements, fault.env(), trace.get(), ints, &isCopy), "java.lang.OutOfMemoryError", elements == nullptr && isCopy == KS_FALSE),
+        VEN_STEP(KS_TRUE, venNewLongArray(&longs, fault.env(), nullptr, 1), nullptr, longs != nullptr),
+        VEN_DO(fault.raiseOutOfMemory<&Entry::NewLongArray>()),
+        VEN_STEP(KS_FALSE, venNewLongArray(&longs, fault.env(), trace.get(), 1), "java.lang.OutOfMemoryError", longs == nullptr && leaks.live() == 0 &&
+                 (trace.lines() == std::vector<std::string>{"[venGetIntArrayElements()] " + injected, "[venNewLongArray()] " + injected}) && (trace.reset(), true)),
+        VEN_STEP(KS_TRUE, venGetArrayLength(&length, env, nullptr, ints), nullptr, length == 3),
+        VEN_REFUSED("venNewObjectArray: VEN_KS_INT_TO_JSIZE_CONV_OK( length )", venNewObjectArray(&array, env, nullptr, kBeyondJsize, nullptr, nullptr)),
+        VEN_STEP(KS_TRUE, venNewObjectArray(&array, env, nullptr, 2, stringClass, initial), nullptr, same<jobject>(initial, env->GetObjectArrayElement(array, 1))),
+        VEN_STEP(KS_TRUE, venSetObjectArrayElement(env, nullptr, array, 1, nullptr), nullptr, env->GetObjectArrayElement(array, 1) == nullptr),
+        VEN_STEP(KS_FALSE, venSetObjectArrayElement(env, trace.get(), array, 2, initial), "java.lang.ArrayIndexOutOfBoundsException", tracedOnce(trace, "[venSetObjectArrayElement()] Exception: java.lang.ArrayIndexOutOfBoundsException")),
+        VEN_STEP(KS_FALSE, venSetObjectArrayElement(env, trace.get(), array, 0, newInstance(env, "java/lang/Object")), "java.lang.ArrayStoreException", tracedOnce(trace, "[venSetObjectArrayElement()] Exception: java.lang.ArrayStoreException")),
+        VEN_REFUSED("venReleasePrimitiveArrayCritical: " + kModeCondition, venReleasePrimitiveArrayCritical(fault.env(), nullptr, ints, &last, -1)),
+        VEN_STEP(KS_TRUE, venGetPrimitiveArrayCritical(&carray, fault.env(), nullptr, ints, &jniIsCopy), nullptr,
+                 (jniIsCopy == JNI_TRUE || jniIsCopy == JNI_FALSE) && std::memcmp(values, carray, sizeof values) == 0 && (static_cast<jint*>(carray)[2] = 8)),
+        VEN_STEP(KS_TRUE, venReleasePrimitiveArrayCritical(fault.env(), nullptr, ints, carray, 0), nullptr, fault.calls<&Entry::ReleasePrimitiveArrayCritical>() == 1),
+        VEN_DO(env->GetIntArrayRegion(ints, 2, 1, &last)),
+        VEN_STEP(KS_TRUE, venGetArrayLength(&length, env, nullptr, array), nullptr, length == 2 && last == 8 && (jniIsCopy = 7))});
+    expectChecksInOrder(env, "venGetArrayLength", {"result != NULL", "array != NULL"}, venGetArrayLength, std::tuple{&length, env, nullptr, static_cast<jarray>(ints)}, {nullptr, env, nullptr, nullptr});
+    expectChecksInOrder(env, "venNewObjectArray", {"result != NULL", "length >= 0", "elementClass != NULL"}, venNewObjectArray, std::tuple{&array, env, nullptr, KS_INT{1}, stringClass, nullptr}, {nullptr, env, nullptr, -1, nullptr, nullptr});
+    expectChecksInOrder(env, "venSetObjectArrayElement", {"array != NULL", "VEN_KS_INT_TO_JSIZE_CONV_OK( index )"}, venSetObjectArrayElement, std::tuple{env, nullptr, array, KS_INT{0}, nullptr}, {env, nullptr, nullptr, kBeyondJsize, nullptr});
+    expectChecksInOrder(env, "venGetPrimitiveArrayCritical", {"result != NULL", "array != NULL"}, venGetPrimitiveArrayCritical, std::tuple{&carray, env, nullptr, static_cast<jarray>(ints), &jniIsCopy}, {nullptr, env, nullptr, nullptr, &jniIsCopy});
+    expectChecksInOrder(env, "venReleasePrimitiveArrayCritical", {"array != NULL", "carray != NULL", kModeCondition}, venReleasePrimitiveArrayCritical,
+                        std::tuple{fault.env(), nullptr, static_cast<jarray>(ints), static_cast<void*>(&last), 0}, {fault.env(), nullptr, nullptr, nullptr, 3});
+    // clang-format on
+    EXPECT_TRUE(jniIsCopy == 7 && length == 2 && fault.calls<&Entry::ReleasePrimitiveArrayCritical>() == 1);
 }
 
-TEST_F(ArraysTest, CriticalPairPinsAndReleasesWithItsChecks)
+struct BridgesTest : JvmTest {
+    std::vector<jbyte> bytesOf(jbyteArray array)
+    {
+        std::vector<jbyte> bytes(static_cast<std::size_t>(env->GetArrayLength(array)));
+        env->GetByteArrayRegion(array, 0, static_cast<jsize>(bytes.size()), bytes.data());
+        return bytes;
+    }
+    static std::vector<jbyte> bytesOf(const ksBuffer* buffer)
+    {
+        const auto* bytes = static_cast<const jbyte*>(ksBufferBacking(buffer));
+        return {bytes, bytes + ksBufferLength(buffer)};
+    }
+    static KsRef<ksBuffer> bufferOf(const char* bytes, KS_INT length)
+    {
+        return KsRef<ksBuffer>{ksBufferCreateFromBytesCopy(bytes, length)};
+    }
+};
+
+// Each bridge's own conditions in order, then the first condition of the call it makes;
+// a refused call leaves its out-parameter alone, and a length beyond jsize allocates nothing.
+TEST_F(BridgesTest, OwnArgumentTextsThreeOfWhichDifferFromTheExportedNames)
+{
+    jobjectArray strings = nullptr;
+    jbyteArray bytes = nullptr;
+    jdoubleArray doubles = nullptr;
+    KsRef<ksBuffer> buffer = bufferOf("old", 3);
+    ksBuffer* held = buffer.get();
+    KS_INT ints[1] = {};
+    double reals[1] = {};
+    // clang-format off
+    runSteps(env, {
+        VEN_REFUSED("venNewStringArrayFromKsVector: result != NULL", venNewStringArrayFromKsVector(nullptr, env, nullptr, nullptr)),
+        VEN_REFUSED("venNewStringArrayFromKsVector: vec != NULL", venNewStringArrayFromKsVector(&strings, env, nullptr, nullptr)),
+        VEN_REFUSED("venNewByteArray: result != NULL", venNewByteArrayFromBuffer(nullptr, env, nullptr, nullptr)),
+        VEN_REFUSED("venNewByteArray: buffer != NULL", venNewByteArrayFromBuffer(&bytes, env, nullptr, nullptr)),
+        VEN_REFUSED("venNewDoubleArrayOf: source != NULL", venNewDoubleArrayOf(nullptr, env, nullptr, nullptr, -1)),
+        VEN_REFUSED("venNewDoubleArray: result != NULL", venNewDoubleArrayOf(nullptr, env, nullptr, reals, -1)),
+        VEN_REFUSED("venNewDoubleArray: length >= 0", venNewDoubleArrayOf(&doubles, env, nullptr, reals, -1)),
+        VEN_REFUSED("venGetByteArrayRegionAsBytes: result != ((void *)0)", venGetByteArrayRegionAsBuffer(nullptr, env, nullptr, nullptr, 0, -1)),
+        VEN_REFUSED("venGetByteArrayRegionAsBytes: len >= 0", venGetByteArrayRegionAsBuffer(buffer.out(), env, nullptr, nullptr, 0, -1)),
+        VEN_REFUSED("venGetByteArrayRegion: array != NULL", venGetByteArrayRegionAsBuffer(buffer.out(), env, nullptr, nullptr, 0, 1)),
+        VEN_REFUSED("venArrayToKsBuffer: result != ((void *)0)", venGetPrimitiveArrayAsKsBuffer(nullptr, env, nullptr, nullptr)),
+        VEN_REFUSED("venGetArrayLength: array != NULL", venGetPrimitiveArrayAsKsBuffer(buffer.out(), env, nullptr, nullptr)),
+        VEN_REFUSED("venCopyIntArrayElements: result != NULL", venCopyIntArrayElements(nullptr, env, nullptr, nullptr, -1)),
+        VEN_REFUSED("venCopyIntArrayElements: length >= 0", venCopyIntArrayElements(ints, env, nullptr, nullptr, -1)),
+        VEN_REFUSED("venGetArrayLength: array != NULL", venCopyIntArrayElements(ints, env, nullptr, nullptr, 1)),
+        VEN_REFUSED("venCopyDoubleArrayElements: result != NULL", venCopyDoubleArrayElements(nullptr, env, nullptr, nullptr, -1)),
+        VEN_REFUSED("venCopyDoubleArrayElements: length >= 0", venCopyDoubleArrayElements(reals, env, nullptr, nullptr, -1)),
+        VEN_REFUSED("venGetArrayLength: array != NULL", venCopyDoubleArrayElements(reals, env, nullptr, nullptr, 1))});
+    const KS_INT allocations = ksMemAllocCount();
+    expectArgumentFailure(env, venGetByteArrayRegionAsBuffer(buffer.out(), env, nullptr, env->NewByteArray(1), 0, 2147483648LL),
+                          "venGetByteArrayRegion: VEN_KS_INT_TO_JSIZE_CONV_OK( len )");
+    // clang-format on
+    EXPECT_TRUE(allocations == ksMemAllocCount() && buffer.get() == held);
+}
+
+// 10,000 strings, a NULL element and one that is not a string (both become null elements)
+// take three local references at most and leave only the array; an empty vector gives an
+// empty array. A third element that cannot be converted, or a class lookup that fails,
+// gives false and NULL, every reference obtained on the way (and the one held) deleted.
+TEST_F(BridgesTest, VectorsOfStringsBecomeStringArrays)
+{
+    KsRef<ksVector> vector{ksVectorCreate()};
+    for (int i = 0; i < 10000; ++i) {
+        ksVectorAppend(vector,
+                       ksStr(i == 1 ? "tw\xC3\xB6 \xF0\x9F\x98\x80" : "element " + std::to_string(i)).get());
+    }
+    ksVectorAppend(vector, nullptr);
+    ksVectorAppend(vector, bufferOf("x", 1).get());
+    FaultEnv fault(env);
+    // Counted where an element string is made (it is not yet in the ledger) and stored.
+    int mostLive = 0;
+    fault.override<&Entry::NewString>([&](JNIEnv* real, const jchar* chars, jsize length) {
+        mostLive = std::max(mostLive, fault.ledger().live() + 1);
+        return real->NewString(chars, length);
+    });
+    fault.override<&Entry::SetObjectArrayElement>([&](JNIEnv* real, jobjectArray a, jsize i, jobject value) {
+        mostLive = std::max(mostLive, fault.ledger().live());
+        real->SetObjectArrayElement(a, i, value);
+    });
+    jobjectArray array = nullptr;
+    auto element = [&](jsize i) { return static_cast<jstring>(env->GetObjectArrayElement(array, i)); };
+    ASSERT_EQ(KS_TRUE, venNewStringArrayFromKsVector(&array, fault.env(), nullptr, vector));
+    EXPECT_TRUE(mostLive <= 3 && fault.ledger().live() == 1 && fault.ledger().isLive(array)) << mostLive;
+    EXPECT_TRUE(fault.calls<&Entry::NewString>() == 10000 && env->GetArrayLength(array) == 10002);
+    EXPECT_TRUE(env->IsInstanceOf(array, findClass(env, "[Ljava/lang/String;")) && !element(10000) &&
+                !element(10001));
+    EXPECT_TRUE(utf8(env, element(0)) == "element 0" && utf8(env, element(9999)) == "element 9999");
+    EXPECT_EQ(u"tw\u00F6 \U0001F600", units(env, element(1)));
+    EXPECT_TRUE(venNewStringArrayFromKsVector(&array, env, nullptr, KsRef<ksVector>{ksVectorCreate()}) &&
+                !env->GetArrayLength(array));
+
+    for (bool classFails : {false, true}) {
+        FaultEnv failing(env);
+        LeakCheck leaks(failing);
+        classFails ? failing.raise<&Entry::FindClass>("java/lang/NoClassDefFoundError", "java/lang/String",
+                                                      FaultEnv::Calls::nth(1))
+                   : failing.raiseOutOfMemory<&Entry::NewString>(FaultEnv::Calls::nth(3));
+        Trace trace;
+        array = static_cast<jobjectArray>(
+            failing.env()->NewObjectArray(1, findClass(env, "java/lang/Object"), nullptr));
+        EXPECT_EQ(KS_FALSE, venNewStringArrayFromKsVector(&array, failing.env(), trace.get(), vector));
+        EXPECT_TRUE(array == nullptr && leaks.live() == 0 &&
+                    failing.calls<&Entry::NewString>() == (classFails ? 0 : 3));
+        ExpectPendingClass(env, classFails ? "java.lang.NoClassDefFoundError" : "java.lang.OutOfMemoryError");
+        EXPECT_EQ(
+            std::vector<std::string>{
+                classFails ? "[venFindClass()] Exception: java.lang.NoClassDefFoundError: java/lang/String"
+                           : "[venNewString()] Exception: java.lang.OutOfMemoryError: injected by FaultEnv"},
+            trace.lines());
+    }
+}
+
+// Buffers and plain doubles to new arrays, the empty buffer included; a failed copy or pin
+// keeps the new array, still all zeros, in the variable. A region or a whole array to a
+// buffer that replaces (and releases: the frame counts ks objects) the one held, with
+// ksMemAlloc(0) for an empty region; a failure leaves the one held. The whole array has as
+// many bytes as elements, copied inside the critical region with no JNI call there.
+TEST_F(BridgesTest, BuffersAndArraysBothWays)
 {
     FaultEnv fault(env);
-    jintArray array = env->NewIntArray(3);
-    const jint values[] = {-1, INT32_MIN, 7};
-    env->SetIntArrayRegion(array, 0, 3, values);
-    void* carray = nullptr;
-    jboolean isCopy = 7;
-    ASSERT_EQ(KS_TRUE, venGetPrimitiveArrayCritical(&carray, fault.env(), nullptr, array, &isCopy));
-    EXPECT_TRUE(isCopy == JNI_TRUE || isCopy == JNI_FALSE);
-    EXPECT_EQ(0, std::memcmp(values, carray, sizeof values));
-    static_cast<jint*>(carray)[2] = 8;
-    ASSERT_EQ(KS_TRUE, venReleasePrimitiveArrayCritical(fault.env(), nullptr, array, carray, 0));
-    jint last = 0;
-    env->GetIntArrayRegion(array, 2, 1, &last);
-    EXPECT_EQ(8, last);
-    EXPECT_EQ(1, fault.calls<&JNINativeInterface_::ReleasePrimitiveArrayCritical>());
+    LeakCheck leaks(fault);
+    JNIEnv* f = fault.env();
+    jbyteArray bytes = nullptr;
+    jdoubleArray doubles = nullptr;
+    const double values[] = {0.1, -0.0, std::numeric_limits<double>::quiet_NaN(), -1e308};
+    auto doublesAre = [&](std::vector<double> expected) {
+        std::vector<double> copied(static_cast<std::size_t>(env->GetArrayLength(doubles)));
+        env->GetDoubleArrayRegion(doubles, 0, static_cast<jsize>(copied.size()), copied.data());
+        return copied.size() == expected.size() &&
+               std::memcmp(copied.data(), expected.data(), copied.size() * 8) == 0;
+    };
+    jbyteArray array = env->NewByteArray(5);
+    const jbyte five[] = {10, -20, 30, -40, 5};
+    env->SetByteArrayRegion(array, 0, 5, five);
+    jintArray ints = env->NewIntArray(2);
+    const jint wide[] = {0x04030201, -1};
+    env->SetIntArrayRegion(ints, 0, 2, wide);
+    KsRef<ksBuffer> buffer = bufferOf("old", 3);
+    ksBuffer* kept = nullptr;
+    Trace trace;
+    // clang-format off
+    runSteps(env, {
+        VEN_STEP(KS_TRUE, venNewByteArrayFromBuffer(&bytes, f, nullptr, bufferOf("\x01\xFF\x7F", 3)), nullptr, (bytesOf(bytes) == std::vector<jbyte>{1, -1, 127})),
+        VEN_STEP(KS_TRUE, venNewByteArrayFromBuffer(&bytes, f, nullptr, bufferOf("", 0)), nullptr, env->GetArrayLength(bytes) == 0),
+        VEN_STEP(KS_TRUE, venNewDoubleArrayOf(&doubles, f, nullptr, values, 4), nullptr, doublesAre({values, values + 4})),
+        VEN_STEP(KS_TRUE, venNewDoubleArrayOf(&doubles, f, nullptr, values, 0), nullptr, doublesAre({}) && fault.ledger().live() == 2),
+        VEN_STEP(KS_FALSE, (fault.raiseOutOfMemory<&Entry::SetByteArrayRegion>(), venNewByteArrayFromBuffer(&bytes, f, nullptr, bufferOf("abc", 3))), "java.lang.OutOfMemoryError", (bytesOf(bytes) == std::vector<jbyte>{0, 0, 0})),
+        VEN_STEP(KS_FALSE, (fault.raiseOutOfMemory<&Entry::GetDoubleArrayElements>(), venNewDoubleArrayOf(&doubles, f, nullptr, values, 2)), "java.lang.OutOfMemoryError", doublesAre({0.0, 0.0})),
+        VEN_STEP(KS_TRUE, venGetByteArrayRegionAsBuffer(buffer.out(), env, nullptr, array, 1, 2), nullptr, (bytesOf(buffer) == std::vector<jbyte>{-20, 30})),
+        VEN_STEP(KS_TRUE, venGetByteArrayRegionAsBuffer(buffer.out(), env, nullptr, array, 5, 0), nullptr, ksBufferLength(buffer) == 0 && (kept = buffer.get())),
+        VEN_STEP(KS_FALSE, venGetByteArrayRegionAsBuffer(buffer.out(), env, trace.get(), array, 4, 2), "java.lang.ArrayIndexOutOfBoundsException",
+                 buffer.get() == kept && tracedOnce(trace, "[venGetByteArrayRegion()] Exception: java.lang.ArrayIndexOutOfBoundsException")),
+        VEN_STEP(KS_TRUE, venGetPrimitiveArrayAsKsBuffer(buffer.out(), f, nullptr, array), nullptr, bytesOf(buffer) == bytesOf(array) &&
+                 bytesOf(buffer) == std::vector<jbyte>(five, five + 5) && ksObjRefCount(buffer.get()) == 1 && leaks.live() == 2),
+        VEN_STEP(KS_TRUE, venGetPrimitiveArrayAsKsBuffer(buffer.out(), env, nullptr, ints), nullptr, (bytesOf(buffer) == std::vector<jbyte>{1, 2})),
+        VEN_STEP(KS_TRUE, venGetPrimitiveArrayAsKsBuffer(buffer.out(), env, nullptr, env->NewBooleanArray(0)), nullptr, ksBufferLength(buffer) == 0 && (kept = buffer.get())),
+        VEN_STEP(KS_FALSE, (fault.raiseOutOfMemory<&Entry::GetPrimitiveArrayCritical>(), venGetPrimitiveArrayAsKsBuffer(buffer.out(), f, nullptr, array)), "java.lang.OutOfMemoryError", buffer.get() == kept)});
+    // clang-format on
+    const std::vector<std::string>& trail = fault.trail();
+    auto pinned = std::find(trail.begin(), trail.end(), "GetPrimitiveArrayCritical");
+    auto released = std::find(trail.begin(), trail.end(), "ReleasePrimitiveArrayCritical");
+    ASSERT_TRUE(pinned < released && released != trail.end());
+    EXPECT_TRUE(std::all_of(pinned + 1, released,
+                            [](const std::string& entry) { return entry == "ExceptionCheck"; }));
+}
 
-    // Refused releases give nothing back; none of them reaches JNI.
-    int dummy = 0;
-    for (jint mode : {3, -1}) {
-        expectArgumentFailure(env,
-                              venReleasePrimitiveArrayCritical(fault.env(), nullptr, array, &dummy, mode),
-                              std::string("venReleasePrimitiveArrayCritical: ") + kModeCondition);
-    }
-    expectArgumentFailure(env, venReleasePrimitiveArrayCritical(fault.env(), nullptr, array, nullptr, 0),
-                          "venReleasePrimitiveArrayCritical: carray != NULL");
-    expectArgumentFailure(env, venReleasePrimitiveArrayCritical(fault.env(), nullptr, nullptr, nullptr, 0),
-                          "venReleasePrimitiveArrayCritical: array != NULL");
-    EXPECT_EQ(1, fault.calls<&JNINativeInterface_::ReleasePrimitiveArrayCritical>());
-    isCopy = 7;
-    expectArgumentFailure(env, venGetPrimitiveArrayCritical(nullptr, env, nullptr, array, &isCopy),
-                          "venGetPrimitiveArrayCritical: result != NULL");
-    expectArgumentFailure(env, venGetPrimitiveArrayCritical(&carray, env, nullptr, nullptr, &isCopy),
-                          "venGetPrimitiveArrayCritical: array != NULL");
-    EXPECT_EQ(7, isCopy);
+// The copies write the smaller of both lengths, widened, pinning once and giving the
+// elements back without copying back (JNI_ABORT); a failed pin writes nothing.
+TEST_F(BridgesTest, CopiesFillTheSmallerOfBothLengthsWidened)
+{
+    FaultEnv fault(env);
+    jint modes[2] = {};
+    fault.override<&Entry::ReleaseIntArrayElements>([&](JNIEnv* real, jintArray a, jint* e, jint mode) {
+        real->ReleaseIntArrayElements(a, e, modes[0] = mode);
+    });
+    fault.override<&Entry::ReleaseDoubleArrayElements>(
+        [&](JNIEnv* real, jdoubleArray a, jdouble* e, jint mode) {
+            real->ReleaseDoubleArrayElements(a, e, modes[1] = mode);
+        });
+    const jint intValues[] = {-1, INT32_MIN, INT32_MAX, 7};
+    const jdouble doubleValues[] = {-0.0, 0.1, std::numeric_limits<double>::infinity(), -2.5};
+    jintArray ints = env->NewIntArray(4);
+    jdoubleArray doubles = env->NewDoubleArray(4);
+    env->SetIntArrayRegion(ints, 0, 4, intValues);
+    env->SetDoubleArrayRegion(doubles, 0, 4, doubleValues);
+    std::array<KS_INT, 6> intCopy{};
+    std::array<double, 6> doubleCopy{};
+    // The first `n` copied, the rest as filled before; then refilled with 99 for the next row.
+    auto copied = [&](std::size_t n) {
+        bool ok = modes[0] == JNI_ABORT && modes[1] == JNI_ABORT && fault.ledger().live() == 0;
+        for (std::size_t i = 0; i < 6; ++i) {
+            ok = ok && same<KS_INT>(i < n ? intValues[i] : 99, intCopy[i]) &&
+                 same<double>(i < n ? doubleValues[i] : 99, doubleCopy[i]);
+        }
+        intCopy.fill(99), doubleCopy.fill(99), modes[0] = modes[1] = -1;
+        return ok;
+    };
+    copied(0);
+    // clang-format off
+    auto copy = [&](KS_INT length) { return venCopyIntArrayElements(intCopy.data(), fault.env(), nullptr, ints, length) && venCopyDoubleArrayElements(doubleCopy.data(), fault.env(), nullptr, doubles, length); };
+    runSteps(env, {
+        VEN_STEP(KS_TRUE, copy(10), nullptr, copied(4)),
+        VEN_STEP(KS_TRUE, copy(4), nullptr, copied(4)),
+        VEN_STEP(KS_TRUE, copy(2), nullptr, copied(2)),
+        VEN_STEP(KS_TRUE, copy(0), nullptr, copied(0) && fault.calls<&Entry::GetIntArrayElements>() == 4 && fault.calls<&Entry::GetDoubleArrayElements>() == 4),
+        VEN_DO((fault.raiseOutOfMemory<&Entry::GetIntArrayElements>(), fault.raiseOutOfMemory<&Entry::GetDoubleArrayElements>())),
+        VEN_STEP(KS_FALSE, venCopyIntArrayElements(intCopy.data(), fault.env(), nullptr, ints, 1), "java.lang.OutOfMemoryError", intCopy[0] == 99),
+        VEN_STEP(KS_FALSE, venCopyDoubleArrayElements(doubleCopy.data(), fault.env(), nullptr, doubles, 1), "java.lang.OutOfMemoryError", doubleCopy[0] == 99)});
+    // clang-format on
 }
 
 } // namespace

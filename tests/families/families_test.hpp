@@ -1,13 +1,14 @@
 // Helpers shared by the suites of the field, method, array, bridge and class support
-// families: fixture objects, exact value comparison and argument-failure expectations.
+// families: exact value comparison, scenarios and argument checks as tables, and leaks.
 #pragma once
 
 #include <algorithm>
 #include <cmath>
-#include <cstdarg>
 #include <cstring>
+#include <functional>
+#include <set>
 #include <string>
-#include <type_traits>
+#include <tuple>
 #include <vector>
 
 #include "support/ven_test.hpp"
@@ -17,8 +18,8 @@ namespace ven::families_test
 {
 
 using namespace ven::test;
+using Entry = JNINativeInterface_;
 
-// A new instance of a fixture class through its no-argument constructor.
 inline jobject newInstance(JNIEnv* env, const char* className)
 {
     jclass clazz = findClass(env, className);
@@ -27,10 +28,13 @@ inline jobject newInstance(JNIEnv* env, const char* className)
     return obj;
 }
 
-// Equality that tells -0.0 from 0.0 and finds NaN equal to itself.
+// Equality that tells -0.0 from 0.0, finds NaN equal to itself and compares references by
+// their objects.
 template <typename T> bool same(T a, T b)
 {
-    if constexpr (std::is_floating_point_v<T>) {
+    if constexpr (std::is_convertible_v<T, jobject>) {
+        return mainEnv()->IsSameObject(a, b) == JNI_TRUE;
+    } else if constexpr (std::is_floating_point_v<T>) {
         return std::memcmp(&a, &b, sizeof a) == 0 || (std::isnan(a) && std::isnan(b));
     } else {
         return a == b;
@@ -45,40 +49,83 @@ inline void expectArgumentFailure(JNIEnv* env, KS_BOOL ok, const std::string& me
     ExpectPending(env, "java.lang.IllegalArgumentException", message.c_str(), where);
 }
 
-// A local frame of its own for one pass of a table loop: failures leave references behind
-// (the saved and the traced throwables), and a table of them would exceed a test's frame.
-class LoopFrame
-{
-  public:
-    explicit LoopFrame(JNIEnv* env) : env_(env) { env_->PushLocalFrame(256); }
-    ~LoopFrame() { env_->PopLocalFrame(nullptr); }
-    LoopFrame(const LoopFrame&) = delete;
-    LoopFrame& operator=(const LoopFrame&) = delete;
-
-  private:
-    JNIEnv* env_;
+// A scenario as a table. A step: a call, its result, what it leaves pending (the class, or
+// the "<function>: <condition>" of a refused argument; cleared), what holds after it.
+struct Step {
+    const char* text;
+    KS_BOOL result;
+    std::function<KS_BOOL()> call;
+    std::string pending;
+    std::function<bool()> after;
 };
-
-// Every non-NULL reference deleted through `fault` while alive; unlike the ledger's live
-// set, this does not depend on the JVM not reusing a deleted reference's value.
-class DeletionLog
+struct Pending {
+    static std::string text(const char* text) { return text != nullptr ? text : ""; }
+    static std::string text(std::string text) { return text; }
+};
+#define VEN_STEP(result, call, pending, after)                                                               \
+    Step(                                                                                                    \
+        #call, result, [&] { return call; }, Pending::text(pending), [&] { return after; })
+#define VEN_REFUSED(message, call) VEN_STEP(KS_FALSE, call, message, true)
+#define VEN_DO(statement) VEN_STEP(KS_TRUE, (statement, KS_TRUE), "", true)
+inline void runSteps(JNIEnv* env, const std::vector<Step>& steps)
 {
-  public:
-    explicit DeletionLog(FaultEnv& fault)
-    {
-        fault.override<&JNINativeInterface_::DeleteLocalRef>([this](JNIEnv* real, jobject ref) {
-            deleted_.push_back(ref);
-            real->DeleteLocalRef(ref);
-        });
+    for (const Step& step : steps) {
+        SCOPED_TRACE(step.text);
+        EXPECT_EQ(step.result, step.call());
+        if (!step.pending.empty()) {
+            step.pending.starts_with("java.")
+                ? ExpectPendingClass(env, step.pending.c_str())
+                : ExpectPending(env, "java.lang.IllegalArgumentException", step.pending.c_str());
+        }
+        EXPECT_TRUE(step.after());
     }
-    bool deleted(jobject ref) const
-    {
-        return std::find(deleted_.begin(), deleted_.end(), ref) != deleted_.end();
-    }
-    void clear() { deleted_.clear(); }
+}
 
-  private:
-    std::vector<jobject> deleted_;
+// Whether `trace` holds one line, beginning with `head` (or equal to it); the trace is emptied.
+inline bool tracedOnce(Trace& trace, const std::string& head, bool exact = false)
+{
+    const std::vector<std::string> lines = trace.lines();
+    trace.reset();
+    return lines.size() == 1 && (exact ? lines[0] == head : lines[0].starts_with(head));
+}
+
+// The arguments that differ between `good` and `bad` are tested in order: call k passes
+// the first k of them good and the rest bad, and fails with "<name>: <conditions[k]>".
+template <typename F, typename... A>
+void expectChecksInOrder(JNIEnv* env, const std::string& name, const std::vector<std::string>& conditions,
+                         F function, std::tuple<A...> good, std::type_identity_t<std::tuple<A...>> bad,
+                         std::source_location where = std::source_location::current())
+{
+    for (std::size_t k = 0; k <= conditions.size(); ++k) {
+        std::size_t checked = 0;
+        auto pick = [&](const auto& g, const auto& b) { return g == b || checked++ >= k ? b : g; };
+        auto args = [&]<std::size_t... I>(std::index_sequence<I...>)
+        {
+            return std::tuple<A...>{pick(std::get<I>(good), std::get<I>(bad))...};
+        }
+        (std::index_sequence_for<A...>{});
+        if (k < conditions.size()) {
+            expectArgumentFailure(env, std::apply(function, args), name + ": " + conditions[k], where);
+        }
+        EXPECT_TRUE(k < conditions.size() || checked == k) << name << " at line " << where.line();
+    }
+}
+
+// The local references live in `fault` besides the throwables taken with ExceptionOccurred,
+// whose deletion after a failure is left open.
+struct LeakCheck {
+    explicit LeakCheck(FaultEnv& fault) : fault(fault)
+    {
+        fault.override<&Entry::ExceptionOccurred>(
+            [this](JNIEnv* real) { return *throwables.insert(real->ExceptionOccurred()).first; });
+    }
+    int live() const
+    {
+        auto isLive = [this](jthrowable t) { return fault.ledger().isLive(t); };
+        return fault.ledger().live() - std::count_if(throwables.begin(), throwables.end(), isLive);
+    }
+    FaultEnv& fault;
+    std::set<jthrowable> throwables;
 };
 
 } // namespace ven::families_test
