@@ -201,12 +201,12 @@ ExpectJniWarning::~ExpectJniWarning()
     }
 }
 
-TestFrame::TestFrame(JNIEnv* env) : env_(env), ksObjectsAtStart_(ksObjLiveCount())
+TestFrame::TestFrame(JNIEnv* env, jint capacity) : env_(env), ksObjectsAtStart_(ksObjLiveCount())
 {
-    open_ = env_->PushLocalFrame(64) == JNI_OK;
+    open_ = env_->PushLocalFrame(capacity) == JNI_OK;
     if (!open_) {
         env_->ExceptionClear();
-        ADD_FAILURE() << "PushLocalFrame(64) failed";
+        ADD_FAILURE() << "PushLocalFrame(" << capacity << ") failed";
     }
 }
 

@@ -72,7 +72,7 @@ class ExpectJniWarning
 
 // ---- One local frame per test ---------------------------------------------------------
 
-// A local frame on `env` with room for 64 references. close() (or the destructor) fails the test
+// A local frame on `env` with room for `capacity` references. close() (or the destructor) fails the test
 // if an exception is pending (describing and clearing it) or if the number of live ks objects
 // differs from the start, then pops the frame. HotSpot 17's checked JNI warns (failing the test)
 // once the frame holds about 97 references; HotSpot 25 no longer checks local capacity, so there
@@ -81,7 +81,7 @@ class ExpectJniWarning
 class TestFrame
 {
   public:
-    explicit TestFrame(JNIEnv* env);
+    explicit TestFrame(JNIEnv* env, jint capacity = 64);
     ~TestFrame() { close(); }
     TestFrame(const TestFrame&) = delete;
     TestFrame& operator=(const TestFrame&) = delete;
