@@ -43,6 +43,27 @@ JavaVM* registeredVm(int line)
     return vm;
 }
 
+// The lines and status text of one of the two attach operations.
+struct AttachChecks {
+    int vmLine;
+    int statusLine;
+    int envLine;
+    const char* statusCondition;
+};
+
+// Attaches the calling thread through `Member` (ordinary or daemon), with no thread name
+// or group; an attached thread gets its existing environment (the JNI rule).
+template <auto Member>
+JNIEnv* attach(const AttachChecks& checks)
+{
+    JavaVM* vm = registeredVm(checks.vmLine);
+    JNIEnv* env = nullptr;
+    fatalCheck((vm->functions->*Member)(vm, reinterpret_cast<void**>(&env), nullptr) == 0, checks.statusLine,
+               checks.statusCondition);
+    fatalCheck(env != nullptr, checks.envLine, "env");
+    return env;
+}
+
 } // namespace
 
 extern "C" {
@@ -82,22 +103,16 @@ VEN_API JNIEnv* venTryGetMainJniEnv(void)
 
 VEN_API JNIEnv* venAttachCurrentThread(void)
 {
-    JavaVM* vm = registeredVm(line::attachVm);
-    JNIEnv* env = nullptr;
-    fatalCheck(vm->AttachCurrentThread(reinterpret_cast<void**>(&env), nullptr) == 0, line::attachStatus,
-               "(*vm)->AttachCurrentThread( vm, (void**)&env, NULL ) == 0");
-    fatalCheck(env != nullptr, line::attachEnv, "env");
-    return env;
+    return attach<&JNIInvokeInterface_::AttachCurrentThread>(
+        {line::attachVm, line::attachStatus, line::attachEnv,
+         "(*vm)->AttachCurrentThread( vm, (void**)&env, NULL ) == 0"});
 }
 
 VEN_API JNIEnv* venAttachCurrentThreadAsDaemon(void)
 {
-    JavaVM* vm = registeredVm(line::attachDaemonVm);
-    JNIEnv* env = nullptr;
-    fatalCheck(vm->AttachCurrentThreadAsDaemon(reinterpret_cast<void**>(&env), nullptr) == 0,
-               line::attachDaemonStatus, "(*vm)->AttachCurrentThreadAsDaemon( vm, (void**)&env, NULL ) == 0");
-    fatalCheck(env != nullptr, line::attachDaemonEnv, "env");
-    return env;
+    return attach<&JNIInvokeInterface_::AttachCurrentThreadAsDaemon>(
+        {line::attachDaemonVm, line::attachDaemonStatus, line::attachDaemonEnv,
+         "(*vm)->AttachCurrentThreadAsDaemon( vm, (void**)&env, NULL ) == 0"});
 }
 
 VEN_API void venDetachCurrentThread(void)
