@@ -1,7 +1,5 @@
-// Arrays through the integration layer and the bridges built on them: the five functions of
-// every primitive element type through one table row per type, the object arrays, the length
-// and the critical pair; each bridge's success and failure paths, its own argument texts
-// (three differ from the exported names), and the local references it leaves behind.
+// Arrays through the integration layer, one table row per element type, with the object
+// arrays, the length and the critical pair; the bridges' success and failure paths.
 #include <array>
 #include <cstdint>
 #include <limits>
@@ -202,43 +200,30 @@ TEST_F(BridgesTest, VectorsOfStringsBecomeStringArrays)
     jobjectArray array = nullptr;
     auto element = [&](jsize i) { return static_cast<jstring>(env->GetObjectArrayElement(array, i)); };
     ASSERT_EQ(KS_TRUE, venNewStringArrayFromKsVector(&array, fault.env(), nullptr, vector));
+    // clang-format off
     EXPECT_TRUE(mostLive <= 3 && fault.ledger().live() == 1 && fault.ledger().isLive(array)) << mostLive;
-    EXPECT_TRUE(fault.calls<&Entry::NewString>() == 10000 && env->GetArrayLength(array) == 10002);
-    EXPECT_TRUE(env->IsInstanceOf(array, findClass(env, "[Ljava/lang/String;")) && !element(10000) &&
-                !element(10001));
-    EXPECT_TRUE(utf8(env, element(0)) == "element 0" && utf8(env, element(9999)) == "element 9999");
+    EXPECT_TRUE(fault.calls<&Entry::NewString>() == 10000 && env->GetArrayLength(array) == 10002 && env->IsInstanceOf(array, findClass(env, "[Ljava/lang/String;")));
+    EXPECT_TRUE(utf8(env, element(0)) == "element 0" && utf8(env, element(9999)) == "element 9999" && !element(10000) && !element(10001));
     EXPECT_EQ(u"tw\u00F6 \U0001F600", units(env, element(1)));
-    EXPECT_TRUE(venNewStringArrayFromKsVector(&array, env, nullptr, KsRef<ksVector>{ksVectorCreate()}) &&
-                !env->GetArrayLength(array));
-
-    for (bool classFails : {false, true}) {
+    EXPECT_TRUE(venNewStringArrayFromKsVector(&array, env, nullptr, KsRef<ksVector>{ksVectorCreate()}) && !env->GetArrayLength(array));
+    for (const auto& [classFails, line] : {std::pair{true, "[venFindClass()] Exception: java.lang.NoClassDefFoundError: java/lang/String"},
+                                           std::pair{false, "[venNewString()] Exception: java.lang.OutOfMemoryError: injected by FaultEnv"}}) {
         FaultEnv failing(env);
         LeakCheck leaks(failing);
-        classFails ? failing.raise<&Entry::FindClass>("java/lang/NoClassDefFoundError", "java/lang/String",
-                                                      FaultEnv::Calls::nth(1))
-                   : failing.raiseOutOfMemory<&Entry::NewString>(FaultEnv::Calls::nth(3));
+        classFails ? failing.raise<&Entry::FindClass>("java/lang/NoClassDefFoundError", "java/lang/String", FaultEnv::Calls::nth(1)) : failing.raiseOutOfMemory<&Entry::NewString>(FaultEnv::Calls::nth(3));
         Trace trace;
-        array = static_cast<jobjectArray>(
-            failing.env()->NewObjectArray(1, findClass(env, "java/lang/Object"), nullptr));
+        array = static_cast<jobjectArray>(failing.env()->NewObjectArray(1, findClass(env, "java/lang/Object"), nullptr));
         EXPECT_EQ(KS_FALSE, venNewStringArrayFromKsVector(&array, failing.env(), trace.get(), vector));
-        EXPECT_TRUE(array == nullptr && leaks.live() == 0 &&
-                    failing.calls<&Entry::NewString>() == (classFails ? 0 : 3));
         ExpectPendingClass(env, classFails ? "java.lang.NoClassDefFoundError" : "java.lang.OutOfMemoryError");
-        EXPECT_EQ(
-            std::vector<std::string>{
-                classFails ? "[venFindClass()] Exception: java.lang.NoClassDefFoundError: java/lang/String"
-                           : "[venNewString()] Exception: java.lang.OutOfMemoryError: injected by FaultEnv"},
-            trace.lines());
+        EXPECT_TRUE(!array && leaks.live() == 0 && failing.calls<&Entry::NewString>() == (classFails ? 0 : 3) && tracedOnce(trace, line, true));
     }
+    // clang-format on
 }
 
-// Buffers and plain doubles to new arrays (the empty buffer included; a failed copy or pin
-// keeps the new, all-zero array); a region or a whole array to a buffer that replaces (and
-// releases: the frame counts ks objects) the one held, ksMemAlloc(0) for an empty region, a
-// failure leaving the one held; a whole array has as many bytes as elements, copied in the
-// critical region with no JNI call there. The copies write the smaller of both lengths,
-// widened, and give the elements back with JNI_ABORT. Every bridge's own conditions in
-// order, then the first of the call it makes; a length beyond jsize allocates nothing.
+// Buffers and doubles to arrays (a failed copy or pin keeps the new, all-zero array); arrays
+// to a buffer replacing (and releasing) the one held, a whole array in the critical region
+// with no JNI call there, one byte per element; copies of the smaller of both lengths given
+// back with JNI_ABORT; every bridge's own checks (three under other names) in order.
 TEST_F(BridgesTest, BuffersPlainArraysAndCopies)
 {
     FaultEnv fault(env);
