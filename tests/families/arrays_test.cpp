@@ -1,7 +1,5 @@
-// Arrays through the integration layer and the bridges built on them: the five functions of
-// every primitive element type through one table row per type, the object arrays, the length
-// and the critical pair; each bridge's success and failure paths, its own argument texts
-// (three differ from the exported names), and the local references it leaves behind.
+// Arrays through the integration layer, one table row per element type, with the object
+// arrays, the length and the critical pair; the bridges' success and failure paths.
 #include <array>
 #include <cstdint>
 #include <limits>
@@ -175,44 +173,6 @@ struct BridgesTest : JvmTest {
     }
 };
 
-// Each bridge's own conditions in order, then the first condition of the call it makes;
-// a refused call leaves its out-parameter alone, and a length beyond jsize allocates nothing.
-TEST_F(BridgesTest, OwnArgumentTextsThreeOfWhichDifferFromTheExportedNames)
-{
-    jobjectArray strings = nullptr;
-    jbyteArray bytes = nullptr;
-    jdoubleArray doubles = nullptr;
-    KsRef<ksBuffer> buffer = bufferOf("old", 3);
-    ksBuffer* held = buffer.get();
-    KS_INT ints[1] = {};
-    double reals[1] = {};
-    // clang-format off
-    runSteps(env, {
-        VEN_REFUSED("venNewStringArrayFromKsVector: result != NULL", venNewStringArrayFromKsVector(nullptr, env, nullptr, nullptr)),
-        VEN_REFUSED("venNewStringArrayFromKsVector: vec != NULL", venNewStringArrayFromKsVector(&strings, env, nullptr, nullptr)),
-        VEN_REFUSED("venNewByteArray: result != NULL", venNewByteArrayFromBuffer(nullptr, env, nullptr, nullptr)),
-        VEN_REFUSED("venNewByteArray: buffer != NULL", venNewByteArrayFromBuffer(&bytes, env, nullptr, nullptr)),
-        VEN_REFUSED("venNewDoubleArrayOf: source != NULL", venNewDoubleArrayOf(nullptr, env, nullptr, nullptr, -1)),
-        VEN_REFUSED("venNewDoubleArray: result != NULL", venNewDoubleArrayOf(nullptr, env, nullptr, reals, -1)),
-        VEN_REFUSED("venNewDoubleArray: length >= 0", venNewDoubleArrayOf(&doubles, env, nullptr, reals, -1)),
-        VEN_REFUSED("venGetByteArrayRegionAsBytes: result != ((void *)0)", venGetByteArrayRegionAsBuffer(nullptr, env, nullptr, nullptr, 0, -1)),
-        VEN_REFUSED("venGetByteArrayRegionAsBytes: len >= 0", venGetByteArrayRegionAsBuffer(buffer.out(), env, nullptr, nullptr, 0, -1)),
-        VEN_REFUSED("venGetByteArrayRegion: array != NULL", venGetByteArrayRegionAsBuffer(buffer.out(), env, nullptr, nullptr, 0, 1)),
-        VEN_REFUSED("venArrayToKsBuffer: result != ((void *)0)", venGetPrimitiveArrayAsKsBuffer(nullptr, env, nullptr, nullptr)),
-        VEN_REFUSED("venGetArrayLength: array != NULL", venGetPrimitiveArrayAsKsBuffer(buffer.out(), env, nullptr, nullptr)),
-        VEN_REFUSED("venCopyIntArrayElements: result != NULL", venCopyIntArrayElements(nullptr, env, nullptr, nullptr, -1)),
-        VEN_REFUSED("venCopyIntArrayElements: length >= 0", venCopyIntArrayElements(ints, env, nullptr, nullptr, -1)),
-        VEN_REFUSED("venGetArrayLength: array != NULL", venCopyIntArrayElements(ints, env, nullptr, nullptr, 1)),
-        VEN_REFUSED("venCopyDoubleArrayElements: result != NULL", venCopyDoubleArrayElements(nullptr, env, nullptr, nullptr, -1)),
-        VEN_REFUSED("venCopyDoubleArrayElements: length >= 0", venCopyDoubleArrayElements(reals, env, nullptr, nullptr, -1)),
-        VEN_REFUSED("venGetArrayLength: array != NULL", venCopyDoubleArrayElements(reals, env, nullptr, nullptr, 1))});
-    const KS_INT allocations = ksMemAllocCount();
-    expectArgumentFailure(env, venGetByteArrayRegionAsBuffer(buffer.out(), env, nullptr, env->NewByteArray(1), 0, 2147483648LL),
-                          "venGetByteArrayRegion: VEN_KS_INT_TO_JSIZE_CONV_OK( len )");
-    // clang-format on
-    EXPECT_TRUE(allocations == ksMemAllocCount() && buffer.get() == held);
-}
-
 // 10,000 strings, a NULL element and one that is not a string (both become null elements)
 // take three local references at most and leave only the array; an empty vector gives an
 // empty array. A third element that cannot be converted, or a class lookup that fails,
@@ -240,133 +200,124 @@ TEST_F(BridgesTest, VectorsOfStringsBecomeStringArrays)
     jobjectArray array = nullptr;
     auto element = [&](jsize i) { return static_cast<jstring>(env->GetObjectArrayElement(array, i)); };
     ASSERT_EQ(KS_TRUE, venNewStringArrayFromKsVector(&array, fault.env(), nullptr, vector));
+    // clang-format off
     EXPECT_TRUE(mostLive <= 3 && fault.ledger().live() == 1 && fault.ledger().isLive(array)) << mostLive;
-    EXPECT_TRUE(fault.calls<&Entry::NewString>() == 10000 && env->GetArrayLength(array) == 10002);
-    EXPECT_TRUE(env->IsInstanceOf(array, findClass(env, "[Ljava/lang/String;")) && !element(10000) &&
-                !element(10001));
-    EXPECT_TRUE(utf8(env, element(0)) == "element 0" && utf8(env, element(9999)) == "element 9999");
+    EXPECT_TRUE(fault.calls<&Entry::NewString>() == 10000 && env->GetArrayLength(array) == 10002 && env->IsInstanceOf(array, findClass(env, "[Ljava/lang/String;")));
+    EXPECT_TRUE(utf8(env, element(0)) == "element 0" && utf8(env, element(9999)) == "element 9999" && !element(10000) && !element(10001));
     EXPECT_EQ(u"tw\u00F6 \U0001F600", units(env, element(1)));
-    EXPECT_TRUE(venNewStringArrayFromKsVector(&array, env, nullptr, KsRef<ksVector>{ksVectorCreate()}) &&
-                !env->GetArrayLength(array));
-
-    for (bool classFails : {false, true}) {
+    EXPECT_TRUE(venNewStringArrayFromKsVector(&array, env, nullptr, KsRef<ksVector>{ksVectorCreate()}) && !env->GetArrayLength(array));
+    for (const auto& [classFails, line] : {std::pair{true, "[venFindClass()] Exception: java.lang.NoClassDefFoundError: java/lang/String"},
+                                           std::pair{false, "[venNewString()] Exception: java.lang.OutOfMemoryError: injected by FaultEnv"}}) {
         FaultEnv failing(env);
         LeakCheck leaks(failing);
-        classFails ? failing.raise<&Entry::FindClass>("java/lang/NoClassDefFoundError", "java/lang/String",
-                                                      FaultEnv::Calls::nth(1))
-                   : failing.raiseOutOfMemory<&Entry::NewString>(FaultEnv::Calls::nth(3));
+        classFails ? failing.raise<&Entry::FindClass>("java/lang/NoClassDefFoundError", "java/lang/String", FaultEnv::Calls::nth(1)) : failing.raiseOutOfMemory<&Entry::NewString>(FaultEnv::Calls::nth(3));
         Trace trace;
-        array = static_cast<jobjectArray>(
-            failing.env()->NewObjectArray(1, findClass(env, "java/lang/Object"), nullptr));
+        array = static_cast<jobjectArray>(failing.env()->NewObjectArray(1, findClass(env, "java/lang/Object"), nullptr));
         EXPECT_EQ(KS_FALSE, venNewStringArrayFromKsVector(&array, failing.env(), trace.get(), vector));
-        EXPECT_TRUE(array == nullptr && leaks.live() == 0 &&
-                    failing.calls<&Entry::NewString>() == (classFails ? 0 : 3));
         ExpectPendingClass(env, classFails ? "java.lang.NoClassDefFoundError" : "java.lang.OutOfMemoryError");
-        EXPECT_EQ(
-            std::vector<std::string>{
-                classFails ? "[venFindClass()] Exception: java.lang.NoClassDefFoundError: java/lang/String"
-                           : "[venNewString()] Exception: java.lang.OutOfMemoryError: injected by FaultEnv"},
-            trace.lines());
+        EXPECT_TRUE(!array && leaks.live() == 0 && failing.calls<&Entry::NewString>() == (classFails ? 0 : 3) && tracedOnce(trace, line, true));
     }
+    // clang-format on
 }
 
-// Buffers and plain doubles to new arrays, the empty buffer included; a failed copy or pin
-// keeps the new array, still all zeros, in the variable. A region or a whole array to a
-// buffer that replaces (and releases: the frame counts ks objects) the one held, with
-// ksMemAlloc(0) for an empty region; a failure leaves the one held. The whole array has as
-// many bytes as elements, copied inside the critical region with no JNI call there.
-TEST_F(BridgesTest, BuffersAndArraysBothWays)
+// Buffers and doubles to arrays (a failed copy or pin keeps the new, all-zero array); arrays
+// to a buffer replacing (and releasing) the one held, a whole array in the critical region
+// with no JNI call there, one byte per element; copies of the smaller of both lengths given
+// back with JNI_ABORT; every bridge's own checks (three under other names) in order.
+TEST_F(BridgesTest, BuffersPlainArraysAndCopies)
 {
     FaultEnv fault(env);
     LeakCheck leaks(fault);
     JNIEnv* f = fault.env();
+    jobjectArray strings = nullptr;
     jbyteArray bytes = nullptr;
     jdoubleArray doubles = nullptr;
-    const double values[] = {0.1, -0.0, std::numeric_limits<double>::quiet_NaN(), -1e308};
+    KsRef<ksBuffer> buffer = bufferOf("old", 3);
+    ksBuffer* kept = nullptr;
+    jint modes[2] = {};
+    Trace trace;
+    // clang-format off
+    fault.override<&Entry::ReleaseIntArrayElements>([&](JNIEnv* real, jintArray a, jint* e, jint mode) { real->ReleaseIntArrayElements(a, e, modes[0] = mode); });
+    fault.override<&Entry::ReleaseDoubleArrayElements>([&](JNIEnv* real, jdoubleArray a, jdouble* e, jint mode) { real->ReleaseDoubleArrayElements(a, e, modes[1] = mode); });
+    const double values[] = {-0.0, 0.1, std::numeric_limits<double>::infinity(), -2.5, std::numeric_limits<double>::quiet_NaN(), -1e308};
+    const jint intValues[] = {-1, INT32_MIN, INT32_MAX, 7, 0x04030201};
+    const jbyte five[] = {10, -20, 30, -40, 5};
+    jintArray ints = env->NewIntArray(4), wide = env->NewIntArray(1);
+    jdoubleArray fourDoubles = env->NewDoubleArray(4);
+    jbyteArray array = env->NewByteArray(5);
+    env->SetIntArrayRegion(ints, 0, 4, intValues), env->SetIntArrayRegion(wide, 0, 1, intValues + 4);
+    env->SetDoubleArrayRegion(fourDoubles, 0, 4, values), env->SetByteArrayRegion(array, 0, 5, five);
     auto doublesAre = [&](std::vector<double> expected) {
         std::vector<double> copied(static_cast<std::size_t>(env->GetArrayLength(doubles)));
         env->GetDoubleArrayRegion(doubles, 0, static_cast<jsize>(copied.size()), copied.data());
-        return copied.size() == expected.size() &&
-               std::memcmp(copied.data(), expected.data(), copied.size() * 8) == 0;
+        return copied.size() == expected.size() && std::memcmp(copied.data(), expected.data(), copied.size() * 8) == 0;
     };
-    jbyteArray array = env->NewByteArray(5);
-    const jbyte five[] = {10, -20, 30, -40, 5};
-    env->SetByteArrayRegion(array, 0, 5, five);
-    jintArray ints = env->NewIntArray(2);
-    const jint wide[] = {0x04030201, -1};
-    env->SetIntArrayRegion(ints, 0, 2, wide);
-    KsRef<ksBuffer> buffer = bufferOf("old", 3);
-    ksBuffer* kept = nullptr;
-    Trace trace;
-    // clang-format off
+    std::array<KS_INT, 6> intCopy{};
+    std::array<double, 6> doubleCopy{};
+    auto copy = [&](KS_INT length) { return venCopyIntArrayElements(intCopy.data(), f, nullptr, ints, length) && venCopyDoubleArrayElements(doubleCopy.data(), f, nullptr, fourDoubles, length); };
+    // The first `n` copied, the rest as filled before (99), the elements given back unchanged; then refilled.
+    auto copied = [&](std::size_t n) {
+        bool ok = modes[0] == JNI_ABORT && modes[1] == JNI_ABORT;
+        for (std::size_t i = 0; i < 6; ++i) {
+            ok = ok && same<KS_INT>(i < n ? intValues[i] : 99, intCopy[i]) && same<double>(i < n ? values[i] : 99, doubleCopy[i]);
+        }
+        intCopy.fill(99), doubleCopy.fill(99), modes[0] = modes[1] = -1;
+        return ok;
+    };
+    copied(0);
     runSteps(env, {
         VEN_STEP(KS_TRUE, venNewByteArrayFromBuffer(&bytes, f, nullptr, bufferOf("\x01\xFF\x7F", 3)), nullptr, (bytesOf(bytes) == std::vector<jbyte>{1, -1, 127})),
         VEN_STEP(KS_TRUE, venNewByteArrayFromBuffer(&bytes, f, nullptr, bufferOf("", 0)), nullptr, env->GetArrayLength(bytes) == 0),
-        VEN_STEP(KS_TRUE, venNewDoubleArrayOf(&doubles, f, nullptr, values, 4), nullptr, doublesAre({values, values + 4})),
-        VEN_STEP(KS_TRUE, venNewDoubleArrayOf(&doubles, f, nullptr, values, 0), nullptr, doublesAre({}) && fault.ledger().live() == 2),
-        VEN_STEP(KS_FALSE, (fault.raiseOutOfMemory<&Entry::SetByteArrayRegion>(), venNewByteArrayFromBuffer(&bytes, f, nullptr, bufferOf("abc", 3))), "java.lang.OutOfMemoryError", (bytesOf(bytes) == std::vector<jbyte>{0, 0, 0})),
-        VEN_STEP(KS_FALSE, (fault.raiseOutOfMemory<&Entry::GetDoubleArrayElements>(), venNewDoubleArrayOf(&doubles, f, nullptr, values, 2)), "java.lang.OutOfMemoryError", doublesAre({0.0, 0.0})),
+        VEN_STEP(KS_TRUE, venNewDoubleArrayOf(&doubles, f, nullptr, values, 6), nullptr, doublesAre({values, values + 6})),
+        VEN_STEP(KS_TRUE, venNewDoubleArrayOf(&doubles, f, nullptr, values, 0), nullptr, doublesAre({}) && leaks.live() == 2),
         VEN_STEP(KS_TRUE, venGetByteArrayRegionAsBuffer(buffer.out(), env, nullptr, array, 1, 2), nullptr, (bytesOf(buffer) == std::vector<jbyte>{-20, 30})),
         VEN_STEP(KS_TRUE, venGetByteArrayRegionAsBuffer(buffer.out(), env, nullptr, array, 5, 0), nullptr, ksBufferLength(buffer) == 0 && (kept = buffer.get())),
         VEN_STEP(KS_FALSE, venGetByteArrayRegionAsBuffer(buffer.out(), env, trace.get(), array, 4, 2), "java.lang.ArrayIndexOutOfBoundsException",
                  buffer.get() == kept && tracedOnce(trace, "[venGetByteArrayRegion()] Exception: java.lang.ArrayIndexOutOfBoundsException")),
         VEN_STEP(KS_TRUE, venGetPrimitiveArrayAsKsBuffer(buffer.out(), f, nullptr, array), nullptr, bytesOf(buffer) == bytesOf(array) &&
                  bytesOf(buffer) == std::vector<jbyte>(five, five + 5) && ksObjRefCount(buffer.get()) == 1 && leaks.live() == 2),
-        VEN_STEP(KS_TRUE, venGetPrimitiveArrayAsKsBuffer(buffer.out(), env, nullptr, ints), nullptr, (bytesOf(buffer) == std::vector<jbyte>{1, 2})),
+        VEN_STEP(KS_TRUE, venGetPrimitiveArrayAsKsBuffer(buffer.out(), env, nullptr, wide), nullptr, (bytesOf(buffer) == std::vector<jbyte>{1})),
         VEN_STEP(KS_TRUE, venGetPrimitiveArrayAsKsBuffer(buffer.out(), env, nullptr, env->NewBooleanArray(0)), nullptr, ksBufferLength(buffer) == 0 && (kept = buffer.get())),
-        VEN_STEP(KS_FALSE, (fault.raiseOutOfMemory<&Entry::GetPrimitiveArrayCritical>(), venGetPrimitiveArrayAsKsBuffer(buffer.out(), f, nullptr, array)), "java.lang.OutOfMemoryError", buffer.get() == kept)});
+        VEN_STEP(KS_TRUE, copy(10), nullptr, copied(4)),
+        VEN_STEP(KS_TRUE, copy(4), nullptr, copied(4)),
+        VEN_STEP(KS_TRUE, copy(2), nullptr, copied(2)),
+        VEN_STEP(KS_TRUE, copy(0), nullptr, copied(0) && fault.calls<&Entry::GetIntArrayElements>() == 4 && leaks.live() == 2),
+        VEN_DO((fault.raiseOutOfMemory<&Entry::SetByteArrayRegion>(), fault.raiseOutOfMemory<&Entry::GetDoubleArrayElements>())),
+        VEN_DO((fault.raiseOutOfMemory<&Entry::GetIntArrayElements>(), fault.raiseOutOfMemory<&Entry::GetPrimitiveArrayCritical>())),
+        VEN_STEP(KS_FALSE, venNewByteArrayFromBuffer(&bytes, f, nullptr, bufferOf("abc", 3)), "java.lang.OutOfMemoryError", (bytesOf(bytes) == std::vector<jbyte>{0, 0, 0})),
+        VEN_STEP(KS_FALSE, venNewDoubleArrayOf(&doubles, f, nullptr, values, 2), "java.lang.OutOfMemoryError", doublesAre({0.0, 0.0})),
+        VEN_STEP(KS_FALSE, venGetPrimitiveArrayAsKsBuffer(buffer.out(), f, nullptr, array), "java.lang.OutOfMemoryError", buffer.get() == kept),
+        VEN_STEP(KS_FALSE, venCopyIntArrayElements(intCopy.data(), f, nullptr, ints, 1), "java.lang.OutOfMemoryError", intCopy[0] == 99),
+        VEN_STEP(KS_FALSE, venCopyDoubleArrayElements(doubleCopy.data(), f, nullptr, fourDoubles, 1), "java.lang.OutOfMemoryError", doubleCopy[0] == 99),
+        VEN_REFUSED("venNewStringArrayFromKsVector: result != NULL", venNewStringArrayFromKsVector(nullptr, env, nullptr, nullptr)),
+        VEN_REFUSED("venNewStringArrayFromKsVector: vec != NULL", venNewStringArrayFromKsVector(&strings, env, nullptr, nullptr)),
+        VEN_REFUSED("venNewByteArray: result != NULL", venNewByteArrayFromBuffer(nullptr, env, nullptr, nullptr)),
+        VEN_REFUSED("venNewByteArray: buffer != NULL", venNewByteArrayFromBuffer(&bytes, env, nullptr, nullptr)),
+        VEN_REFUSED("venNewDoubleArrayOf: source != NULL", venNewDoubleArrayOf(nullptr, env, nullptr, nullptr, -1)),
+        VEN_REFUSED("venNewDoubleArray: result != NULL", venNewDoubleArrayOf(nullptr, env, nullptr, values, -1)),
+        VEN_REFUSED("venNewDoubleArray: length >= 0", venNewDoubleArrayOf(&doubles, env, nullptr, values, -1)),
+        VEN_REFUSED("venGetByteArrayRegionAsBytes: result != ((void *)0)", venGetByteArrayRegionAsBuffer(nullptr, env, nullptr, nullptr, 0, -1)),
+        VEN_REFUSED("venGetByteArrayRegionAsBytes: len >= 0", venGetByteArrayRegionAsBuffer(buffer.out(), env, nullptr, nullptr, 0, -1)),
+        VEN_REFUSED("venGetByteArrayRegion: array != NULL", venGetByteArrayRegionAsBuffer(buffer.out(), env, nullptr, nullptr, 0, 1)),
+        VEN_REFUSED("venArrayToKsBuffer: result != ((void *)0)", venGetPrimitiveArrayAsKsBuffer(nullptr, env, nullptr, nullptr)),
+        VEN_REFUSED("venGetArrayLength: array != NULL", venGetPrimitiveArrayAsKsBuffer(buffer.out(), env, nullptr, nullptr)),
+        VEN_REFUSED("venCopyIntArrayElements: result != NULL", venCopyIntArrayElements(nullptr, env, nullptr, nullptr, -1)),
+        VEN_REFUSED("venCopyIntArrayElements: length >= 0", venCopyIntArrayElements(intCopy.data(), env, nullptr, nullptr, -1)),
+        VEN_REFUSED("venGetArrayLength: array != NULL", venCopyIntArrayElements(intCopy.data(), env, nullptr, nullptr, 1)),
+        VEN_REFUSED("venCopyDoubleArrayElements: result != NULL", venCopyDoubleArrayElements(nullptr, env, nullptr, nullptr, -1)),
+        VEN_REFUSED("venCopyDoubleArrayElements: length >= 0", venCopyDoubleArrayElements(doubleCopy.data(), env, nullptr, nullptr, -1)),
+        VEN_REFUSED("venGetArrayLength: array != NULL", venCopyDoubleArrayElements(doubleCopy.data(), env, nullptr, nullptr, 1)),
+        VEN_DO(kept = buffer.get())});
+    const KS_INT allocations = ksMemAllocCount();
+    expectArgumentFailure(env, venGetByteArrayRegionAsBuffer(buffer.out(), env, nullptr, array, 0, 2147483648LL), "venGetByteArrayRegion: VEN_KS_INT_TO_JSIZE_CONV_OK( len )");
     // clang-format on
+    EXPECT_TRUE(allocations == ksMemAllocCount() && buffer.get() == kept);
     const std::vector<std::string>& trail = fault.trail();
     auto pinned = std::find(trail.begin(), trail.end(), "GetPrimitiveArrayCritical");
     auto released = std::find(trail.begin(), trail.end(), "ReleasePrimitiveArrayCritical");
     ASSERT_TRUE(pinned < released && released != trail.end());
     EXPECT_TRUE(std::all_of(pinned + 1, released,
                             [](const std::string& entry) { return entry == "ExceptionCheck"; }));
-}
-
-// The copies write the smaller of both lengths, widened, pinning once and giving the
-// elements back without copying back (JNI_ABORT); a failed pin writes nothing.
-TEST_F(BridgesTest, CopiesFillTheSmallerOfBothLengthsWidened)
-{
-    FaultEnv fault(env);
-    jint modes[2] = {};
-    fault.override<&Entry::ReleaseIntArrayElements>([&](JNIEnv* real, jintArray a, jint* e, jint mode) {
-        real->ReleaseIntArrayElements(a, e, modes[0] = mode);
-    });
-    fault.override<&Entry::ReleaseDoubleArrayElements>(
-        [&](JNIEnv* real, jdoubleArray a, jdouble* e, jint mode) {
-            real->ReleaseDoubleArrayElements(a, e, modes[1] = mode);
-        });
-    const jint intValues[] = {-1, INT32_MIN, INT32_MAX, 7};
-    const jdouble doubleValues[] = {-0.0, 0.1, std::numeric_limits<double>::infinity(), -2.5};
-    jintArray ints = env->NewIntArray(4);
-    jdoubleArray doubles = env->NewDoubleArray(4);
-    env->SetIntArrayRegion(ints, 0, 4, intValues);
-    env->SetDoubleArrayRegion(doubles, 0, 4, doubleValues);
-    std::array<KS_INT, 6> intCopy{};
-    std::array<double, 6> doubleCopy{};
-    // The first `n` copied, the rest as filled before; then refilled with 99 for the next row.
-    auto copied = [&](std::size_t n) {
-        bool ok = modes[0] == JNI_ABORT && modes[1] == JNI_ABORT && fault.ledger().live() == 0;
-        for (std::size_t i = 0; i < 6; ++i) {
-            ok = ok && same<KS_INT>(i < n ? intValues[i] : 99, intCopy[i]) &&
-                 same<double>(i < n ? doubleValues[i] : 99, doubleCopy[i]);
-        }
-        intCopy.fill(99), doubleCopy.fill(99), modes[0] = modes[1] = -1;
-        return ok;
-    };
-    copied(0);
-    // clang-format off
-    auto copy = [&](KS_INT length) { return venCopyIntArrayElements(intCopy.data(), fault.env(), nullptr, ints, length) && venCopyDoubleArrayElements(doubleCopy.data(), fault.env(), nullptr, doubles, length); };
-    runSteps(env, {
-        VEN_STEP(KS_TRUE, copy(10), nullptr, copied(4)),
-        VEN_STEP(KS_TRUE, copy(4), nullptr, copied(4)),
-        VEN_STEP(KS_TRUE, copy(2), nullptr, copied(2)),
-        VEN_STEP(KS_TRUE, copy(0), nullptr, copied(0) && fault.calls<&Entry::GetIntArrayElements>() == 4 && fault.calls<&Entry::GetDoubleArrayElements>() == 4),
-        VEN_DO((fault.raiseOutOfMemory<&Entry::GetIntArrayElements>(), fault.raiseOutOfMemory<&Entry::GetDoubleArrayElements>())),
-        VEN_STEP(KS_FALSE, venCopyIntArrayElements(intCopy.data(), fault.env(), nullptr, ints, 1), "java.lang.OutOfMemoryError", intCopy[0] == 99),
-        VEN_STEP(KS_FALSE, venCopyDoubleArrayElements(doubleCopy.data(), fault.env(), nullptr, doubles, 1), "java.lang.OutOfMemoryError", doubleCopy[0] == 99)});
-    // clang-format on
 }
 
 } // namespace

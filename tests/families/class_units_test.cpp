@@ -98,11 +98,8 @@ TEST_F(ClassUnitsTest, BoxingAndTextOfAnObject)
     EXPECT_EQ("kept", utf8(string));
 }
 
-// A list built through the collection's add and read back, and beyond either end (the list's
-// own exception, traced under the call); every class let go. Contains and add work on an
-// EnumSet as on an ArrayList. The units' own checks come before any lookup (index
-// 2147483648 with the range test written out); the others report a NULL result through the
-// call they make.
+// A list built through add and read back, and beyond either end; an EnumSet as an
+// ArrayList; the units' own checks before any lookup, the others through the call they make.
 TEST_F(ClassUnitsTest, ListsAndSetsAsCollections)
 {
     FaultEnv fault(env);

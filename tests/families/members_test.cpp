@@ -1,7 +1,5 @@
-// Field access and method invocation through the integration layer: every reader, writer
-// and call function through one table row per value type, at the edges of each conversion
-// and range test, with its failures and checks in order; string forms, object results in
-// both call forms, void calls, lookups.
+// Field access and method invocation through the integration layer: one table row per
+// value type, at the edges of each conversion; string, object and void forms; lookups.
 #include <cctype>
 #include <cfloat>
 #include <cstdint>
@@ -226,10 +224,8 @@ class MembersTest : public JvmTest
     jobject child = nullptr;
 };
 
-// Every field and call family, then: only JNI_TRUE reads as true (a stored byte of 2 as
-// false); the string forms both ways, null as NULL (the string held released: the frame
-// counts ks objects), refused by the object accessors once the Java string is made (and let
-// go); the lookups storing the ID, or NULL with the error traced.
+// Every field and call family; a stored byte of 2 reads as false; string fields both ways,
+// refused by the object accessors once the Java string is made (and let go); lookups.
 TEST_F(MembersTest, EveryFamilyAndTheStringFormsAndLookups)
 {
     jstring text = jstr(env, "text");
@@ -281,11 +277,9 @@ TEST_F(MembersTest, EveryFamilyAndTheStringFormsAndLookups)
     // clang-format on
 }
 
-// Per kind: object results in both forms store the new reference (or NULL, also after a
-// failure) and delete the one held, leaving nothing else live; void calls run the method of
-// their kind (a child's override virtually, the parent's non-virtually); the string forms
-// report through the va_list object call and test result only after the method ran, a null
-// return delivering NULL and releasing the string held (the frame counts ks objects).
+// Per kind: object results in both forms replace (and delete) the reference held, NULL
+// after a failure, nothing else live; void calls run the method of their kind; the string
+// forms report through the va_list object call, testing result after the method ran.
 TEST_F(MembersTest, ObjectVoidAndStringFormsOfEachKind)
 {
     jstring text = jstr(env, "h\xC3\xA9llo \xF0\x9F\x98\x80");
