@@ -52,7 +52,7 @@ class ArraysTest : public JvmTest
         FaultEnv fault(env);
         Array array = nullptr;
         Element* elements = nullptr;
-        KS_BOOL isCopy = 7;
+        KS_BOOL isCopy = 7, untouchedFlag = 7;
         Trace trace;
         // clang-format off
         const std::string type = family.type, get = "venGet" + type + "ArrayRegion", set = "venSet" + type + "ArrayRegion", outOfBounds = "java.lang.ArrayIndexOutOfBoundsException";
@@ -61,29 +61,31 @@ class ArraysTest : public JvmTest
             return family.getRegion(env, nullptr, array, start, 3 - start, values.data()) && std::equal(values.begin(), values.end(), expected.begin(), same<Element>);
         };
         runSteps(env, {
-            VEN_STEP(KS_TRUE, family.create(&array, fault.env(), nullptr, 0), nullptr, env->GetArrayLength(array) == 0),
-            VEN_STEP(KS_TRUE, family.create(&array, fault.env(), nullptr, 3), nullptr, env->GetArrayLength(array) == 3 && fault.ledger().live() == 1),
+            VEN_STEP(KS_TRUE, family.create(&array, fault.env(), nullptr, 0), "", env->GetArrayLength(array) == 0),
+            VEN_STEP(KS_TRUE, family.create(&array, fault.env(), nullptr, 3), "", env->GetArrayLength(array) == 3 && fault.ledger().live() == 1),
             VEN_REFUSED("venNew" + type + "Array: VEN_KS_INT_TO_JSIZE_CONV_OK( length )", family.create(&array, env, nullptr, kBeyondJsize)),
-            VEN_STEP(KS_TRUE, family.setRegion(env, nullptr, array, 0, 3, s.data()), nullptr, holds(0, s) && holds(1, {s[1], s[2], s[2]})),
+            VEN_STEP(KS_TRUE, family.setRegion(env, nullptr, array, 0, 3, s.data()), "", holds(0, s) && holds(1, {s[1], s[2], s[2]})),
             VEN_STEP(KS_FALSE, family.getRegion(env, trace.get(), array, -1, 1, buffer.data()), outOfBounds.c_str(), tracedOnce(trace, "[" + get + "()] Exception: " + outOfBounds)),
             VEN_STEP(KS_FALSE, family.getRegion(env, trace.get(), array, 2, 2, buffer.data()), outOfBounds.c_str(), tracedOnce(trace, "[" + get + "()] Exception: " + outOfBounds)),
             VEN_STEP(KS_FALSE, family.setRegion(env, trace.get(), array, 2, 2, buffer.data()), outOfBounds.c_str(), tracedOnce(trace, "[" + set + "()] Exception: " + outOfBounds)),
             VEN_STEP(KS_FALSE, family.setRegion(env, trace.get(), array, 0, -1, buffer.data()), outOfBounds.c_str(), tracedOnce(trace, "[" + set + "()] Exception: " + outOfBounds) && holds(0, s)),
-            VEN_STEP(KS_TRUE, family.pin(&elements, env, nullptr, array, &isCopy), nullptr, (isCopy == KS_TRUE || isCopy == KS_FALSE) && same(s[1], elements[1])),
+            VEN_STEP(KS_TRUE, family.pin(&elements, env, nullptr, array, &isCopy), "", (isCopy == KS_TRUE || isCopy == KS_FALSE) && same(s[1], elements[1])),
             VEN_REFUSED("venRelease" + type + "ArrayElements: " + kModeCondition, family.release(env, nullptr, array, elements, -1)),
             VEN_DO(elements[0] = s[2]),
-            VEN_STEP(KS_TRUE, family.release(env, nullptr, array, elements, JNI_ABORT), nullptr, holds(0, s)),
-            VEN_STEP(KS_TRUE, family.pin(&elements, env, nullptr, array, nullptr), nullptr, (elements[0] = s[2], true)),
-            VEN_STEP(KS_TRUE, family.release(env, nullptr, array, elements, JNI_COMMIT), nullptr, holds(0, {s[2], s[1], s[2]}) && (elements[1] = s[0], true)),
-            VEN_STEP(KS_TRUE, family.release(env, nullptr, array, elements, 0), nullptr, holds(0, {s[2], s[0], s[2]}) && (isCopy = 7))});
+            VEN_STEP(KS_TRUE, family.release(env, nullptr, array, elements, JNI_ABORT), "", holds(0, s)),
+            VEN_STEP(KS_TRUE, family.pin(&elements, env, nullptr, array, nullptr), "", true),
+            VEN_DO(elements[0] = s[2]),
+            VEN_STEP(KS_TRUE, family.release(env, nullptr, array, elements, JNI_COMMIT), "", holds(0, {s[2], s[1], s[2]})),
+            VEN_DO(elements[1] = s[0]),
+            VEN_STEP(KS_TRUE, family.release(env, nullptr, array, elements, 0), "", holds(0, {s[2], s[0], s[2]}))});
         const std::vector<std::string> regionChecks{"array != NULL", "VEN_KS_INT_TO_JSIZE_CONV_OK( start )", "VEN_KS_INT_TO_JSIZE_CONV_OK( len )", "buf != NULL"};
         expectChecksInOrder(env, "venNew" + type + "Array", {"result != NULL", "length >= 0"}, family.create, std::tuple{&array, env, nullptr, KS_INT{3}}, {nullptr, env, nullptr, -1});
         expectChecksInOrder(env, get, regionChecks, family.getRegion, std::tuple{env, nullptr, array, KS_INT{0}, KS_INT{3}, buffer.data()}, {env, nullptr, nullptr, kBeyondJsize, kBeyondJsize, nullptr});
         expectChecksInOrder(env, set, regionChecks, family.setRegion, std::tuple{env, nullptr, array, KS_INT{0}, KS_INT{3}, buffer.data()}, {env, nullptr, nullptr, kBeyondJsize, kBeyondJsize, nullptr});
-        expectChecksInOrder(env, "venGet" + type + "ArrayElements", {"result != NULL", "array != NULL"}, family.pin, std::tuple{&elements, env, nullptr, array, &isCopy}, {nullptr, env, nullptr, nullptr, &isCopy});
+        expectChecksInOrder(env, "venGet" + type + "ArrayElements", {"result != NULL", "array != NULL"}, family.pin, std::tuple{&elements, env, nullptr, array, &untouchedFlag}, {nullptr, env, nullptr, nullptr, &untouchedFlag});
         expectChecksInOrder(env, "venRelease" + type + "ArrayElements", {"array != NULL", "elems != NULL", kModeCondition}, family.release, std::tuple{env, nullptr, array, buffer.data(), jint{0}}, {env, nullptr, nullptr, nullptr, 3});
         // clang-format on
-        EXPECT_EQ(7, isCopy);
+        EXPECT_EQ(7, untouchedFlag);
     }
 };
 
@@ -118,41 +120,45 @@ TEST_F(ArraysTest, CopyFlagFailuresObjectArraysAndTheCriticalPair)
     KS_INT length = -1;
     void* carray = nullptr;
     KS_BOOL isCopy = 7;
-    jboolean jniIsCopy = 7;
-    Trace trace;
+    jboolean jniIsCopy = 7, untouchedFlag = 7;
+    Trace trace, stores;
     // clang-format off
     const std::string injected = "Exception: java.lang.OutOfMemoryError: injected by FaultEnv";
     runSteps(env, {
-        VEN_STEP(KS_TRUE, venGetIntArrayElements(&elements, fault.env(), nullptr, ints, &isCopy), nullptr, isCopy == KS_FALSE && (flag = JNI_TRUE)),
-        VEN_STEP(KS_TRUE, venReleaseIntArrayElements(env, nullptr, ints, elements, JNI_ABORT) && venGetIntArrayElements(&elements, fault.env(), nullptr, ints, &isCopy), nullptr, isCopy == KS_TRUE && (flag = 2)),
-        VEN_STEP(KS_TRUE, venReleaseIntArrayElements(env, nullptr, ints, elements, JNI_ABORT) && venGetIntArrayElements(&elements, fault.env(), nullptr, ints, &isCopy), nullptr, isCopy == KS_FALSE),
-        VEN_STEP(KS_TRUE, venReleaseIntArrayElements(env, nullptr, ints, elements, JNI_ABORT), nullptr, (isCopy = KS_TRUE)),
-        VEN_DO(fault.raiseOutOfMemory<&Entry::GetIntArrayElements>()),
+        VEN_STEP(KS_TRUE, venGetIntArrayElements(&elements, fault.env(), nullptr, ints, &isCopy), "", isCopy == KS_FALSE),
+        VEN_DO(flag = JNI_TRUE),
+        VEN_STEP(KS_TRUE, venReleaseIntArrayElements(env, nullptr, ints, elements, JNI_ABORT) && venGetIntArrayElements(&elements, fault.env(), nullptr, ints, &isCopy), "", isCopy == KS_TRUE),
+        VEN_DO(flag = 2),
+        VEN_STEP(KS_TRUE, venReleaseIntArrayElements(env, nullptr, ints, elements, JNI_ABORT) && venGetIntArrayElements(&elements, fault.env(), nullptr, ints, &isCopy), "", isCopy == KS_FALSE),
+        VEN_STEP(KS_TRUE, venReleaseIntArrayElements(env, nullptr, ints, elements, JNI_ABORT), "", true),
+        VEN_DO((isCopy = KS_TRUE, fault.raiseOutOfMemory<&Entry::GetIntArrayElements>())),
         VEN_STEP(KS_FALSE, venGetIntArrayElements(&elements, fault.env(), trace.get(), ints, &isCopy), "java.lang.OutOfMemoryError", elements == nullptr && isCopy == KS_FALSE),
-        VEN_STEP(KS_TRUE, venNewLongArray(&longs, fault.env(), nullptr, 1), nullptr, longs != nullptr),
+        VEN_STEP(KS_TRUE, venNewLongArray(&longs, fault.env(), nullptr, 1), "", longs != nullptr),
         VEN_DO(fault.raiseOutOfMemory<&Entry::NewLongArray>()),
         VEN_STEP(KS_FALSE, venNewLongArray(&longs, fault.env(), trace.get(), 1), "java.lang.OutOfMemoryError", longs == nullptr && leaks.live() == 0 &&
-                 (trace.lines() == std::vector<std::string>{"[venGetIntArrayElements()] " + injected, "[venNewLongArray()] " + injected}) && (trace.reset(), true)),
-        VEN_STEP(KS_TRUE, venGetArrayLength(&length, env, nullptr, ints), nullptr, length == 3),
+                 (trace.lines() == std::vector<std::string>{"[venGetIntArrayElements()] " + injected, "[venNewLongArray()] " + injected})),
+        VEN_STEP(KS_TRUE, venGetArrayLength(&length, env, nullptr, ints), "", length == 3),
         VEN_REFUSED("venNewObjectArray: VEN_KS_INT_TO_JSIZE_CONV_OK( length )", venNewObjectArray(&array, env, nullptr, kBeyondJsize, nullptr, nullptr)),
-        VEN_STEP(KS_TRUE, venNewObjectArray(&array, env, nullptr, 2, stringClass, initial), nullptr, same<jobject>(initial, env->GetObjectArrayElement(array, 1))),
-        VEN_STEP(KS_TRUE, venSetObjectArrayElement(env, nullptr, array, 1, nullptr), nullptr, env->GetObjectArrayElement(array, 1) == nullptr),
-        VEN_STEP(KS_FALSE, venSetObjectArrayElement(env, trace.get(), array, 2, initial), "java.lang.ArrayIndexOutOfBoundsException", tracedOnce(trace, "[venSetObjectArrayElement()] Exception: java.lang.ArrayIndexOutOfBoundsException")),
-        VEN_STEP(KS_FALSE, venSetObjectArrayElement(env, trace.get(), array, 0, newInstance(env, "java/lang/Object")), "java.lang.ArrayStoreException", tracedOnce(trace, "[venSetObjectArrayElement()] Exception: java.lang.ArrayStoreException")),
+        VEN_STEP(KS_TRUE, venNewObjectArray(&array, env, nullptr, 2, stringClass, initial), "", same<jobject>(initial, env->GetObjectArrayElement(array, 1))),
+        VEN_STEP(KS_TRUE, venSetObjectArrayElement(env, nullptr, array, 1, nullptr), "", env->GetObjectArrayElement(array, 1) == nullptr),
+        VEN_STEP(KS_FALSE, venSetObjectArrayElement(env, stores.get(), array, 2, initial), "java.lang.ArrayIndexOutOfBoundsException", tracedOnce(stores, "[venSetObjectArrayElement()] Exception: java.lang.ArrayIndexOutOfBoundsException")),
+        VEN_STEP(KS_FALSE, venSetObjectArrayElement(env, stores.get(), array, 0, newInstance(env, "java/lang/Object")), "java.lang.ArrayStoreException", tracedOnce(stores, "[venSetObjectArrayElement()] Exception: java.lang.ArrayStoreException")),
         VEN_REFUSED("venReleasePrimitiveArrayCritical: " + kModeCondition, venReleasePrimitiveArrayCritical(fault.env(), nullptr, ints, &last, -1)),
-        VEN_STEP(KS_TRUE, venGetPrimitiveArrayCritical(&carray, fault.env(), nullptr, ints, &jniIsCopy), nullptr,
-                 (jniIsCopy == JNI_TRUE || jniIsCopy == JNI_FALSE) && std::memcmp(values, carray, sizeof values) == 0 && (static_cast<jint*>(carray)[2] = 8)),
-        VEN_STEP(KS_TRUE, venReleasePrimitiveArrayCritical(fault.env(), nullptr, ints, carray, 0), nullptr, fault.calls<&Entry::ReleasePrimitiveArrayCritical>() == 1),
+        VEN_STEP(KS_TRUE, venGetPrimitiveArrayCritical(&carray, fault.env(), nullptr, ints, &jniIsCopy), "",
+                 (jniIsCopy == JNI_TRUE || jniIsCopy == JNI_FALSE) && std::memcmp(values, carray, sizeof values) == 0),
+        VEN_DO(static_cast<jint*>(carray)[2] = 8),
+        VEN_STEP(KS_TRUE, venReleasePrimitiveArrayCritical(fault.env(), nullptr, ints, carray, 0), "", fault.calls<&Entry::ReleasePrimitiveArrayCritical>() == 1),
         VEN_DO(env->GetIntArrayRegion(ints, 2, 1, &last)),
-        VEN_STEP(KS_TRUE, venGetArrayLength(&length, env, nullptr, array), nullptr, length == 2 && last == 8 && (jniIsCopy = 7))});
+        VEN_STEP(KS_TRUE, venGetArrayLength(&length, env, nullptr, array), "", length == 2 && last == 8)});
     expectChecksInOrder(env, "venGetArrayLength", {"result != NULL", "array != NULL"}, venGetArrayLength, std::tuple{&length, env, nullptr, static_cast<jarray>(ints)}, {nullptr, env, nullptr, nullptr});
     expectChecksInOrder(env, "venNewObjectArray", {"result != NULL", "length >= 0", "elementClass != NULL"}, venNewObjectArray, std::tuple{&array, env, nullptr, KS_INT{1}, stringClass, nullptr}, {nullptr, env, nullptr, -1, nullptr, nullptr});
     expectChecksInOrder(env, "venSetObjectArrayElement", {"array != NULL", "VEN_KS_INT_TO_JSIZE_CONV_OK( index )"}, venSetObjectArrayElement, std::tuple{env, nullptr, array, KS_INT{0}, nullptr}, {env, nullptr, nullptr, kBeyondJsize, nullptr});
-    expectChecksInOrder(env, "venGetPrimitiveArrayCritical", {"result != NULL", "array != NULL"}, venGetPrimitiveArrayCritical, std::tuple{&carray, env, nullptr, static_cast<jarray>(ints), &jniIsCopy}, {nullptr, env, nullptr, nullptr, &jniIsCopy});
+    expectChecksInOrder(env, "venGetPrimitiveArrayCritical", {"result != NULL", "array != NULL"}, venGetPrimitiveArrayCritical, std::tuple{&carray, env, nullptr, static_cast<jarray>(ints), &untouchedFlag}, {nullptr, env, nullptr, nullptr, &untouchedFlag});
     expectChecksInOrder(env, "venReleasePrimitiveArrayCritical", {"array != NULL", "carray != NULL", kModeCondition}, venReleasePrimitiveArrayCritical,
                         std::tuple{fault.env(), nullptr, static_cast<jarray>(ints), static_cast<void*>(&last), 0}, {fault.env(), nullptr, nullptr, nullptr, 3});
     // clang-format on
-    EXPECT_TRUE(jniIsCopy == 7 && length == 2 && fault.calls<&Entry::ReleasePrimitiveArrayCritical>() == 1);
+    EXPECT_TRUE(untouchedFlag == 7 && length == 2 &&
+                fault.calls<&Entry::ReleasePrimitiveArrayCritical>() == 1);
 }
 
 struct BridgesTest : JvmTest {
@@ -266,22 +272,24 @@ TEST_F(BridgesTest, BuffersPlainArraysAndCopies)
     };
     copied(0);
     runSteps(env, {
-        VEN_STEP(KS_TRUE, venNewByteArrayFromBuffer(&bytes, f, nullptr, bufferOf("\x01\xFF\x7F", 3)), nullptr, (bytesOf(bytes) == std::vector<jbyte>{1, -1, 127})),
-        VEN_STEP(KS_TRUE, venNewByteArrayFromBuffer(&bytes, f, nullptr, bufferOf("", 0)), nullptr, env->GetArrayLength(bytes) == 0),
-        VEN_STEP(KS_TRUE, venNewDoubleArrayOf(&doubles, f, nullptr, values, 6), nullptr, doublesAre({values, values + 6})),
-        VEN_STEP(KS_TRUE, venNewDoubleArrayOf(&doubles, f, nullptr, values, 0), nullptr, doublesAre({}) && leaks.live() == 2),
-        VEN_STEP(KS_TRUE, venGetByteArrayRegionAsBuffer(buffer.out(), env, nullptr, array, 1, 2), nullptr, (bytesOf(buffer) == std::vector<jbyte>{-20, 30})),
-        VEN_STEP(KS_TRUE, venGetByteArrayRegionAsBuffer(buffer.out(), env, nullptr, array, 5, 0), nullptr, ksBufferLength(buffer) == 0 && (kept = buffer.get())),
+        VEN_STEP(KS_TRUE, venNewByteArrayFromBuffer(&bytes, f, nullptr, bufferOf("\x01\xFF\x7F", 3)), "", (bytesOf(bytes) == std::vector<jbyte>{1, -1, 127})),
+        VEN_STEP(KS_TRUE, venNewByteArrayFromBuffer(&bytes, f, nullptr, bufferOf("", 0)), "", env->GetArrayLength(bytes) == 0),
+        VEN_STEP(KS_TRUE, venNewDoubleArrayOf(&doubles, f, nullptr, values, 6), "", doublesAre({values, values + 6})),
+        VEN_STEP(KS_TRUE, venNewDoubleArrayOf(&doubles, f, nullptr, values, 0), "", doublesAre({}) && leaks.live() == 2),
+        VEN_STEP(KS_TRUE, venGetByteArrayRegionAsBuffer(buffer.out(), env, nullptr, array, 1, 2), "", (bytesOf(buffer) == std::vector<jbyte>{-20, 30})),
+        VEN_STEP(KS_TRUE, venGetByteArrayRegionAsBuffer(buffer.out(), env, nullptr, array, 5, 0), "", ksBufferLength(buffer) == 0),
+        VEN_DO(kept = buffer.get()),
         VEN_STEP(KS_FALSE, venGetByteArrayRegionAsBuffer(buffer.out(), env, trace.get(), array, 4, 2), "java.lang.ArrayIndexOutOfBoundsException",
                  buffer.get() == kept && tracedOnce(trace, "[venGetByteArrayRegion()] Exception: java.lang.ArrayIndexOutOfBoundsException")),
-        VEN_STEP(KS_TRUE, venGetPrimitiveArrayAsKsBuffer(buffer.out(), f, nullptr, array), nullptr, bytesOf(buffer) == bytesOf(array) &&
+        VEN_STEP(KS_TRUE, venGetPrimitiveArrayAsKsBuffer(buffer.out(), f, nullptr, array), "", bytesOf(buffer) == bytesOf(array) &&
                  bytesOf(buffer) == std::vector<jbyte>(five, five + 5) && ksObjRefCount(buffer.get()) == 1 && leaks.live() == 2),
-        VEN_STEP(KS_TRUE, venGetPrimitiveArrayAsKsBuffer(buffer.out(), env, nullptr, wide), nullptr, (bytesOf(buffer) == std::vector<jbyte>{1})),
-        VEN_STEP(KS_TRUE, venGetPrimitiveArrayAsKsBuffer(buffer.out(), env, nullptr, env->NewBooleanArray(0)), nullptr, ksBufferLength(buffer) == 0 && (kept = buffer.get())),
-        VEN_STEP(KS_TRUE, copy(10), nullptr, copied(4)),
-        VEN_STEP(KS_TRUE, copy(4), nullptr, copied(4)),
-        VEN_STEP(KS_TRUE, copy(2), nullptr, copied(2)),
-        VEN_STEP(KS_TRUE, copy(0), nullptr, copied(0) && fault.calls<&Entry::GetIntArrayElements>() == 4 && leaks.live() == 2),
+        VEN_STEP(KS_TRUE, venGetPrimitiveArrayAsKsBuffer(buffer.out(), env, nullptr, wide), "", (bytesOf(buffer) == std::vector<jbyte>{1})),
+        VEN_STEP(KS_TRUE, venGetPrimitiveArrayAsKsBuffer(buffer.out(), env, nullptr, env->NewBooleanArray(0)), "", ksBufferLength(buffer) == 0),
+        VEN_DO(kept = buffer.get()),
+        VEN_STEP(KS_TRUE, copy(10), "", copied(4)),
+        VEN_STEP(KS_TRUE, copy(4), "", copied(4)),
+        VEN_STEP(KS_TRUE, copy(2), "", copied(2)),
+        VEN_STEP(KS_TRUE, copy(0), "", copied(0) && fault.calls<&Entry::GetIntArrayElements>() == 4 && leaks.live() == 2),
         VEN_DO((fault.raiseOutOfMemory<&Entry::SetByteArrayRegion>(), fault.raiseOutOfMemory<&Entry::GetDoubleArrayElements>())),
         VEN_DO((fault.raiseOutOfMemory<&Entry::GetIntArrayElements>(), fault.raiseOutOfMemory<&Entry::GetPrimitiveArrayCritical>())),
         VEN_STEP(KS_FALSE, venNewByteArrayFromBuffer(&bytes, f, nullptr, bufferOf("abc", 3)), "java.lang.OutOfMemoryError", (bytesOf(bytes) == std::vector<jbyte>{0, 0, 0})),

@@ -58,13 +58,9 @@ struct Step {
     std::string pending;
     std::function<bool()> after;
 };
-struct Pending {
-    static std::string text(const char* text) { return text != nullptr ? text : ""; }
-    static std::string text(std::string text) { return text; }
-};
 #define VEN_STEP(result, call, pending, after)                                                               \
     Step(                                                                                                    \
-        #call, result, [&] { return call; }, Pending::text(pending), [&] { return after; })
+        #call, result, [&] { return call; }, pending, [&] { return after; })
 #define VEN_REFUSED(message, call) VEN_STEP(KS_FALSE, call, message, true)
 #define VEN_DO(statement) VEN_STEP(KS_TRUE, (statement, KS_TRUE), "", true)
 inline void runSteps(JNIEnv* env, const std::vector<Step>& steps)

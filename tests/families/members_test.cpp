@@ -96,9 +96,9 @@ KS_BOOL callObjectV(Kind kind, std::tuple<jobject*, JNIEnv*, lgStream*> lead, jo
 {
     va_list args;
     va_start(args, id);
-    const auto forms =
-        std::make_tuple(&venCallObjectMethodV, &venCallNonvirtualObjectMethodV, &venCallStaticObjectMethodV);
-    KS_BOOL ok = callKind(kind, forms, lead, obj, clazz, id, args);
+    KS_BOOL ok = callKind(
+        kind, std::tuple{&venCallObjectMethodV, &venCallNonvirtualObjectMethodV, &venCallStaticObjectMethodV},
+        lead, obj, clazz, id, args);
     va_end(args);
     return ok;
 }
@@ -175,12 +175,10 @@ class MembersTest : public JvmTest
     {
         std::string staticName = "static" + name;
         staticName[6] = static_cast<char>(std::toupper(name[0]));
-        return {kind == Kind::Virtual      ? parent
-                : kind == Kind::Nonvirtual ? child
-                                           : nullptr,
-                kind == Kind::Virtual ? nullptr : methods,
-                kind == Kind::Static ? env->GetStaticMethodID(methods, staticName.c_str(), sig)
-                                     : env->GetMethodID(methods, name.c_str(), sig)};
+        // clang-format off
+        return {kind == Kind::Virtual ? parent : kind == Kind::Nonvirtual ? child : nullptr, kind == Kind::Virtual ? nullptr : methods,
+                kind == Kind::Static ? env->GetStaticMethodID(methods, staticName.c_str(), sig) : env->GetMethodID(methods, name.c_str(), sig)};
+        // clang-format on
     }
 
     // Every call function of one result type in the three kinds: the values delivered, zero
@@ -240,7 +238,7 @@ TEST_F(MembersTest, EveryFamilyAndTheStringFormsAndLookups)
     LeakCheck leaks(fault);
     fault.returnValue<&Entry::GetBooleanField>(2);
     fault.returnValue<&Entry::GetStaticBooleanField>(2);
-    KS_BOOL flag = KS_TRUE;
+    KS_BOOL flag = KS_TRUE, staticFlag = KS_TRUE;
     jfieldID field = env->GetFieldID(clazz, "stringField", "Ljava/lang/String;");
     jfieldID staticField = env->GetStaticFieldID(clazz, "staticStringField", "Ljava/lang/String;");
     KsRef<ksString> string = ksStr("h\xC3\xA9llo \xF0\x9F\x98\x80");
@@ -249,25 +247,25 @@ TEST_F(MembersTest, EveryFamilyAndTheStringFormsAndLookups)
     Trace trace;
     // clang-format off
     runSteps(env, {
-        VEN_STEP(KS_TRUE, venGetBooleanField(&flag, fault.env(), nullptr, obj, env->GetFieldID(clazz, "booleanField", "Z")), nullptr, flag == KS_FALSE && (flag = KS_TRUE)),
-        VEN_STEP(KS_TRUE, venGetStaticBooleanField(&flag, fault.env(), nullptr, clazz, env->GetStaticFieldID(clazz, "staticBooleanField", "Z")), nullptr, flag == KS_FALSE),
-        VEN_STEP(KS_TRUE, venSetStaticStringField(env, nullptr, clazz, staticField, string), nullptr, units(env, static_cast<jstring>(env->GetStaticObjectField(clazz, staticField))) == u"h\u00E9llo \U0001F600"),
-        VEN_STEP(KS_TRUE, venGetStringField(string.out(), env, nullptr, obj, field), nullptr, utf8(string) == "string"),
-        VEN_STEP(KS_TRUE, venGetStaticStringField(string.out(), env, nullptr, clazz, staticField), nullptr, utf8(string) == "h\xC3\xA9llo \xF0\x9F\x98\x80"),
+        VEN_STEP(KS_TRUE, venGetBooleanField(&flag, fault.env(), nullptr, obj, env->GetFieldID(clazz, "booleanField", "Z")), "", flag == KS_FALSE),
+        VEN_STEP(KS_TRUE, venGetStaticBooleanField(&staticFlag, fault.env(), nullptr, clazz, env->GetStaticFieldID(clazz, "staticBooleanField", "Z")), "", staticFlag == KS_FALSE),
+        VEN_STEP(KS_TRUE, venSetStaticStringField(env, nullptr, clazz, staticField, string), "", units(env, static_cast<jstring>(env->GetStaticObjectField(clazz, staticField))) == u"h\u00E9llo \U0001F600"),
+        VEN_STEP(KS_TRUE, venGetStringField(string.out(), env, nullptr, obj, field), "", utf8(string) == "string"),
+        VEN_STEP(KS_TRUE, venGetStaticStringField(string.out(), env, nullptr, clazz, staticField), "", utf8(string) == "h\xC3\xA9llo \xF0\x9F\x98\x80"),
         VEN_REFUSED("venStringToKsString: result != ((void *)0)", venGetStringField(nullptr, env, nullptr, obj, field)),
         VEN_REFUSED("venSetObjectField: obj != NULL", venSetStringField(fault.env(), nullptr, nullptr, field, string)),
         VEN_REFUSED("venSetStaticObjectField: fieldID != NULL", venSetStaticStringField(fault.env(), nullptr, clazz, nullptr, string)),
         VEN_REFUSED("venGetObjectField: obj != NULL", venGetStringField(string.out(), env, nullptr, nullptr, field)),
         VEN_REFUSED("venGetStaticObjectField: fieldID != NULL", venGetStaticStringField(string.out(), env, nullptr, clazz, nullptr)),
-        VEN_STEP(KS_TRUE, venSetStringField(fault.env(), nullptr, obj, field, nullptr), nullptr, fault.calls<&Entry::NewString>() == 2 && leaks.live() == 0 && !env->GetObjectField(obj, field)),
-        VEN_STEP(KS_TRUE, venGetStringField(string.out(), env, nullptr, obj, field), nullptr, string.get() == nullptr),
-        VEN_STEP(KS_TRUE, venGetFieldID(&fieldID, env, trace.get(), clazz, "intField", "I"), nullptr, fieldID != nullptr),
+        VEN_STEP(KS_TRUE, venSetStringField(fault.env(), nullptr, obj, field, nullptr), "", fault.calls<&Entry::NewString>() == 2 && leaks.live() == 0 && !env->GetObjectField(obj, field)),
+        VEN_STEP(KS_TRUE, venGetStringField(string.out(), env, nullptr, obj, field), "", string.get() == nullptr),
+        VEN_STEP(KS_TRUE, venGetFieldID(&fieldID, env, trace.get(), clazz, "intField", "I"), "", fieldID != nullptr),
         VEN_STEP(KS_FALSE, venGetFieldID(&fieldID, env, trace.get(), clazz, "staticIntField", "I"), "java.lang.NoSuchFieldError", !fieldID && trace.notable() && tracedOnce(trace, "[venGetFieldID()] Exception: java.lang.NoSuchFieldError: ")),
-        VEN_STEP(KS_TRUE, venGetStaticFieldID(&fieldID, env, trace.get(), clazz, "staticIntField", "I"), nullptr, fieldID != nullptr),
+        VEN_STEP(KS_TRUE, venGetStaticFieldID(&fieldID, env, trace.get(), clazz, "staticIntField", "I"), "", fieldID != nullptr),
         VEN_STEP(KS_FALSE, venGetStaticFieldID(&fieldID, env, trace.get(), clazz, "intField", "I"), "java.lang.NoSuchFieldError", !fieldID && trace.notable() && tracedOnce(trace, "[venGetStaticFieldID()] Exception: java.lang.NoSuchFieldError: ")),
-        VEN_STEP(KS_TRUE, venGetMethodID(&methodID, env, trace.get(), methods, "intEcho", "(I)I"), nullptr, methodID != nullptr),
+        VEN_STEP(KS_TRUE, venGetMethodID(&methodID, env, trace.get(), methods, "intEcho", "(I)I"), "", methodID != nullptr),
         VEN_STEP(KS_FALSE, venGetMethodID(&methodID, env, trace.get(), methods, "staticIntEcho", "(I)I"), "java.lang.NoSuchMethodError", !methodID && trace.notable() && tracedOnce(trace, "[venGetMethodID()] Exception: java.lang.NoSuchMethodError: ")),
-        VEN_STEP(KS_TRUE, venGetStaticMethodID(&methodID, env, trace.get(), methods, "staticIntEcho", "(I)I"), nullptr, methodID != nullptr),
+        VEN_STEP(KS_TRUE, venGetStaticMethodID(&methodID, env, trace.get(), methods, "staticIntEcho", "(I)I"), "", methodID != nullptr),
         VEN_STEP(KS_FALSE, venGetStaticMethodID(&methodID, env, trace.get(), methods, "intEcho", "(I)I"), "java.lang.NoSuchMethodError", !methodID && trace.notable() && tracedOnce(trace, "[venGetStaticMethodID()] Exception: java.lang.NoSuchMethodError: "))});
     const std::vector<std::string> lookUpChecks{"result != NULL", "clazz != NULL", "name != NULL", "sig != NULL"};
     expectChecksInOrder(env, "venGetFieldID", lookUpChecks, venGetFieldID, std::tuple{&fieldID, env, nullptr, clazz, "intField", "I"}, {nullptr, env, nullptr, nullptr, nullptr, nullptr});
@@ -300,9 +298,9 @@ TEST_F(MembersTest, ObjectVoidAndStringFormsOfEachKind)
             };
             auto echo = [&](jobject a) { return call({&result, fault.env(), nullptr}, obj, clazz, id, a); };
             runSteps(env, {
-                VEN_STEP(KS_TRUE, echo(text) && echo(text), nullptr, same<jobject>(text, result) && fault.ledger().live() == 1),
-                VEN_STEP(KS_TRUE, echo(nullptr), nullptr, result == nullptr && fault.ledger().live() == 0),
-                VEN_STEP(KS_TRUE, echo(text), nullptr, true),
+                VEN_STEP(KS_TRUE, echo(text) && echo(text), "", same<jobject>(text, result) && fault.ledger().live() == 1),
+                VEN_STEP(KS_TRUE, echo(nullptr), "", result == nullptr && fault.ledger().live() == 0),
+                VEN_STEP(KS_TRUE, echo(text), "", true),
                 VEN_DO(failWith("java.lang.IllegalStateException")),
                 VEN_STEP(KS_FALSE, echo(text), "java.lang.IllegalStateException", result == nullptr && leaks.live() == 0),
                 VEN_DO(failWith(nullptr))});
@@ -323,12 +321,12 @@ TEST_F(MembersTest, ObjectVoidAndStringFormsOfEachKind)
         auto echoString = [&](ksString** r, lgStream* t, jobject a) { return callString(std::tuple{r, env, t}, echoer, echoClass, echo, a); };
         auto ran = [&] { return 1 == (kind == Kind::Static ? env->GetStaticIntField(childClass, env->GetStaticFieldID(childClass, counter, "I")) : env->GetIntField(child, env->GetFieldID(childClass, counter, "I"))); };
         runSteps(env, {
-            VEN_STEP(KS_TRUE, callVoid(std::tuple{env, trace.get()}, voidTarget, voidClass, run), nullptr, ran() && trace.lines().empty()),
+            VEN_STEP(KS_TRUE, callVoid(std::tuple{env, trace.get()}, voidTarget, voidClass, run), "", ran() && trace.lines().empty()),
             VEN_DO(failWith("java.lang.OutOfMemoryError")),
             VEN_STEP(KS_FALSE, callVoid(std::tuple{env, trace.get()}, voidTarget, voidClass, run), "java.lang.OutOfMemoryError", tracedOnce(trace, "[" + voidName + "()] Exception: java.lang.OutOfMemoryError: requested", true)),
             VEN_DO(failWith(nullptr)),
-            VEN_STEP(KS_TRUE, echoString(result.out(), nullptr, text), nullptr, utf8(result) == "h\xC3\xA9llo \xF0\x9F\x98\x80"),
-            VEN_STEP(KS_TRUE, echoString(result.out(), nullptr, nullptr), nullptr, result.get() == nullptr),
+            VEN_STEP(KS_TRUE, echoString(result.out(), nullptr, text), "", utf8(result) == "h\xC3\xA9llo \xF0\x9F\x98\x80"),
+            VEN_STEP(KS_TRUE, echoString(result.out(), nullptr, nullptr), "", result.get() == nullptr),
             VEN_DO(result = ksStr("kept")),
             VEN_DO(failWith("java.lang.IllegalStateException")),
             VEN_STEP(KS_FALSE, echoString(result.out(), trace.get(), text), "java.lang.IllegalStateException", tracedOnce(trace, "[" + objectCall + "()] Exception: java.lang.IllegalStateException: requested", true)),
