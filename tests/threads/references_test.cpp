@@ -48,7 +48,8 @@ TEST_F(MillionReferences, GlobalAndWeakReferencesLeaveNoGrowth)
             failures += !venNewWeakGlobalRef(&weaks[i], env, trace.get(), target);
         }
         // Spot checks: a global and a weak of the batch still name the target.
-        wrong += !venIsSameObject(env, globals[kBatch / 2], target) || !venIsSameObject(env, weaks[kBatch - 1], target);
+        wrong += !venIsSameObject(env, globals[kBatch / 2], target) ||
+                 !venIsSameObject(env, weaks[kBatch - 1], target);
         for (int i = 0; i < kBatch; ++i) {
             venDeleteGlobalRef(env, globals[i]);
             venDeleteWeakGlobalRef(env, weaks[i]);
@@ -77,7 +78,8 @@ TEST_F(MillionReferences, GlobalAndWeakReferencesLeaveNoGrowth)
     EXPECT_LE(end - warm, kGrowthBoundKb) << "resident set grew from " << warm << " KB to " << end << " KB";
     std::printf("[references] %d global + %d weak references made and deleted in %.2f s (%.0f ns per pair); "
                 "resident %ld KB after warm-up, %ld KB at the end (peak %ld KB)\n",
-                kBatch * kBatches, kBatch * kBatches, seconds, seconds * 1e9 / (kBatch * kBatches), warm, end, peak);
+                kBatch * kBatches, kBatch * kBatches, seconds, seconds * 1e9 / (kBatch * kBatches), warm, end,
+                peak);
 }
 
 } // namespace

@@ -1,10 +1,9 @@
 // Eight native threads attach, call integration functions that succeed and that fail, write to
-// one trace stream (echoed to a file), retain shared ks strings and detach, for a bounded time; afterwards every count
-// the library and the JVM keep must be back where it started and every trace line intact.
+// one trace stream (echoed to a file), retain shared ks strings and detach, for a bounded time;
+// afterwards every count the library and the JVM keep is back where it started, every line intact.
 #include <unistd.h>
 
 #include <array>
-#include <atomic>
 #include <barrier>
 #include <chrono>
 #include <cstdio>
@@ -72,7 +71,8 @@ struct ExpectedLines {
         case kMissingMethod:
             return missingMethod[0] + "missing_" + id + missingMethod[1];
         default:
-            return "[venCallStaticIntMethod()] Exception: java.lang.NumberFormatException: For input string: \"x" +
+            return "[venCallStaticIntMethod()] Exception: java.lang.NumberFormatException: For input string: "
+                   "\"x" +
                    id + "\"";
         }
     }
@@ -81,17 +81,17 @@ struct ExpectedLines {
 // What one thread did and saw; written only by its thread, read after the join.
 struct Worker {
     int index = 0;
-    long long sessions = 0, daemonSessions = 0, rounds = 0, operations = 0;
+    long long sessions = 0, rounds = 0, operations = 0;
     long long identifiedLines = 0, argumentLines = 0;
     long long globalsCreated = 0, globalsDeleted = 0, weaksCreated = 0, weaksDeleted = 0;
-    long long retains = 0, releases = 0;
     std::vector<std::string> errors; // the first few, with how many in total
     long long errorCount = 0;
 
-    void check(bool holds, const std::string& what)
+    void check(bool holds, const char* what)
     {
         if (!holds && ++errorCount <= 5) {
-            errors.push_back("thread " + std::to_string(index) + ": " + what);
+            errors.push_back("thread " + std::to_string(index) + " after " + std::to_string(rounds) +
+                             " rounds: " + what);
         }
     }
 };
@@ -227,21 +227,21 @@ class Stress
         }
     }
 
-    bool takePending(Worker& w, JNIEnv* env, jclass expected, const char* what)
+    // The failure left exactly this exception pending; it is cleared before the instance test,
+    // which checked JNI would otherwise report as a call with an exception pending.
+    void takePending(Worker& w, JNIEnv* env, jclass expected, const char* what)
     {
         ++w.operations;
         jthrowable pending = venExceptionOccurred(env);
-        w.check(pending != nullptr, std::string(what) + ": nothing pending");
+        w.check(pending != nullptr, what);
         if (pending == nullptr) {
-            return false;
+            return;
         }
         venExceptionClear(env);
         KS_BOOL instance = KS_FALSE;
-        w.check(venIsInstanceOf(&instance, env, nullptr, pending, expected) && instance,
-                std::string(what) + ": another exception is pending");
+        w.check(venIsInstanceOf(&instance, env, nullptr, pending, expected) && instance, what);
         venDeleteLocalRef(env, pending);
-        w.operations += 4;
-        return true;
+        w.operations += 3;
     }
 
     // One attach-to-detach span: the references of the previous span are checked and deleted
@@ -250,7 +250,6 @@ class Stress
     {
         const bool daemon = w.sessions % 2 == 1;
         JNIEnv* env = daemon ? venAttachCurrentThreadAsDaemon() : venAttachCurrentThread();
-        w.daemonSessions += daemon;
         w.check(env != nullptr && venTryGetMainJniEnv() == env && venGetMainJniEnv() == env,
                 "the attached thread's env");
         w.operations += 3;
@@ -259,7 +258,8 @@ class Stress
         jobject thread = nullptr;
         KS_BOOL isDaemon = !daemon;
         w.check(venCallStaticObjectMethod(&thread, env, trace_, classes_.thread, classes_.currentThread) &&
-                    venCallBooleanMethod(&isDaemon, env, trace_, thread, classes_.isDaemon) && isDaemon == daemon,
+                    venCallBooleanMethod(&isDaemon, env, trace_, thread, classes_.isDaemon) &&
+                    isDaemon == daemon,
                 "the thread's daemon flag");
         for (std::size_t i = 0; i < globals.size(); ++i) {
             w.check(venIsSameObject(env, weaks[i], globals[i]), "a weak reference lost its object");
@@ -277,9 +277,9 @@ class Stress
             round(w, env, globals, weaks);
         }
         w.check(!venExceptionCheck(env), "an exception is pending at detach");
-        w.operations += 2;
         venDetachCurrentThread();
         w.check(venTryGetMainJniEnv() == nullptr, "the env outlived the detach");
+        w.operations += 3;
     }
 
     void round(Worker& w, JNIEnv* env, std::vector<jobject>& globals, std::vector<jweak>& weaks)
@@ -296,15 +296,16 @@ class Stress
         ksString* back = nullptr;
         jobject global = nullptr;
         jweak weak = nullptr;
-        w.check(venFindClass(&integer, env, trace_, "java/lang/Integer") &&
-                    venGetStaticMethodID(&parseInt, env, trace_, integer, "parseInt", "(Ljava/lang/String;)I") &&
-                    venNewStringUTF(&text, env, trace_, number.c_str()) &&
-                    venCallStaticIntMethod(&parsed, env, trace_, integer, parseInt, text) &&
-                    parsed == static_cast<KS_INT>(w.rounds),
-                "parseInt of " + number);
+        w.check(
+            venFindClass(&integer, env, trace_, "java/lang/Integer") &&
+                venGetStaticMethodID(&parseInt, env, trace_, integer, "parseInt", "(Ljava/lang/String;)I") &&
+                venNewStringUTF(&text, env, trace_, number.c_str()) &&
+                venCallStaticIntMethod(&parsed, env, trace_, integer, parseInt, text) &&
+                parsed == static_cast<KS_INT>(w.rounds),
+            "parseInt of a number");
         w.check(venCallStringMethod(&back, env, trace_, text, classes_.toString) && back != nullptr &&
                     ksStringLength(back) == static_cast<KS_INT>(number.size()),
-                "toString of " + number);
+                "toString of a number");
         ksObjRelease(back);
         w.check(venNewGlobalRef(&global, env, trace_, text) && venNewWeakGlobalRef(&weak, env, trace_, text),
                 "the global references");
@@ -322,8 +323,6 @@ class Stress
         lgStreamTextFormatCstr(trace_, "[stress] t%lc %s", -1, tag(t, seq).c_str(), shared);
         ksObjRelease(shared);
         ksObjRelease(shared);
-        w.retains += 2;
-        w.releases += 2;
         ++w.operations;
 
         // Failing: a bad argument, a missing class, a missing method, a Java exception.
@@ -331,18 +330,19 @@ class Stress
         w.check(!venFindClass(nullptr, env, trace_, "java/lang/Integer"), "a NULL result slot accepted");
         takePending(w, env, classes_.illegalArgument, "the argument failure");
         const std::string missingClass = "stress/Missing_" + tag(t, seq + kMissingClass);
-        w.check(!venFindClass(&none, env, trace_, missingClass.c_str()) && none == nullptr, missingClass);
+        w.check(!venFindClass(&none, env, trace_, missingClass.c_str()) && none == nullptr,
+                "a missing class found");
         takePending(w, env, classes_.noClassDef, "the missing class");
         jmethodID missing = nullptr;
         const std::string missingMethod = "missing_" + tag(t, seq + kMissingMethod);
         w.check(!venGetStaticMethodID(&missing, env, trace_, integer, missingMethod.c_str(), "()V"),
-                missingMethod);
+                "a missing method found");
         takePending(w, env, classes_.noSuchMethod, "the missing method");
         jstring bad = nullptr;
         const std::string badNumber = "x" + tag(t, seq + kJavaException);
         w.check(venNewStringUTF(&bad, env, trace_, badNumber.c_str()) &&
                     !venCallStaticIntMethod(&parsed, env, trace_, integer, parseInt, bad),
-                "parseInt of " + badNumber);
+                "parseInt of a non-number");
         takePending(w, env, classes_.numberFormat, "the Java exception");
         w.operations += 5;
         w.identifiedLines += kKinds;
@@ -368,8 +368,8 @@ class Stress
 // ---- The JVM's view, through the main thread ----------------------------------------------------
 
 struct JavaThreads {
-    jint active;     // Thread.activeCount(): the main group, where attached threads go
-    jint live;       // ThreadMXBean.getThreadCount()
+    jint active; // Thread.activeCount(): the main group, where attached threads go
+    jint live;   // ThreadMXBean.getThreadCount()
 };
 
 class ThreadCounts
@@ -380,7 +380,8 @@ class ThreadCounts
         threadClass_ = findClass(env, "java/lang/Thread");
         activeCount_ = env->GetStaticMethodID(threadClass_, "activeCount", "()I");
         jclass factory = findClass(env, "java/lang/management/ManagementFactory");
-        jmethodID get = env->GetStaticMethodID(factory, "getThreadMXBean", "()Ljava/lang/management/ThreadMXBean;");
+        jmethodID get =
+            env->GetStaticMethodID(factory, "getThreadMXBean", "()Ljava/lang/management/ThreadMXBean;");
         bean_ = env->CallStaticObjectMethod(factory, get);
         ExpectNoPending(env);
         jclass beanClass = findClass(env, "java/lang/management/ThreadMXBean");
@@ -434,7 +435,8 @@ std::array<std::string, 2> missingMethodWording(JNIEnv* env, jclass integer)
     std::vector<std::string> lines = trace.lines();
     trace.reset();
     const std::string prefix = "[venGetStaticMethodID()] Exception: java.lang.NoSuchMethodError: ";
-    if (lines.size() != 1 || lines[0].rfind(prefix, 0) != 0 || lines[0].find("missing_probe") == std::string::npos) {
+    if (lines.size() != 1 || lines[0].rfind(prefix, 0) != 0 ||
+        lines[0].find("missing_probe") == std::string::npos) {
         ADD_FAILURE() << "unexpected trace of a missing method: " << ::testing::PrintToString(lines);
         return {prefix, ""};
     }
@@ -452,7 +454,10 @@ TEST_F(ThreadStress, EightThreadsLeaveEveryCountWhereItWas)
                     globalClass(env, "java/lang/NoClassDefFoundError"),
                     globalClass(env, "java/lang/NoSuchMethodError"),
                     globalClass(env, "java/lang/NumberFormatException"),
-                    nullptr, nullptr, nullptr, nullptr};
+                    nullptr,
+                    nullptr,
+                    nullptr,
+                    nullptr};
     classes.parseInt = env->GetStaticMethodID(classes.integer, "parseInt", "(Ljava/lang/String;)I");
     classes.currentThread = env->GetStaticMethodID(classes.thread, "currentThread", "()Ljava/lang/Thread;");
     classes.isDaemon = env->GetMethodID(classes.thread, "isDaemon", "()Z");
@@ -482,8 +487,6 @@ TEST_F(ThreadStress, EightThreadsLeaveEveryCountWhereItWas)
         EXPECT_EQ(w.globalsDeleted, w.globalsCreated);
         EXPECT_EQ(w.weaksDeleted, w.weaksCreated);
         EXPECT_EQ(w.weaksCreated, w.rounds);
-        EXPECT_EQ(w.releases, w.retains);
-        EXPECT_EQ(w.daemonSessions, w.sessions / 2);
         EXPECT_EQ(stress->audit().nextSeq[static_cast<std::size_t>(w.index)], w.identifiedLines);
         identified += w.identifiedLines;
         argument += w.argumentLines;
@@ -514,8 +517,8 @@ TEST_F(ThreadStress, EightThreadsLeaveEveryCountWhereItWas)
     ExpectNoPending(env);
     std::printf("[stress] %d threads, %.2f s: %lld operations (%.0f/s per thread), %lld trace lines, "
                 "Java threads %d before and after (peak %d), ks objects %lld before and after\n",
-                kThreads, seconds, operations, static_cast<double>(operations) / seconds / kThreads, audit.lines,
-                threadsAfter.live, peak, static_cast<long long>(liveBefore));
+                kThreads, seconds, operations, static_cast<double>(operations) / seconds / kThreads,
+                audit.lines, threadsAfter.live, peak, static_cast<long long>(liveBefore));
 
     for (jclass global : {classes.integer, classes.thread, classes.illegalArgument, classes.noClassDef,
                           classes.noSuchMethod, classes.numberFormat}) {
