@@ -21,6 +21,16 @@ demo: build
 test: build
 	@ctest --test-dir $(BUILD) --output-on-failure
 
+# The concurrency test (no JVM) and the threads suite (every JDK) under ThreadSanitizer, in their
+# own build (build-tsan); any report fails them.
+.PHONY: tsan
+tsan:
+	@tools/prereqs tsan
+	@cmake --preset tsan >/dev/null
+	@cmake --build build-tsan --target ven_concurrency_tests ven_threads_tests
+	@TSAN_OPTIONS="halt_on_error=1 second_deadlock_stack=1 suppressions=$(CURDIR)/tests/threads/tsan.supp $(TSAN_OPTIONS)" \
+	  ctest --test-dir build-tsan -R '^(concurrency|threads\..*)$$' --output-on-failure
+
 bench: build
 	@cmake --build $(BUILD) --target run-bench
 
