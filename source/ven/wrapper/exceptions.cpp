@@ -50,7 +50,11 @@ extern "C" {
 VEN_API jint ven___GetVersion(JNIEnv* env)
 {
     checkRequired(45, {{env, "env"}});
-    return callJni<&Jni::GetVersion>(env);
+    // GetVersion raises nothing, but JNI allows it only with no exception pending.
+    SavedException saved(env);
+    const jint version = callJni<&Jni::GetVersion>(env);
+    saved.restore();
+    return version;
 }
 
 VEN_API jclass ven___FindClass(JNIEnv* env, const char* name)
