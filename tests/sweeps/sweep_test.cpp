@@ -39,13 +39,15 @@ const std::vector<Case>& cases()
 
 // ---- The fallible JNI entries ---------------------------------------------------------------
 
-// An entry that may fail by JNI's rules, with what a failure returns and, where the wrapper
-// stops the process on that failure by design, the fatal check it stops in.
+// An entry to fail, with where the wrapper stops the process on that failure by design: the
+// fatal check (its line; 0 for any of the wrapper's no-exception checks), or nothing.
 struct Fallible {
     void (*inject)(FaultEnv& fault, int nth);
     int abortLine = 0;
     const char* abortCondition = nullptr;
 };
+
+constexpr const char* kNoExceptionCondition = "(*env)->ExceptionCheck( env ) == JNI_FALSE";
 
 template <auto Member, long long failure> void injectOutOfMemory(FaultEnv& fault, int nth)
 {
@@ -73,7 +75,7 @@ template <auto Member, long long failure> void injectOutOfMemory(FaultEnv& fault
     F(AllocObject, 0) F(NewObjectV, 0) F(NewObjectA, 0) F(NewString, 0) F(NewStringUTF, 0) \
     F(NewObjectArray, 0) F(SetObjectArrayElement, 0) F(GetStringChars, 0) F(GetStringUTFChars, 0) \
     F(GetStringCritical, 0) F(GetPrimitiveArrayCritical, 0) F(GetStringRegion, 0) F(GetStringUTFRegion, 0) \
-    F(NewGlobalRef, 0) F(NewWeakGlobalRef, 0) F(NewLocalRef, 0) \
+    F(NewGlobalRef, 0) F(NewWeakGlobalRef, 0) \
     F(PushLocalFrame, -1) F(EnsureLocalCapacity, -1) F(RegisterNatives, -1) \
     F(Throw, -1) F(ThrowNew, -1) F(MonitorEnter, -1) F(MonitorExit, -1) \
     SWEEP_CALL_ENTRIES(F, Object) SWEEP_CALL_ENTRIES(F, Boolean) SWEEP_CALL_ENTRIES(F, Byte) \
@@ -83,6 +85,15 @@ template <auto Member, long long failure> void injectOutOfMemory(FaultEnv& fault
     SWEEP_ARRAY_ENTRIES(F, Boolean) SWEEP_ARRAY_ENTRIES(F, Byte) SWEEP_ARRAY_ENTRIES(F, Char) \
     SWEEP_ARRAY_ENTRIES(F, Short) SWEEP_ARRAY_ENTRIES(F, Int) SWEEP_ARRAY_ENTRIES(F, Long) \
     SWEEP_ARRAY_ENTRIES(F, Float) SWEEP_ARRAY_ENTRIES(F, Double)
+#define SWEEP_FIELD_ENTRIES(F, T) \
+    F(Get##T##Field, 0) F(Set##T##Field, 0) F(GetStatic##T##Field, 0) F(SetStatic##T##Field, 0)
+// Entries that JNI does not allow to raise: a raise there stops the process in the wrapper.
+#define SWEEP_NON_RAISING_ENTRIES(F) \
+    F(GetObjectClass, 0) F(IsInstanceOf, 0) F(IsSameObject, 0) F(NewLocalRef, 0) F(GetArrayLength, 0) \
+    F(GetStringLength, 0) F(GetStringUTFLength, 0) \
+    SWEEP_FIELD_ENTRIES(F, Object) SWEEP_FIELD_ENTRIES(F, Boolean) SWEEP_FIELD_ENTRIES(F, Byte) \
+    SWEEP_FIELD_ENTRIES(F, Char) SWEEP_FIELD_ENTRIES(F, Short) SWEEP_FIELD_ENTRIES(F, Int) \
+    SWEEP_FIELD_ENTRIES(F, Long) SWEEP_FIELD_ENTRIES(F, Float) SWEEP_FIELD_ENTRIES(F, Double)
 // clang-format on
 
 const std::map<std::string, Fallible>& fallibleEntries()
@@ -92,6 +103,10 @@ const std::map<std::string, Fallible>& fallibleEntries()
 #define SWEEP_FALLIBLE(name, failure) made[#name] = {&injectOutOfMemory<&Entry::name, failure>};
         SWEEP_FALLIBLE_ENTRIES(SWEEP_FALLIBLE)
 #undef SWEEP_FALLIBLE
+#define SWEEP_NON_RAISING(name, failure)                                                                     \
+    made[#name] = {&injectOutOfMemory<&Entry::name, failure>, 0, kNoExceptionCondition};
+        SWEEP_NON_RAISING_ENTRIES(SWEEP_NON_RAISING)
+#undef SWEEP_NON_RAISING
         // The wrapper's fatal checks: these calls are not allowed to fail.
         made["Throw"].abortLine = 86;
         made["Throw"].abortCondition = "(*env)->Throw( env, throwable ) == 0";
@@ -294,7 +309,8 @@ std::vector<std::string> successTrail(const Case& row)
     if (row.onSuccess == OnSuccess::Keeps) {
         EXPECT_EQ(nullptr, pending) << classNameOf(env, pending);
     } else if (row.onSuccess == OnSuccess::Traces) {
-        EXPECT_TRUE(pending != nullptr && env->IsSameObject(pending, world().e1)) << classNameOf(env, pending);
+        EXPECT_TRUE(pending != nullptr && env->IsSameObject(pending, world().e1))
+            << classNameOf(env, pending);
     } else {
         EXPECT_TRUE(pendingIsA(env, pending, row.thrown)) << classNameOf(env, pending);
     }
@@ -323,7 +339,9 @@ void injectFault(const Case& row, const std::string& entry, int nth, bool afterT
     if (fallible.abortCondition != nullptr) {
         ++gCounts.aborts;
         run.aborted = true;
-        EXPECT_TRUE(abortedWith(abort, entry.c_str(), "source/ven/ven_wrapper", fallible.abortLine,
+        ASSERT_TRUE(abort.has_value()) << "no abort";
+        EXPECT_TRUE(abortedWith(abort, entry.c_str(), "source/ven/ven_wrapper",
+                                fallible.abortLine != 0 ? fallible.abortLine : abort->line,
                                 fallible.abortCondition, nullptr));
         return;
     }
@@ -447,12 +465,13 @@ TEST(Sweeps, Summary)
     if (gCounts.functions == 0) {
         GTEST_SKIP() << "the counts come from the sweeps, which did not run";
     }
-    std::printf(
-        "sweeps: %d functions, %d exception-state cases (%d without a failing argument, %d without a "
-        "bad one), %d faults injected, %d aborts by design (%d leaving ks objects), %zu keep a reference on failure, %d throws "
-        "replaced by the trace's failed lookup\n",
-        gCounts.functions, gCounts.stateCases, gCounts.cannotFail, gCounts.noBadArgument, gCounts.faults,
-        gCounts.aborts, gCounts.abortsLeavingKsObjects, gCounts.keptOnFailure.size(), gCounts.throwsReplacedInTrace);
+    std::printf("sweeps: %d functions, %d exception-state cases (%d without a failing argument, %d without a "
+                "bad one), %d faults injected, %d aborts by design (%d leaving ks objects), %zu keep a "
+                "reference on failure, %d throws "
+                "replaced by the trace's failed lookup\n",
+                gCounts.functions, gCounts.stateCases, gCounts.cannotFail, gCounts.noBadArgument,
+                gCounts.faults, gCounts.aborts, gCounts.abortsLeavingKsObjects, gCounts.keptOnFailure.size(),
+                gCounts.throwsReplacedInTrace);
     EXPECT_EQ(gCounts.functions, static_cast<int>(cases().size()));
     EXPECT_GT(gCounts.faults, gCounts.aborts);
 }
