@@ -259,6 +259,9 @@ void exceptionState(const Case& row, Variant variant)
     switch (variant) {
     case Variant::Succeed:
         EXPECT_EQ(KS_TRUE, ok);
+        if (row.onSuccess == OnSuccess::Keeps) {
+            EXPECT_TRUE(run.trace.lines().empty()) << "a success writes no trace";
+        }
         if (row.onSuccess == OnSuccess::Keeps || row.onSuccess == OnSuccess::Traces) {
             EXPECT_TRUE(isE1) << "E1 is not pending after success, but " << pendingClass;
         } else {
@@ -278,6 +281,7 @@ void exceptionState(const Case& row, Variant variant)
         EXPECT_EQ(KS_FALSE, ok);
         EXPECT_TRUE(pendingIsA(env, pending, "java/lang/IllegalArgumentException"))
             << "pending: " << pendingClass;
+        EXPECT_TRUE(run.trace.notable()) << "the argument failure is traced";
         break;
     }
 }
