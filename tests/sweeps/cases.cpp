@@ -686,7 +686,7 @@ void addOneOffs(std::vector<Case>& cases)
     cases.push_back({"venEnsureLocalCapacity", [](Variant v) {
         jint capacity = v == Variant::Bad ? -1 : 8;
         return skipFail(v) ? Prepared{} : plain([=](JNIEnv* e, lgStream* t) { return venEnsureLocalCapacity(e, t, capacity); });
-    }, "a capacity within the VM's limit is granted but for want of memory"});
+    }, "within HotSpot's limit only memory refuses a capacity; beyond it HotSpot refuses without raising, which the wrapper's consistency check stops the process for"});
     cases.back().untracedFailure = "a refused capacity is reported by the result alone";
     cases.push_back({"venPushLocalFrame", [](Variant v) {
         jint capacity = v == Variant::Bad ? -1 : 8;
@@ -695,7 +695,7 @@ void addOneOffs(std::vector<Case>& cases)
                                                      [=] { if (*pushed) real()->PopLocalFrame(nullptr); });
         p.state = pushed;
         return p;
-    }, "a frame within the VM's limit is pushed but for want of memory"});
+    }, "within HotSpot's limit only memory refuses a frame; beyond it HotSpot refuses without raising, which the wrapper's consistency check stops the process for"});
     cases.back().untracedFailure = "a refused frame is reported by the result alone";
     cases.push_back({"venRegisterNatives", [&w](Variant v) {
         static JNINativeMethod good{const_cast<char*>("answer"), const_cast<char*>("()I"), reinterpret_cast<void*>(&answer)};
