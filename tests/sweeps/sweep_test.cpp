@@ -76,7 +76,7 @@ template <auto Member, long long failure> void injectOutOfMemory(FaultEnv& fault
     F(NewObjectArray, 0) F(SetObjectArrayElement, 0) F(GetStringChars, 0) F(GetStringUTFChars, 0) \
     F(GetStringCritical, 0) F(GetPrimitiveArrayCritical, 0) F(GetStringRegion, 0) F(GetStringUTFRegion, 0) \
     F(NewGlobalRef, 0) F(NewWeakGlobalRef, 0) \
-    F(PushLocalFrame, -1) F(EnsureLocalCapacity, -1) F(RegisterNatives, -1) \
+    F(PushLocalFrame, -1) F(EnsureLocalCapacity, -1) F(RegisterNatives, -1) F(UnregisterNatives, -1) \
     F(Throw, -1) F(ThrowNew, -1) F(MonitorEnter, -1) F(MonitorExit, -1) \
     SWEEP_CALL_ENTRIES(F, Object) SWEEP_CALL_ENTRIES(F, Boolean) SWEEP_CALL_ENTRIES(F, Byte) \
     SWEEP_CALL_ENTRIES(F, Char) SWEEP_CALL_ENTRIES(F, Short) SWEEP_CALL_ENTRIES(F, Int) \
