@@ -355,7 +355,8 @@ void injectFault(const Case& row, const std::string& entry, int nth, bool afterT
     if (row.onSuccess == OnSuccess::Traces) {
         // The traced exception stays pending, but after the trace's own failed class lookup.
         const bool keptE1 = pending != nullptr && env->IsSameObject(pending, world().e1);
-        EXPECT_TRUE(keptE1 || (entry == "FindClass" && pendingIsA(env, pending, "java/lang/OutOfMemoryError")))
+        EXPECT_TRUE(keptE1 ||
+                    (entry == "FindClass" && pendingIsA(env, pending, "java/lang/OutOfMemoryError")))
             << "pending: " << pendingClass;
     } else if (afterThrow) {
         // The throw stands: the trace clears what its describing steps raise. Only its own
