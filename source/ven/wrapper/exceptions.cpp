@@ -50,11 +50,7 @@ extern "C" {
 VEN_API jint ven___GetVersion(JNIEnv* env)
 {
     checkRequired(45, {{env, "env"}});
-    // GetVersion raises nothing, but JNI allows it only with no exception pending.
-    SavedException saved(env);
-    const jint version = callJni<&Jni::GetVersion>(env);
-    saved.restore();
-    return version;
+    return callJni<&Jni::GetVersion>(env);
 }
 
 VEN_API jclass ven___FindClass(JNIEnv* env, const char* name)
