@@ -667,6 +667,7 @@ void addOneOffs(std::vector<Case>& cases)
     cases.push_back({"venGetVersion", [](Variant v) {
         return skipFail(v) ? Prepared{} : withOut<KS_INT>(v == Variant::Bad, [](KS_INT* r, JNIEnv* e, lgStream* t) { return venGetVersion(r, e, t); });
     }, "the version raises nothing"});
+    cases.back().successWarns = "ven___GetVersion is a direct call: it neither clears nor sets aside the pending exception";
     cases.push_back({"venNewGlobalRef", [&w](Variant v) {
         jobject obj = v == Variant::Bad ? nullptr : w.text;
         auto ref = std::make_shared<jobject>(nullptr);

@@ -54,6 +54,9 @@ struct Case {
     const char* keepsOnFailure = nullptr;
     // Why a failed JNI call leaves no line in the trace stream.
     const char* untracedFailure = nullptr;
+    // Why a success, with an exception pending, makes a JNI call that JNI allows only with none
+    // pending (a direct wrapper call leaves the exception where it is), drawing the warning.
+    const char* successWarns = nullptr;
 };
 
 // The objects of the fixtures and the JDK, as global references, made once.

@@ -228,7 +228,7 @@ const char* warningReason(const Case& row, Variant variant)
     }
     return row.onSuccess == OnSuccess::Throws
                ? "the function's throw goes through ThrowNew while E1 is pending"
-               : nullptr;
+               : row.successWarns;
 }
 
 void exceptionState(const Case& row, Variant variant)
