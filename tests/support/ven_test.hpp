@@ -36,6 +36,8 @@ std::vector<std::string> jvmOutput();
 // The two checker warnings that required behaviours provoke, and the rule behind each.
 // An argument failure raised while another exception is pending throws the new
 // IllegalArgumentException through ThrowNew with the old one still pending (guarded).
+// ven___GetVersion is a direct call and leaves a pending exception where it is, so GetVersion
+// itself draws the same warning (guarded).
 inline constexpr const char* kExceptionPendingWarning = "JNI call made with exception pending";
 // The exception check a checked-result wrapper makes right after GetStringCritical or
 // GetPrimitiveArrayCritical, inside the region (let pass everywhere: every such call on a

@@ -2,6 +2,7 @@
 // come in families (lengths, pinning, release, regions) that differ only in the
 // wrapper function and the character type: one template per family, one row each.
 #include "integration/convention.hpp"
+#include "integration/string_table.hpp"
 
 using namespace ven::integration;
 
@@ -69,25 +70,6 @@ KS_BOOL stringRegion(const char* function, JNIEnv* env, lgStream* trace, jstring
 }
 
 } // namespace
-
-// Rows: exported name, wrapper function (and character type).
-#define VEN_STRING_LENGTH_FUNCTIONS(X)                                                                       \
-    X(venGetStringLength, ven___GetStringLength)                                                             \
-    X(venGetStringUTFLength, ven___GetStringUTFLength)
-
-#define VEN_STRING_PIN_FUNCTIONS(X)                                                                          \
-    X(venGetStringChars, jchar, ven___GetStringChars)                                                        \
-    X(venGetStringUTFChars, char, ven___GetStringUTFChars)                                                   \
-    X(venGetStringCritical, jchar, ven___GetStringCritical)
-
-#define VEN_STRING_RELEASE_FUNCTIONS(X)                                                                      \
-    X(venReleaseStringChars, jchar, ven___ReleaseStringChars)                                                \
-    X(venReleaseStringUTFChars, char, ven___ReleaseStringUTFChars)                                           \
-    X(venReleaseStringCritical, jchar, ven___ReleaseStringCritical)
-
-#define VEN_STRING_REGION_FUNCTIONS(X)                                                                       \
-    X(venGetStringRegion, jchar, ven___GetStringRegion)                                                      \
-    X(venGetStringUTFRegion, char, ven___GetStringUTFRegion)
 
 #define VEN_DEFINE_STRING_LENGTH(name, wrapper)                                                              \
     VEN_API KS_BOOL name(KS_INT* result, JNIEnv* env, lgStream* trace, jstring string)                       \

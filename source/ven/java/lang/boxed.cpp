@@ -2,14 +2,9 @@
 // boxing through the class's own static valueOf, and the text of any object.
 #include "integration/class_units.hpp"
 #include "integration/members.hpp"
+#include "java/lang/boxed_table.hpp"
 
 using namespace ven::integration;
-
-#define VEN_BOXED_CLASSES(X)                                                                                 \
-    X(venBooleanGetClass, venBooleanIsInstance, "java/lang/Boolean")                                         \
-    X(venDoubleGetClass, venDoubleIsInstance, "java/lang/Double")                                            \
-    X(venLongGetClass, venLongIsInstance, "java/lang/Long")                                                  \
-    X(venObjectGetClass, venObjectIsInstance, "java/lang/Object")
 
 VEN_BOXED_CLASSES(VEN_DEFINE_CLASS_UNIT)
 
@@ -29,12 +24,6 @@ KS_BOOL box(jobject* result, JNIEnv* env, lgStream* trace, const char* sig, VenV
 }
 
 } // namespace
-
-// One row per function: exported name, class lookup, signature of valueOf, value type, JNI type.
-#define VEN_BOXING_FUNCTIONS(X)                                                                              \
-    X(venBooleanValueOf, venBooleanGetClass, "(Z)Ljava/lang/Boolean;", KS_BOOL, jboolean)                    \
-    X(venDoubleValueOf, venDoubleGetClass, "(D)Ljava/lang/Double;", double, jdouble)                         \
-    X(venLongValueOf, venLongGetClass, "(J)Ljava/lang/Long;", KS_INT, jlong)
 
 #define VEN_DEFINE_BOXING(name, getClass, sig, Ven, Jni)                                                     \
     extern "C" KS_BOOL name(jobject* result, JNIEnv* env, lgStream* trace, Ven value)                        \

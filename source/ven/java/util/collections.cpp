@@ -1,13 +1,9 @@
 // The ArrayList, Collection and EnumSet class support units: class lookup, instance test,
 // and list and set operations, each a class, a method looked up on it and one call.
 #include "integration/class_units.hpp"
+#include "java/util/collection_table.hpp"
 
 using namespace ven::integration;
-
-#define VEN_COLLECTION_CLASSES(X)                                                                            \
-    X(venArrayListGetClass, venArrayListIsInstance, "java/util/ArrayList")                                   \
-    X(venCollectionGetClass, venCollectionIsInstance, "java/util/Collection")                                \
-    X(venEnumSetGetClass, venEnumSetIsInstance, "java/util/EnumSet")
 
 VEN_COLLECTION_CLASSES(VEN_DEFINE_CLASS_UNIT)
 

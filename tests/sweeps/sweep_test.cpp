@@ -1,0 +1,488 @@
+// Sweeps over every integration and class support function: the exception state each leaves
+// after success, JNI failure and a bad argument; an OutOfMemoryError injected into each
+// fallible JNI call of its success path; references and ks objects left behind; and that the
+// functions swept are exactly the library's exported ones.
+#include <elf.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <optional>
+#include <set>
+
+#include "sweep.hpp"
+
+namespace ven::sweeps
+{
+namespace
+{
+
+struct Counts {
+    int functions = 0;
+    int stateCases = 0;
+    int cannotFail = 0;
+    int noBadArgument = 0;
+    int faults = 0;
+    int aborts = 0;
+    int throwsReplacedInTrace = 0;
+    int abortsLeavingKsObjects = 0;
+    std::set<std::string> keptOnFailure;
+} gCounts;
+
+const std::vector<Case>& cases()
+{
+    static const std::vector<Case> all = allCases();
+    return all;
+}
+
+// ---- The fallible JNI entries ---------------------------------------------------------------
+
+// An entry to fail, with where the wrapper stops the process on that failure by design: the
+// fatal check (its line; 0 for any of the wrapper's no-exception checks), or nothing.
+struct Fallible {
+    void (*inject)(FaultEnv& fault, int nth);
+    int abortLine = 0;
+    const char* abortCondition = nullptr;
+};
+
+constexpr const char* kNoExceptionCondition = "(*env)->ExceptionCheck( env ) == JNI_FALSE";
+
+template <auto Member, long long failure> void injectOutOfMemory(FaultEnv& fault, int nth)
+{
+    using Result = typename ven::test::detail::JniEntry<Member>::Result;
+    constexpr const char* kOome = "java/lang/OutOfMemoryError";
+    if constexpr (std::is_void_v<Result>) {
+        fault.raise<Member>(kOome, "injected by the sweep", FaultEnv::Calls::nth(nth));
+    } else if constexpr (std::is_pointer_v<Result>) {
+        fault.raiseReturning<Member>(kOome, "injected by the sweep", Result{}, FaultEnv::Calls::nth(nth));
+    } else {
+        fault.raiseReturning<Member>(kOome, "injected by the sweep", static_cast<Result>(failure),
+                                     FaultEnv::Calls::nth(nth));
+    }
+}
+
+// clang-format off
+#define SWEEP_CALL_ENTRIES(F, T) \
+    F(Call##T##MethodV, 0) F(Call##T##MethodA, 0) F(CallNonvirtual##T##MethodV, 0) \
+    F(CallNonvirtual##T##MethodA, 0) F(CallStatic##T##MethodV, 0) F(CallStatic##T##MethodA, 0)
+#define SWEEP_ARRAY_ENTRIES(F, T) \
+    F(New##T##Array, 0) F(Get##T##ArrayElements, 0) F(Get##T##ArrayRegion, 0) F(Set##T##ArrayRegion, 0)
+// Entry, failure result (0: NULL, zero or nothing; -1: a failed status).
+#define SWEEP_FALLIBLE_ENTRIES(F) \
+    F(FindClass, 0) F(GetFieldID, 0) F(GetStaticFieldID, 0) F(GetMethodID, 0) F(GetStaticMethodID, 0) \
+    F(AllocObject, 0) F(NewObjectV, 0) F(NewObjectA, 0) F(NewString, 0) F(NewStringUTF, 0) \
+    F(NewObjectArray, 0) F(SetObjectArrayElement, 0) F(GetStringChars, 0) F(GetStringUTFChars, 0) \
+    F(GetStringCritical, 0) F(GetPrimitiveArrayCritical, 0) F(GetStringRegion, 0) F(GetStringUTFRegion, 0) \
+    F(NewGlobalRef, 0) F(NewWeakGlobalRef, 0) \
+    F(PushLocalFrame, -1) F(EnsureLocalCapacity, -1) F(RegisterNatives, -1) F(UnregisterNatives, -1) \
+    F(Throw, -1) F(ThrowNew, -1) F(MonitorEnter, -1) F(MonitorExit, -1) \
+    SWEEP_CALL_ENTRIES(F, Object) SWEEP_CALL_ENTRIES(F, Boolean) SWEEP_CALL_ENTRIES(F, Byte) \
+    SWEEP_CALL_ENTRIES(F, Char) SWEEP_CALL_ENTRIES(F, Short) SWEEP_CALL_ENTRIES(F, Int) \
+    SWEEP_CALL_ENTRIES(F, Long) SWEEP_CALL_ENTRIES(F, Float) SWEEP_CALL_ENTRIES(F, Double) \
+    SWEEP_CALL_ENTRIES(F, Void) \
+    SWEEP_ARRAY_ENTRIES(F, Boolean) SWEEP_ARRAY_ENTRIES(F, Byte) SWEEP_ARRAY_ENTRIES(F, Char) \
+    SWEEP_ARRAY_ENTRIES(F, Short) SWEEP_ARRAY_ENTRIES(F, Int) SWEEP_ARRAY_ENTRIES(F, Long) \
+    SWEEP_ARRAY_ENTRIES(F, Float) SWEEP_ARRAY_ENTRIES(F, Double)
+#define SWEEP_FIELD_ENTRIES(F, T) \
+    F(Get##T##Field, 0) F(Set##T##Field, 0) F(GetStatic##T##Field, 0) F(SetStatic##T##Field, 0)
+// Entries that JNI does not allow to raise: a raise there stops the process in the wrapper.
+#define SWEEP_NON_RAISING_ENTRIES(F) \
+    F(GetObjectClass, 0) F(IsInstanceOf, 0) F(IsSameObject, 0) F(NewLocalRef, 0) F(GetArrayLength, 0) \
+    F(GetStringLength, 0) F(GetStringUTFLength, 0) \
+    SWEEP_FIELD_ENTRIES(F, Object) SWEEP_FIELD_ENTRIES(F, Boolean) SWEEP_FIELD_ENTRIES(F, Byte) \
+    SWEEP_FIELD_ENTRIES(F, Char) SWEEP_FIELD_ENTRIES(F, Short) SWEEP_FIELD_ENTRIES(F, Int) \
+    SWEEP_FIELD_ENTRIES(F, Long) SWEEP_FIELD_ENTRIES(F, Float) SWEEP_FIELD_ENTRIES(F, Double)
+// clang-format on
+
+const std::map<std::string, Fallible>& fallibleEntries()
+{
+    static const std::map<std::string, Fallible> entries = [] {
+        std::map<std::string, Fallible> made;
+#define SWEEP_FALLIBLE(name, failure) made[#name] = {&injectOutOfMemory<&Entry::name, failure>};
+        SWEEP_FALLIBLE_ENTRIES(SWEEP_FALLIBLE)
+#undef SWEEP_FALLIBLE
+#define SWEEP_NON_RAISING(name, failure)                                                                     \
+    made[#name] = {&injectOutOfMemory<&Entry::name, failure>, 0, kNoExceptionCondition};
+        SWEEP_NON_RAISING_ENTRIES(SWEEP_NON_RAISING)
+#undef SWEEP_NON_RAISING
+        // The wrapper's fatal checks: these calls are not allowed to fail.
+        made["Throw"].abortLine = 86;
+        made["Throw"].abortCondition = "(*env)->Throw( env, throwable ) == 0";
+        made["ThrowNew"].abortLine = 95;
+        made["ThrowNew"].abortCondition = "(*env)->ThrowNew( env, clazz, message ) == 0";
+        made["MonitorEnter"].abortLine = 5100;
+        made["MonitorEnter"].abortCondition = "(*env)->MonitorEnter( env, obj ) == 0";
+        made["MonitorExit"].abortLine = 5113;
+        made["MonitorExit"].abortCondition = "(*env)->MonitorExit( env, obj ) == 0";
+        return made;
+    }();
+    return entries;
+}
+
+// ---- One run of a prepared call ---------------------------------------------------------------
+
+bool pendingIsA(JNIEnv* env, jthrowable pending, const char* className)
+{
+    jclass clazz = env->FindClass(className);
+    const bool is = clazz != nullptr && env->IsInstanceOf(pending, clazz);
+    env->DeleteLocalRef(clazz);
+    return is;
+}
+
+bool isUnchecked(JNIEnv* env, jthrowable throwable)
+{
+    return pendingIsA(env, throwable, "java/lang/RuntimeException") ||
+           pendingIsA(env, throwable, "java/lang/Error");
+}
+
+std::string classNameOf(JNIEnv* env, jobject obj)
+{
+    if (obj == nullptr) {
+        return "nothing";
+    }
+    jclass clazz = env->GetObjectClass(obj);
+    jclass classClass = env->GetObjectClass(clazz);
+    auto name = static_cast<jstring>(
+        env->CallObjectMethod(clazz, env->GetMethodID(classClass, "getName", "()Ljava/lang/String;")));
+    EXPECT_FALSE(env->ExceptionCheck());
+    std::string text = utf8(env, name);
+    env->DeleteLocalRef(name);
+    env->DeleteLocalRef(classClass);
+    env->DeleteLocalRef(clazz);
+    return text;
+}
+
+// The local references in a FaultEnv's ledger, apart from the throwables the wrapper takes
+// with ExceptionOccurred to set a pending exception aside (they live on with their frame).
+struct LeakCheck {
+    explicit LeakCheck(FaultEnv& fault) : fault(fault)
+    {
+        fault.override<&Entry::ExceptionOccurred>(
+            [this](JNIEnv* real) { return *throwables.insert(real->ExceptionOccurred()).first; });
+    }
+    int live() const
+    {
+        auto isLive = [this](jthrowable t) { return fault.ledger().isLive(t); };
+        return fault.ledger().live() -
+               static_cast<int>(std::count_if(throwables.begin(), throwables.end(), isLive));
+    }
+    FaultEnv& fault;
+    std::set<jthrowable> throwables;
+};
+
+// A local frame for one run, the pending exception taken out after it, the cleanup, and the
+// count of live ks objects compared when the run did not end in an abort.
+class Run
+{
+  public:
+    Run(const Case& row, Variant variant) : env_(mainEnv()), ksAtStart_(ksObjLiveCount())
+    {
+        EXPECT_EQ(0, env_->PushLocalFrame(64));
+        prepared = row.prepare(variant);
+    }
+    ~Run()
+    {
+        if (taken_ == nullptr) {
+            take();
+        }
+        trace.reset();
+        prepared.cleanup();
+        prepared = {};
+        env_->PopLocalFrame(nullptr);
+        // An abort unwinds past the releases of the frames it leaves: counted, not failed.
+        if (!aborted) {
+            EXPECT_EQ(ksAtStart_, ksObjLiveCount()) << "ks objects left behind";
+        } else if (ksObjLiveCount() != ksAtStart_) {
+            gCounts.abortsLeavingKsObjects++;
+        }
+    }
+    // The pending exception, cleared (a local reference of the run's frame), or NULL.
+    jthrowable take()
+    {
+        taken_ = env_->ExceptionOccurred();
+        env_->ExceptionClear();
+        return taken_;
+    }
+
+    Prepared prepared;
+    Trace trace;
+    bool aborted = false;
+
+  private:
+    JNIEnv* env_;
+    KS_INT ksAtStart_;
+    jthrowable taken_ = nullptr;
+};
+
+// ---- 1. Exception state ---------------------------------------------------------------------
+
+const char* warningReason(const Case& row, Variant variant)
+{
+    if (variant == Variant::Bad) {
+        return "an argument failure throws through ThrowNew while E1 is pending";
+    }
+    if (variant == Variant::Fail) {
+        return row.failThrowsNew;
+    }
+    return row.onSuccess == OnSuccess::Throws
+               ? "the function's throw goes through ThrowNew while E1 is pending"
+               : row.successWarns;
+}
+
+void exceptionState(const Case& row, Variant variant)
+{
+    JNIEnv* env = mainEnv();
+    Run run(row, variant);
+    // A row that claims a variant must prepare it, and only then.
+    const bool claimed = variant == Variant::Succeed || (variant == Variant::Fail && !row.cannotFail) ||
+                         (variant == Variant::Bad && !row.noBadArgument);
+    EXPECT_EQ(claimed, static_cast<bool>(run.prepared.act)) << "variant " << static_cast<int>(variant);
+    if (!run.prepared.act) {
+        return;
+    }
+    ++gCounts.stateCases;
+    jthrowable e1 = world().e1;
+    env->Throw(e1);
+    KS_BOOL ok;
+    {
+        std::optional<ExpectJniWarning> warning;
+        if (const char* why = warningReason(row, variant)) {
+            warning.emplace(kExceptionPendingWarning, why);
+        }
+        ok = run.prepared.act(env, run.trace.get());
+    }
+    jthrowable pending = run.take();
+    const std::string pendingClass = classNameOf(env, pending);
+    const bool isE1 = pending != nullptr && env->IsSameObject(pending, e1);
+    switch (variant) {
+    case Variant::Succeed:
+        EXPECT_EQ(KS_TRUE, ok);
+        if (row.onSuccess == OnSuccess::Keeps) {
+            EXPECT_TRUE(run.trace.lines().empty()) << "a success writes no trace";
+        }
+        if (row.onSuccess == OnSuccess::Keeps || row.onSuccess == OnSuccess::Traces) {
+            EXPECT_TRUE(isE1) << "E1 is not pending after success, but " << pendingClass;
+        } else {
+            EXPECT_TRUE(!isE1 && pendingIsA(env, pending, row.thrown)) << "pending: " << pendingClass;
+        }
+        if (row.onSuccess == OnSuccess::Traces) {
+            EXPECT_TRUE(run.trace.notable());
+        }
+        break;
+    case Variant::Fail:
+        EXPECT_EQ(KS_FALSE, ok);
+        EXPECT_TRUE(pending != nullptr && !isE1) << "pending: " << pendingClass;
+        // A checked exception is the caller's to handle: only an unchecked one is traced.
+        EXPECT_EQ(isUnchecked(env, pending), run.trace.notable()) << pendingClass;
+        break;
+    case Variant::Bad:
+        EXPECT_EQ(KS_FALSE, ok);
+        EXPECT_TRUE(pendingIsA(env, pending, "java/lang/IllegalArgumentException"))
+            << "pending: " << pendingClass;
+        EXPECT_TRUE(run.trace.notable()) << "the argument failure is traced";
+        break;
+    }
+}
+
+TEST(Sweeps, ExceptionState)
+{
+    for (const Case& row : cases()) {
+        SCOPED_TRACE(row.name);
+        gCounts.functions++;
+        gCounts.cannotFail += row.cannotFail != nullptr ? 1 : 0;
+        gCounts.noBadArgument += row.noBadArgument != nullptr ? 1 : 0;
+        for (Variant variant : {Variant::Succeed, Variant::Fail, Variant::Bad}) {
+            exceptionState(row, variant);
+        }
+    }
+}
+
+// ---- 2 and 3. Faults, and references on success ---------------------------------------------
+
+// The success path through a FaultEnv: the trail of JNI entries it calls, with its leaks checked.
+std::vector<std::string> successTrail(const Case& row)
+{
+    JNIEnv* env = mainEnv();
+    Run run(row, Variant::Succeed);
+    FaultEnv fault(env);
+    LeakCheck leaks(fault);
+    EXPECT_EQ(KS_TRUE, run.prepared.act(fault.env(), run.trace.get()));
+    jthrowable pending = run.take();
+    if (row.onSuccess == OnSuccess::Keeps) {
+        EXPECT_EQ(nullptr, pending) << classNameOf(env, pending);
+    } else if (row.onSuccess == OnSuccess::Traces) {
+        EXPECT_TRUE(pending != nullptr && env->IsSameObject(pending, world().e1))
+            << classNameOf(env, pending);
+    } else {
+        EXPECT_TRUE(pendingIsA(env, pending, row.thrown)) << classNameOf(env, pending);
+    }
+    EXPECT_EQ(row.delivers, leaks.live()) << "local references left by a success";
+    if (row.delivers == 1) {
+        EXPECT_TRUE(run.prepared.out != nullptr && leaks.fault.ledger().isLive(*run.prepared.out));
+    }
+    return fault.trail();
+}
+
+// afterThrow: the fault hits the trace of the exception the function has just thrown.
+void injectFault(const Case& row, const std::string& entry, int nth, bool afterThrow)
+{
+    JNIEnv* env = mainEnv();
+    const Fallible& fallible = fallibleEntries().at(entry);
+    SCOPED_TRACE(entry + " #" + std::to_string(nth));
+    Run run(row, Variant::Succeed);
+    FaultEnv fault(env);
+    LeakCheck leaks(fault);
+    fallible.inject(fault, nth);
+    ++gCounts.faults;
+    KS_BOOL ok = KS_FALSE;
+    std::optional<AbortRecord> abort =
+        catchAbort([&] { ok = run.prepared.act(fault.env(), run.trace.get()); });
+    jthrowable pending = run.take();
+    if (fallible.abortCondition != nullptr) {
+        ++gCounts.aborts;
+        run.aborted = true;
+        ASSERT_TRUE(abort.has_value()) << "no abort";
+        EXPECT_TRUE(abortedWith(abort, entry.c_str(), "source/ven/ven_wrapper",
+                                fallible.abortLine != 0 ? fallible.abortLine : abort->line,
+                                fallible.abortCondition, nullptr));
+        return;
+    }
+    ASSERT_FALSE(abort.has_value()) << "unexpected abort: " << (abort->condition ? *abort->condition : "")
+                                    << (abort->message ? *abort->message : "") << " at line " << abort->line;
+    const std::string pendingClass = classNameOf(env, pending);
+    if (row.onSuccess == OnSuccess::Traces) {
+        // The traced exception stays pending, but after the trace's own failed class lookup.
+        const bool keptE1 = pending != nullptr && env->IsSameObject(pending, world().e1);
+        EXPECT_TRUE(keptE1 ||
+                    (entry == "FindClass" && pendingIsA(env, pending, "java/lang/OutOfMemoryError")))
+            << "pending: " << pendingClass;
+    } else if (afterThrow) {
+        // The throw stands: the trace clears what its describing steps raise. Only its own
+        // failed class lookup leaves the lookup's exception in place of the thrown one, as
+        // venTraceErrorOrRuntimeException documents; the throw still reports KS_TRUE then.
+        EXPECT_EQ(KS_TRUE, ok);
+        if (entry == "FindClass" && pendingIsA(env, pending, "java/lang/OutOfMemoryError")) {
+            gCounts.throwsReplacedInTrace++;
+        } else {
+            EXPECT_TRUE(pendingIsA(env, pending, row.thrown)) << "pending: " << pendingClass;
+        }
+    } else {
+        EXPECT_EQ(KS_FALSE, ok);
+        EXPECT_TRUE(pendingIsA(env, pending, "java/lang/OutOfMemoryError")) << "pending: " << pendingClass;
+        if (row.untracedFailure == nullptr) {
+            EXPECT_TRUE(run.trace.notable()) << "an unchecked failure is traced";
+        }
+    }
+    const bool kept = run.prepared.out != nullptr && *run.prepared.out != nullptr;
+    if (kept) {
+        gCounts.keptOnFailure.insert(row.name);
+        EXPECT_NE(nullptr, row.keepsOnFailure) << "a failure left a reference in the out-parameter";
+        EXPECT_TRUE(leaks.fault.ledger().isLive(*run.prepared.out));
+    }
+    EXPECT_EQ(kept ? 1 : 0, leaks.live()) << "local references left by a failure";
+}
+
+TEST(Sweeps, Faults)
+{
+    for (const Case& row : cases()) {
+        SCOPED_TRACE(row.name);
+        const std::vector<std::string> trail = successTrail(row);
+        std::map<std::string, int> seen;
+        bool thrown = false;
+        for (const std::string& entry : trail) {
+            const int nth = ++seen[entry];
+            if (fallibleEntries().contains(entry)) {
+                injectFault(row, entry, nth, thrown);
+            }
+            thrown =
+                thrown || ((entry == "Throw" || entry == "ThrowNew") && row.onSuccess != OnSuccess::Keeps);
+        }
+    }
+}
+
+// ---- Completeness ---------------------------------------------------------------------------
+
+// The exported functions named ven[A-Z]* of the libven.so mapped into this process, read
+// from its dynamic symbol table.
+std::set<std::string> exportedFunctions()
+{
+    std::string path;
+    std::ifstream maps("/proc/self/maps");
+    for (std::string line; std::getline(maps, line);) {
+        const std::size_t at = line.find('/');
+        if (at != std::string::npos && line.find("/libven.so", at) != std::string::npos) {
+            path = line.substr(at);
+            break;
+        }
+    }
+    std::set<std::string> names;
+    std::ifstream file(path, std::ios::binary);
+    const std::vector<char> image{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    if (image.size() < sizeof(Elf64_Ehdr)) {
+        ADD_FAILURE() << "libven.so not found among the mappings (" << path << ")";
+        return names;
+    }
+    const auto* header = reinterpret_cast<const Elf64_Ehdr*>(image.data());
+    const auto* sections = reinterpret_cast<const Elf64_Shdr*>(image.data() + header->e_shoff);
+    for (int s = 0; s < header->e_shnum; ++s) {
+        if (sections[s].sh_type != SHT_DYNSYM) {
+            continue;
+        }
+        const char* strings = image.data() + sections[sections[s].sh_link].sh_offset;
+        const auto* symbols = reinterpret_cast<const Elf64_Sym*>(image.data() + sections[s].sh_offset);
+        for (std::size_t i = 0; i < sections[s].sh_size / sizeof(Elf64_Sym); ++i) {
+            const Elf64_Sym& symbol = symbols[i];
+            const std::string name = strings + symbol.st_name;
+            if (ELF64_ST_TYPE(symbol.st_info) == STT_FUNC && symbol.st_shndx != SHN_UNDEF &&
+                ELF64_ST_BIND(symbol.st_info) != STB_LOCAL && name.size() > 3 && name.starts_with("ven") &&
+                std::isupper(static_cast<unsigned char>(name[3]))) {
+                names.insert(name);
+            }
+        }
+    }
+    return names;
+}
+
+TEST(Sweeps, EveryExportedFunctionIsSweptOrExcluded)
+{
+    std::set<std::string> swept;
+    for (const Case& row : cases()) {
+        EXPECT_TRUE(swept.insert(row.name).second) << row.name << " swept twice";
+    }
+    std::set<std::string> accounted = swept;
+    for (const Exclusion& excluded : kExcluded) {
+        EXPECT_FALSE(swept.contains(excluded.name)) << excluded.name << " is both swept and excluded";
+        accounted.insert(excluded.name);
+    }
+    const std::set<std::string> exported = exportedFunctions();
+    EXPECT_GT(exported.size(), 200u);
+    std::vector<std::string> missing;
+    std::vector<std::string> unknown;
+    std::ranges::set_difference(exported, accounted, std::back_inserter(missing));
+    std::ranges::set_difference(accounted, exported, std::back_inserter(unknown));
+    EXPECT_TRUE(missing.empty()) << "exported but neither swept nor excluded: "
+                                 << testing::PrintToString(missing);
+    EXPECT_TRUE(unknown.empty()) << "swept or excluded but not exported: " << testing::PrintToString(unknown);
+}
+
+// Last: the counts of the run, for the record.
+TEST(Sweeps, Summary)
+{
+    if (gCounts.functions == 0) {
+        GTEST_SKIP() << "the counts come from the sweeps, which did not run";
+    }
+    std::printf("sweeps: %d functions, %d exception-state cases (%d without a failing argument, %d without a "
+                "bad one), %d faults injected, %d aborts by design (%d leaving ks objects), %zu keep a "
+                "reference on failure, %d throws "
+                "replaced by the trace's failed lookup\n",
+                gCounts.functions, gCounts.stateCases, gCounts.cannotFail, gCounts.noBadArgument,
+                gCounts.faults, gCounts.aborts, gCounts.abortsLeavingKsObjects, gCounts.keptOnFailure.size(),
+                gCounts.throwsReplacedInTrace);
+    EXPECT_EQ(gCounts.functions, static_cast<int>(cases().size()));
+    EXPECT_GT(gCounts.faults, gCounts.aborts);
+}
+
+} // namespace
+} // namespace ven::sweeps
