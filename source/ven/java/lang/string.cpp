@@ -5,6 +5,8 @@
 // code point).
 #include "java/lang/class_unit.hpp"
 
+#include <memory>
+
 #if defined(__SSE2__)
 #include <emmintrin.h>
 #elif defined(__ARM_NEON) && defined(__aarch64__)
@@ -404,9 +406,12 @@ VEN_API void ven___CharsToJChars(jchar** resultChars, KS_INT* resultLength, cons
         return;
     }
     const KS_INT destLength = encodedLength(srcChars, srcLength);
-    auto* block = static_cast<jchar*>(ksMemAllocN(destLength, KS_INT{sizeof(jchar)}));
-    encodeUtf16(block, destLength, srcChars, srcLength);
-    *resultChars = block;
+    // Encoding may stop at a unit beyond 16 bits through ks___Abort, whose hook may throw
+    // instead of ending the process: the block is given back on that way out.
+    std::unique_ptr<jchar, decltype(&ksMemFree)> block(
+        static_cast<jchar*>(ksMemAllocN(destLength, KS_INT{sizeof(jchar)})), &ksMemFree);
+    encodeUtf16(block.get(), destLength, srcChars, srcLength);
+    *resultChars = block.release();
     *resultLength = destLength;
 }
 
