@@ -2,7 +2,7 @@
 BUILD ?= build
 PRESET ?= default
 
-.PHONY: all demo test bench install clean prereqs configure build
+.PHONY: all demo test sanitize bench install clean prereqs configure build
 
 all: build
 
@@ -20,6 +20,14 @@ demo: build
 
 test: build
 	@ctest --test-dir $(BUILD) --output-on-failure
+
+# The libraries, tests and example under AddressSanitizer and UndefinedBehaviorSanitizer,
+# in their own build directory (cmake/Sanitize.cmake); the whole suite runs there.
+sanitize:
+	@tools/prereqs --sanitize
+	@cmake --preset sanitize >/dev/null
+	@cmake --build build-sanitize
+	@ctest --preset sanitize
 
 bench: build
 	@cmake --build $(BUILD) --target run-bench
