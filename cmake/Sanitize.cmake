@@ -30,12 +30,12 @@ cmake_path(NORMAL_PATH _supp)
 # The JVM runs inside the test process and owns SIGSEGV, SIGBUS, SIGFPE and SIGILL: it takes
 # them on purpose (implicit null checks, safepoint polls, stack banging) and handles them
 # itself, so ASan must neither install its own handlers nor stop the JVM from installing
-# its. package.consumer builds a program of its own without sanitizers against the installed
-# (instrumented) libraries: the runtime arrives with libven.so instead of first, which ASan
-# would refuse before running anything (instrumented programs and the preloaded launcher load
-# it first anyway). A failed allocation returns null as malloc promises (ks turns that into its abort,
-# which the stand-in tests provoke with absurd sizes). Everything else stays at ASan's strict
-# defaults: the first report ends the process with a non-zero status.
+# its. package.consumer builds a program of its own without sanitizers against the
+# installed (instrumented) libraries: the runtime arrives with libven.so instead of first,
+# which ASan would refuse before running anything (instrumented programs and the preloaded
+# launcher load it first anyway). A failed allocation returns null as malloc promises (ks
+# turns that into its abort, which the stand-in tests provoke with absurd sizes). All else
+# stays at ASan's strict defaults: the first report ends the process with a non-zero status.
 set(VEN_ASAN_OPTIONS
   allocator_may_return_null=1
   halt_on_error=1
@@ -44,19 +44,17 @@ set(VEN_ASAN_OPTIONS
   handle_sigbus=0
   handle_sigfpe=0
   handle_sigill=0
-  handle_abort=0
   allow_user_segv_handler=1
   verify_asan_link_order=0
-  use_sigaltstack=0
   strict_init_order=1
   check_initialization_order=1
-  detect_stack_use_after_return=1
-  "suppressions=${_supp}/asan.supp")
+  detect_stack_use_after_return=1)
 # The leak check leaves thread-local storage out of its roots: with the JVM's threads in the
 # process, GCC 12's runtime crashes while walking their dynamic TLS blocks. Fewer roots can
 # only add reports, never hide one.
 set(VEN_LSAN_OPTIONS "suppressions=${_supp}/lsan.supp" print_suppressions=0 use_tls=0)
-set(VEN_UBSAN_OPTIONS halt_on_error=1 print_stacktrace=1 "suppressions=${_supp}/ubsan.supp")
+# Memory errors and undefined behaviour have no suppressions: each one is a bug to fix.
+set(VEN_UBSAN_OPTIONS halt_on_error=1 print_stacktrace=1)
 list(JOIN VEN_ASAN_OPTIONS ":" VEN_ASAN_OPTIONS)
 list(JOIN VEN_LSAN_OPTIONS ":" VEN_LSAN_OPTIONS)
 list(JOIN VEN_UBSAN_OPTIONS ":" VEN_UBSAN_OPTIONS)
