@@ -2,7 +2,7 @@
 BUILD ?= build
 PRESET ?= default
 
-.PHONY: all demo test bench install clean prereqs configure build
+.PHONY: all demo test tsan sanitize bench install clean prereqs configure build
 
 all: build
 
@@ -23,13 +23,20 @@ test: build
 
 # The concurrency test (no JVM) and the threads suite (every JDK) under ThreadSanitizer, in their
 # own build (build-tsan); any report fails them.
-.PHONY: tsan
 tsan:
-	@tools/prereqs tsan
+	@tools/prereqs --tsan
 	@cmake --preset tsan >/dev/null
 	@cmake --build build-tsan --target ven_concurrency_tests ven_threads_tests
 	@TSAN_OPTIONS="halt_on_error=1 second_deadlock_stack=1 suppressions=$(CURDIR)/tests/threads/tsan.supp $(TSAN_OPTIONS)" \
 	  ctest --test-dir build-tsan -R '^(concurrency|threads\..*)$$' --output-on-failure
+
+# The libraries, tests and example under AddressSanitizer and UndefinedBehaviorSanitizer,
+# in their own build directory (cmake/Sanitize.cmake); the whole suite runs there.
+sanitize:
+	@tools/prereqs --sanitize
+	@cmake --preset sanitize >/dev/null
+	@cmake --build build-sanitize
+	@ctest --preset sanitize
 
 bench: build
 	@cmake --build $(BUILD) --target run-bench

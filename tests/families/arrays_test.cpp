@@ -256,7 +256,7 @@ TEST_F(BridgesTest, BuffersPlainArraysAndCopies)
     auto doublesAre = [&](std::vector<double> expected) {
         std::vector<double> copied(static_cast<std::size_t>(env->GetArrayLength(doubles)));
         env->GetDoubleArrayRegion(doubles, 0, static_cast<jsize>(copied.size()), copied.data());
-        return copied.size() == expected.size() && std::memcmp(copied.data(), expected.data(), copied.size() * 8) == 0;
+        return copied.size() == expected.size() && (copied.empty() || std::memcmp(copied.data(), expected.data(), copied.size() * 8) == 0);
     };
     std::array<KS_INT, 6> intCopy{};
     std::array<double, 6> doubleCopy{};

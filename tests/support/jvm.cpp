@@ -11,6 +11,10 @@
 #include <mutex>
 #include <sstream>
 
+#if defined(__SANITIZE_ADDRESS__)
+#include <sanitizer/lsan_interface.h>
+#endif
+
 #include "jvmhost.hpp"
 #include "support/ven_test.hpp"
 #include "ven/frame.h"
@@ -44,8 +48,18 @@ Capture& capture()
     return *instance;
 }
 
+// A line of the native stack HotSpot may print after a warning ("C  [lib+0x..]  function",
+// "V  ..", "j  ..", "J 42 c2 .."): it names functions, and a test's may contain "Warning".
+bool isFrameLine(std::string_view line)
+{
+    return line.size() > 2 && std::string_view("CVJjv").find(line[0]) != std::string_view::npos && line[1] == ' ';
+}
+
 bool isWarning(std::string line)
 {
+    if (isFrameLine(line)) {
+        return false;
+    }
     std::transform(line.begin(), line.end(), line.begin(),
                    [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
     return line.find("warning") != std::string::npos;
@@ -246,7 +260,11 @@ int main(int argc, char** argv)
     ven::test::installAbortHook();
     int status = RUN_ALL_TESTS();
     // The JVM is never destroyed (DestroyJavaVM waits for every non-daemon thread); leave
-    // without running exit handlers under its running threads.
+    // without running exit handlers under its running threads. _exit also skips the leak
+    // check LeakSanitizer would run at exit, so a sanitizer build runs it here.
     std::fflush(nullptr);
+#if defined(__SANITIZE_ADDRESS__)
+    __lsan_do_leak_check();
+#endif
     _exit(status);
 }

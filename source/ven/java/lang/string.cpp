@@ -5,6 +5,8 @@
 // code point).
 #include "java/lang/class_unit.hpp"
 
+#include <memory>
+
 #if defined(__SSE2__)
 #include <emmintrin.h>
 #elif defined(__ARM_NEON) && defined(__aarch64__)
@@ -44,10 +46,6 @@ inline void fatalCheck(bool holds, int line, const char* condition)
 // so that the portable loops vectorise at -O2 without a scalar epilogue.
 constexpr KS_INT kBlock = 16;
 
-inline bool isSurrogate(KS_CHAR unit)
-{
-    return (unit & 0xF800u) == 0xD800u;
-}
 inline bool isHighSurrogate(KS_CHAR unit)
 {
     return (unit & 0xFC00u) == 0xD800u;
@@ -92,6 +90,11 @@ inline bool widenBlock(KS_CHAR* dst, const jchar* src)
     return vmaxvq_u16(surrogates) == 0;
 }
 #else
+// Only the portable loop tests units one by one (Clang rejects an unused helper).
+inline bool isSurrogate(KS_CHAR unit)
+{
+    return (unit & 0xF800u) == 0xD800u;
+}
 inline bool widenBlock(KS_CHAR* __restrict dst, const jchar* __restrict src)
 {
     unsigned surrogates = 0;
@@ -403,9 +406,12 @@ VEN_API void ven___CharsToJChars(jchar** resultChars, KS_INT* resultLength, cons
         return;
     }
     const KS_INT destLength = encodedLength(srcChars, srcLength);
-    auto* block = static_cast<jchar*>(ksMemAllocN(destLength, KS_INT{sizeof(jchar)}));
-    encodeUtf16(block, destLength, srcChars, srcLength);
-    *resultChars = block;
+    // Encoding may stop at a unit beyond 16 bits through ks___Abort, whose hook may throw
+    // instead of ending the process: the block is given back on that way out.
+    std::unique_ptr<jchar, decltype(&ksMemFree)> block(
+        static_cast<jchar*>(ksMemAllocN(destLength, KS_INT{sizeof(jchar)})), &ksMemFree);
+    encodeUtf16(block.get(), destLength, srcChars, srcLength);
+    *resultChars = block.release();
     *resultLength = destLength;
 }
 
