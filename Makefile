@@ -3,6 +3,7 @@ BUILD ?= build
 PRESET ?= default
 
 .PHONY: all demo test bench install clean prereqs configure build
+.PHONY: test-arm64
 
 all: build
 
@@ -20,6 +21,10 @@ demo: build
 
 test: build
 	@ctest --test-dir $(BUILD) --output-on-failure
+
+# Cross-built for 64-bit ARM and run under qemu-aarch64 (build-arm64/).
+test-arm64:
+	@tools/test-arm64
 
 bench: build
 	@cmake --build $(BUILD) --target run-bench
