@@ -1,6 +1,5 @@
-// The UTF-16 routines without a JVM, where each architecture takes its own vector path: every
-// position around the 16-unit blocks, every surrogate value, long BMP runs from misaligned
-// sources, against the rule written plainly; and their fatal checks unwinding out of them.
+// The UTF-16 routines without a JVM, on each architecture's own vector path: the block edges,
+// every surrogate value, long BMP runs against the rule written plainly, and the fatal checks.
 #include <gtest/gtest.h>
 
 #include <cstddef>
