@@ -171,7 +171,9 @@ TEST(PortableUtf16, LongBmpRuns)
     run.back() = 0xDBFF;
     EXPECT_FALSE(decode(run));
     run.back() = 0xDFFF;
-    EXPECT_EQ(decode(run)->back(), 0xDFFFu);
+    const std::optional<CodePoints> lowAtEnd = decode(run);
+    ASSERT_TRUE(lowAtEnd);
+    EXPECT_EQ(lowAtEnd->back(), 0xDFFFu);
 }
 
 // Supplementary code points at every position around the blocks, alone and with a second one
