@@ -2,7 +2,7 @@
 BUILD ?= build
 PRESET ?= default
 
-.PHONY: all demo test tsan sanitize bench install clean prereqs configure build
+.PHONY: all demo test tsan sanitize test-arm64 bench install clean prereqs configure build
 
 all: build
 
@@ -37,6 +37,10 @@ sanitize:
 	@cmake --preset sanitize >/dev/null
 	@cmake --build build-sanitize
 	@ctest --preset sanitize
+
+# Cross-built for 64-bit ARM and run under qemu-aarch64 (build-arm64/).
+test-arm64:
+	@tools/test-arm64
 
 bench: build
 	@cmake --build $(BUILD) --target run-bench

@@ -48,16 +48,17 @@ Capture& capture()
     return *instance;
 }
 
-// A line of the native stack HotSpot may print after a warning ("C  [lib+0x..]  function",
-// "V  ..", "j  ..", "J 42 c2 .."): it names functions, and a test's may contain "Warning".
-bool isFrameLine(std::string_view line)
+// Checked JNI follows a warning with the stack ("V  [libjvm.so+0x..]  symbol", "C  [...]",
+// "j  Class.method", "J 12 c1 ..."): a frame whose symbol holds the word is no warning of its own.
+// Where native frames can be walked (aarch64 keeps frame records) the test's own symbols appear.
+bool isStackFrame(std::string_view line)
 {
-    return line.size() > 2 && std::string_view("CVJjv").find(line[0]) != std::string_view::npos && line[1] == ' ';
+    return line.size() >= 2 && std::string_view("CVJjv").find(line[0]) != std::string_view::npos && line[1] == ' ';
 }
 
 bool isWarning(std::string line)
 {
-    if (isFrameLine(line)) {
+    if (isStackFrame(line)) {
         return false;
     }
     std::transform(line.begin(), line.end(), line.begin(),
