@@ -44,10 +44,6 @@ inline void fatalCheck(bool holds, int line, const char* condition)
 // so that the portable loops vectorise at -O2 without a scalar epilogue.
 constexpr KS_INT kBlock = 16;
 
-inline bool isSurrogate(KS_CHAR unit)
-{
-    return (unit & 0xF800u) == 0xD800u;
-}
 inline bool isHighSurrogate(KS_CHAR unit)
 {
     return (unit & 0xFC00u) == 0xD800u;
@@ -92,6 +88,12 @@ inline bool widenBlock(KS_CHAR* dst, const jchar* src)
     return vmaxvq_u16(surrogates) == 0;
 }
 #else
+// Only the portable block needs the test one unit at a time.
+inline bool isSurrogate(KS_CHAR unit)
+{
+    return (unit & 0xF800u) == 0xD800u;
+}
+
 inline bool widenBlock(KS_CHAR* __restrict dst, const jchar* __restrict src)
 {
     unsigned surrogates = 0;
