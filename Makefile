@@ -3,6 +3,8 @@ BUILD ?= build
 PRESET ?= default
 
 .PHONY: all demo test bench install clean prereqs configure build
+.PHONY: fuzz
+FUZZ_SECONDS ?= 60
 
 all: build
 
@@ -20,6 +22,13 @@ demo: build
 
 test: build
 	@ctest --test-dir $(BUILD) --output-on-failure
+
+# libFuzzer targets with the address and undefined sanitizers, FUZZ_SECONDS each.
+fuzz:
+	@fuzz/prereqs
+	@cmake --preset fuzz >/dev/null
+	@cmake --build build-fuzz --target fuzz-targets
+	@fuzz/run build-fuzz $(FUZZ_SECONDS)
 
 bench: build
 	@cmake --build $(BUILD) --target run-bench
