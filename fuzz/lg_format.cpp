@@ -199,7 +199,8 @@ void checkLgFormat(const std::uint8_t* data, std::size_t size)
     const std::uint8_t flags = size > 0 ? data[0] : 0;
     const std::uint8_t* begin = data + (size > 0 ? 1 : 0);
     const std::uint8_t* end = data + size;
-    const auto* separator = static_cast<const std::uint8_t*>(std::memchr(begin, 0xFF, end - begin));
+    const auto* separator =
+        begin < end ? static_cast<const std::uint8_t*>(std::memchr(begin, 0xFF, end - begin)) : nullptr;
     const std::uint8_t* formatEnd = separator != nullptr ? separator : end;
     std::string format(reinterpret_cast<const char*>(begin), formatEnd - begin);
     Reader in(formatEnd + (separator != nullptr ? 1 : 0), separator != nullptr ? end - separator - 1 : 0);
