@@ -190,10 +190,10 @@ void formatCall(lgStream* stream, const char* format, KS_INT length, const Arg* 
 
 } // namespace
 
-// Input: a flags byte (bit 0: pass the length as -1, bit 1: echo to a FILE), the format up
-// to the first FF byte (a byte no UTF-8 form has), then the arguments' data, read as the
-// directives ask: %lc a length byte (FF: NULL) and that many bytes; %s a length byte (FF:
-// NULL) and three bytes per code point; %i eight bytes.
+// Input: a flags byte (bit 0: pass the length as -1, bit 1: echo to a FILE, bit 2: an empty
+// format as NULL), the format up to the first FF byte (a byte no UTF-8 form has), then the
+// arguments' data, read as the directives ask: %lc a length byte (FF: NULL) and that many
+// bytes; %s a length byte (FF: NULL) and three bytes per code point; %i eight bytes.
 void checkLgFormat(const std::uint8_t* data, std::size_t size)
 {
     const std::uint8_t flags = size > 0 ? data[0] : 0;
@@ -258,7 +258,9 @@ void checkLgFormat(const std::uint8_t* data, std::size_t size)
     std::size_t echoSize = 0;
     FILE* echo = (flags & 2) != 0 ? open_memstream(&echoText, &echoSize) : nullptr;
     lgStream* stream = lgStreamCreate(echo);
-    formatCall(stream, format.c_str(), toNul ? -1 : static_cast<KS_INT>(cut), args.data(), args.size());
+    // An empty format may come as NULL with length 0 (bit 2).
+    const char* text = (flags & 4) != 0 && cut == 0 && !toNul ? nullptr : format.c_str();
+    formatCall(stream, text, toNul ? -1 : static_cast<KS_INT>(cut), args.data(), args.size());
 
     FUZZ_EXPECT(lgStreamLineCount(stream) == 1, "%lld lines", static_cast<long long>(lgStreamLineCount(stream)));
     ksString* line = lgStreamLineAt(stream, 0);
