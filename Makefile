@@ -2,7 +2,8 @@
 BUILD ?= build
 PRESET ?= default
 
-.PHONY: all demo test tsan sanitize test-arm64 bench install clean prereqs configure build
+.PHONY: all demo test tsan sanitize test-arm64 fuzz bench install clean prereqs configure build
+FUZZ_SECONDS ?= 60
 
 all: build
 
@@ -41,6 +42,13 @@ sanitize:
 # Cross-built for 64-bit ARM and run under qemu-aarch64 (build-arm64/).
 test-arm64:
 	@tools/test-arm64
+
+# libFuzzer targets with the address and undefined sanitizers, FUZZ_SECONDS each.
+fuzz:
+	@fuzz/prereqs
+	@cmake --preset fuzz >/dev/null
+	@cmake --build build-fuzz --target fuzz-targets
+	@fuzz/run build-fuzz $(FUZZ_SECONDS)
 
 bench: build
 	@cmake --build $(BUILD) --target run-bench
