@@ -183,5 +183,31 @@ TEST_F(JvmWarnings, PinnedRegionsAreReportedAndLatin1CopiesAreNot)
     EXPECT_FALSE(checkInsideRegionWarns("caf\xC3\xA9"));
 }
 
+// The count of the thread's local references follows every reference made and deleted, and a
+// frame left pushed inside a test frame (so that the test frame's pop takes the wrong one) leaves
+// a reference behind that the test frame reports.
+void closeWithAFrameLeftPushed()
+{
+    JNIEnv* env = mainEnv();
+    TestFrame frame(env);
+    jstr(env, "made in the test frame");
+    env->PushLocalFrame(4);
+    jstr(env, "made in the frame left pushed");
+}
+
+TEST_F(JvmTest, LocalReferencesAreCountedAndOutlivingOnesReported)
+{
+    const int before = localReferenceCount(env);
+    jstring text = jstr(env, "counted");
+    EXPECT_EQ(before + 1, localReferenceCount(env));
+    env->DeleteLocalRef(text);
+    EXPECT_EQ(before, localReferenceCount(env));
+
+    EXPECT_NONFATAL_FAILURE(closeWithAFrameLeftPushed(), "local references held by the thread: ");
+    EXPECT_EQ(before + 1, localReferenceCount(env));
+    env->PopLocalFrame(nullptr); // the test frame that closeWithAFrameLeftPushed could not reach
+    EXPECT_EQ(before, localReferenceCount(env));
+}
+
 } // namespace
 } // namespace ven::test

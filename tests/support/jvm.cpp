@@ -216,7 +216,8 @@ ExpectJniWarning::~ExpectJniWarning()
     }
 }
 
-TestFrame::TestFrame(JNIEnv* env, jint capacity) : env_(env), ksObjectsAtStart_(ksObjLiveCount())
+TestFrame::TestFrame(JNIEnv* env, jint capacity)
+    : env_(env), ksObjectsAtStart_(ksObjLiveCount()), localReferencesAtStart_(localReferenceCount(env))
 {
     open_ = env_->PushLocalFrame(capacity) == JNI_OK;
     if (!open_) {
@@ -233,6 +234,10 @@ void TestFrame::close()
     open_ = false;
     ExpectNoPending(env_); // what the test left pending
     env_->PopLocalFrame(nullptr);
+    if (int references = localReferenceCount(env_); references != localReferencesAtStart_) {
+        ADD_FAILURE() << "local references held by the thread: " << references << " after the frame, "
+                      << localReferencesAtStart_ << " before it";
+    }
     KS_INT live = ksObjLiveCount();
     if (live != ksObjectsAtStart_) {
         ADD_FAILURE() << "ks objects alive: " << live << " at the end, " << ksObjectsAtStart_

@@ -75,8 +75,10 @@ class ExpectJniWarning
 // ---- One local frame per test ---------------------------------------------------------
 
 // A local frame on `env` with room for `capacity` references. close() (or the destructor) fails the test
-// if an exception is pending (describing and clearing it) or if the number of live ks objects
-// differs from the start, then pops the frame. HotSpot 17's checked JNI warns (failing the test)
+// if an exception is pending (describing and clearing it), then pops the frame, and fails it if
+// the number of live ks objects differs from the start or if the thread holds a different number
+// of local references than before the frame was pushed (one outlived the frame: a frame left
+// pushed or popped twice, or a reference made outside it). HotSpot 17's checked JNI warns (failing the test)
 // once the frame holds about 97 references; HotSpot 25 no longer checks local capacity, so there
 // leaks show only through FaultEnv ledgers. A Trace keeps its lines as ks strings: one that
 // outlives the frame must be reset() before the frame closes.
@@ -92,8 +94,13 @@ class TestFrame
   private:
     JNIEnv* env_;
     KS_INT ksObjectsAtStart_;
+    int localReferencesAtStart_;
     bool open_ = false;
 };
+
+// The local references the calling thread holds in all its frames, as the JVM's heap walk
+// reports them (-1, with the test failed, if the walk is not available).
+int localReferenceCount(JNIEnv* env);
 
 // Fixture of the JVM suites: `env` is the main thread's JNIEnv and each test runs in its own
 // TestFrame.

@@ -1,0 +1,77 @@
+// Counts the JNI local references a thread holds, as the JVM itself sees them: the roots of
+// kind JNI_LOCAL that JVMTI's heap walk reports for that thread. No JNI function tells this,
+// and it is what shows a reference that outlived the frame it was made in.
+#include <jvmti.h>
+
+#include "support/ven_test.hpp"
+
+namespace ven::test
+{
+namespace
+{
+
+jvmtiEnv* heapWalker()
+{
+    static jvmtiEnv* const walker = [] {
+        jvmtiEnv* env = nullptr;
+        if (jvm()->GetEnv(reinterpret_cast<void**>(&env), JVMTI_VERSION_1_2) != JNI_OK) {
+            return static_cast<jvmtiEnv*>(nullptr);
+        }
+        jvmtiCapabilities capabilities{};
+        capabilities.can_tag_objects = 1; // FollowReferences needs it
+        return env->AddCapabilities(&capabilities) == JVMTI_ERROR_NONE ? env : nullptr;
+    }();
+    return walker;
+}
+
+// The Java thread ID of the calling thread, which the walk reports with each local root.
+jlong currentThreadId(JNIEnv* env)
+{
+    thread_local jlong id = [env] {
+        // Checked JNI wants each call's exception state read before the next call.
+        jclass thread = env->FindClass("java/lang/Thread");
+        jmethodID currentThread = env->GetStaticMethodID(thread, "currentThread", "()Ljava/lang/Thread;");
+        jobject current = env->CallStaticObjectMethod(thread, currentThread);
+        (void)env->ExceptionCheck();
+        jlong value = env->CallLongMethod(current, env->GetMethodID(thread, "getId", "()J"));
+        (void)env->ExceptionCheck();
+        env->DeleteLocalRef(current);
+        env->DeleteLocalRef(thread);
+        return value;
+    }();
+    return id;
+}
+
+struct Count {
+    jlong threadId;
+    int references;
+};
+
+// Roots only: no object is visited, so the walk costs the root scan and nothing more.
+jint JNICALL countRoot(jvmtiHeapReferenceKind kind, const jvmtiHeapReferenceInfo* info, jlong, jlong, jlong,
+                       jlong*, jlong*, jint, void* userData)
+{
+    auto* count = static_cast<Count*>(userData);
+    if (kind == JVMTI_HEAP_REFERENCE_JNI_LOCAL && info->jni_local.thread_id == count->threadId) {
+        ++count->references;
+    }
+    return 0;
+}
+
+} // namespace
+
+int localReferenceCount(JNIEnv* env)
+{
+    jvmtiEnv* walker = heapWalker();
+    Count count{currentThreadId(env), 0};
+    jvmtiHeapCallbacks callbacks{};
+    callbacks.heap_reference_callback = &countRoot;
+    if (walker == nullptr ||
+        walker->FollowReferences(0, nullptr, nullptr, &callbacks, &count) != JVMTI_ERROR_NONE) {
+        ADD_FAILURE() << "the JVM's heap walk cannot count local references";
+        return -1;
+    }
+    return count.references;
+}
+
+} // namespace ven::test
