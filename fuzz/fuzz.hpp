@@ -53,17 +53,6 @@ struct Abort {
 };
 void installAbortHook();
 
-// Runs `call`, which tells whether it ended in a fatal check, and if so frees the first
-// block of `bytes` bytes allocated on the way, where the sanitizer can see it: a fatal check
-// stops a real process, so that block is lost by contract. Freeing it keeps libFuzzer's
-// per-input leak search (costly) off these inputs.
-void reclaimAfterAbort(std::size_t bytes, bool (*call)(void*), void* context);
-template <class Call>
-void reclaimAfterAbort(std::size_t bytes, Call& call)
-{
-    reclaimAfterAbort(bytes, [](void* context) { return (*static_cast<Call*>(context))(); }, &call);
-}
-
 // Allocated size of a heap block where the sanitizer can tell, or nullopt.
 std::optional<std::size_t> allocatedSize(const void* block);
 

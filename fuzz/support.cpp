@@ -1,12 +1,16 @@
 // The failure report, the throwing abort hook and the count checks shared by every target.
 #include <cstdarg>
 #include <cstdio>
+#include <cstddef>
 #include <cstdlib>
 
 #include "fuzz.hpp"
 
 #ifdef VEN_FUZZ_ASAN
-#include <sanitizer/allocator_interface.h>
+// Declared here rather than through <sanitizer/allocator_interface.h>, which GCC does not ship;
+// both compilers' runtimes define them.
+extern "C" int __sanitizer_get_ownership(const volatile void* block);
+extern "C" std::size_t __sanitizer_get_allocated_size(const volatile void* block);
 #endif
 
 namespace ven::fuzz
@@ -16,20 +20,6 @@ namespace
 {
 
 const char* currentInput = nullptr;
-
-// The block reclaimAfterAbort() looks for: its size while watching, and the first match.
-std::size_t watchedSize = 0;
-const volatile void* watchedBlock = nullptr;
-
-[[maybe_unused]] void onAllocation(const volatile void* block, std::size_t size)
-{
-    if (watchedSize != 0 && watchedBlock == nullptr && size == watchedSize) {
-        watchedBlock = block;
-    }
-}
-
-// The sanitizer takes hooks only in pairs.
-[[maybe_unused]] void onRelease(const volatile void*) {}
 
 std::optional<std::string> textOrNull(const char* text)
 {
@@ -66,22 +56,6 @@ void setCurrentInput(const char* name)
 void installAbortHook()
 {
     ksAbortSetHook(&throwAbort);
-#ifdef VEN_FUZZ_ASAN
-    __sanitizer_install_malloc_and_free_hooks(&onAllocation, &onRelease);
-#endif
-}
-
-void reclaimAfterAbort(std::size_t bytes, bool (*call)(void*), void* context)
-{
-    watchedSize = bytes;
-    watchedBlock = nullptr;
-    const bool aborted = call(context);
-    watchedSize = 0;
-    // Without the sanitizer's hooks nothing is seen and the block stays lost.
-    if (aborted) {
-        std::free(const_cast<void*>(watchedBlock));
-    }
-    watchedBlock = nullptr;
 }
 
 std::optional<std::size_t> allocatedSize(const void* block)
