@@ -49,7 +49,9 @@ VEN_API KS_BOOL venThrow(JNIEnv* env, lgStream* trace, jthrowable throwable, con
 VEN_API KS_BOOL venNewGlobalRef(jobject* result, JNIEnv* env, lgStream* trace, jobject obj);
 VEN_API KS_BOOL venNewWeakGlobalRef(jweak* result, JNIEnv* env, lgStream* trace, jobject obj);
 
-/* Local capacity and frames: KS_FALSE on a refused capacity, without exception trace. */
+/* Local capacity and frames: KS_FALSE on a refused capacity (JNI's OutOfMemoryError pending),
+ * without exception trace. A JVM that refuses without raising (HotSpot, above its
+ * MaxJNILocalCapacity) stops the process in the wrapper's consistency check. */
 VEN_API KS_BOOL venEnsureLocalCapacity(JNIEnv* env, lgStream* trace, jint capacity);
 VEN_API KS_BOOL venPushLocalFrame(JNIEnv* env, lgStream* trace, jint capacity);
 
