@@ -19,6 +19,8 @@ namespace ven::sweeps
 namespace
 {
 
+using enum Variant;
+
 constexpr KS_INT kBeyondJint = KS_INT{1} << 40;
 constexpr KS_INT kHugeLength = INT32_MAX; // beyond the VM's array limit: a prompt OutOfMemoryError
 
@@ -36,7 +38,7 @@ jobject global(jobject local)
 
 template <typename T> T pick(Variant v, T succeed, std::type_identity_t<T> fail, std::type_identity_t<T> bad)
 {
-    return v == Variant::Succeed ? succeed : v == Variant::Fail ? fail : bad;
+    return v == Succeed ? succeed : v == Fail ? fail : bad;
 }
 
 // What an out-parameter holds after the call is let go of: local references and ks objects.
@@ -193,18 +195,18 @@ Case fieldCase(const char* name)
         const std::string field = member<Type>(isStatic, "Field");
         jfieldID id = isStatic ? env->GetStaticFieldID(w.fields, field.c_str(), Type::kSig)
                                : env->GetFieldID(w.fields, field.c_str(), Type::kSig);
-        auto target = static_cast<Target>(isStatic                   ? w.fields
-                                          : variant == Variant::Fail ? w.badTextFields
-                                                                     : w.fieldsObj);
+        auto target = static_cast<Target>(isStatic          ? w.fields
+                                          : variant == Fail ? w.badTextFields
+                                                            : w.fieldsObj);
         if constexpr (kind == FieldKind::Get || kind == FieldKind::GetString) {
             std::function<void()> restore = [] {};
-            if (variant == Variant::Fail && isStatic) {
+            if (variant == Fail && isStatic) {
                 env->SetStaticObjectField(w.fields, id, w.badText);
                 restore = [id] { mainEnv()->SetStaticObjectField(world().fields, id, world().text); };
             }
             return withOut<Ven>(
-                variant == Variant::Bad,
-                [=](Ven* r, JNIEnv* e, lgStream* t) { return F(r, e, t, target, id); }, restore);
+                variant == Bad, [=](Ven* r, JNIEnv* e, lgStream* t) { return F(r, e, t, target, id); },
+                restore);
         } else {
             Ven value{};
             std::function<void()> cleanup = [] {};
@@ -212,11 +214,11 @@ Case fieldCase(const char* name)
                 value = ksStringCreateFromCstr("written", -1);
                 cleanup = [value] { ksObjRelease(value); };
             } else if constexpr (ranged) {
-                value = variant == Variant::Bad ? outOfRange<Ven>() : someValue<Ven>();
+                value = variant == Bad ? outOfRange<Ven>() : someValue<Ven>();
             } else {
                 value = someValue<Ven>();
             }
-            if (variant == Variant::Bad && !ranged) {
+            if (variant == Bad && !ranged) {
                 target = Target{};
             }
             return plain([=](JNIEnv* e, lgStream* t) { return F(e, t, target, id, value); }, cleanup);
@@ -267,7 +269,7 @@ template <Kind kind, auto F> KS_BOOL viaVaList(Target t, jobject* r, JNIEnv* e, 
 // Methods.failure set for the Fail variant makes the called method throw.
 std::function<void()> failMethods(Variant variant)
 {
-    if (variant != Variant::Fail) {
+    if (variant != Fail) {
         return [] {};
     }
     JNIEnv* env = mainEnv();
@@ -289,7 +291,7 @@ template <Form form, Kind kind, typename Ven, typename Jni, auto F> Case callCas
         Target t{kind == Kind::Nonvirtual ? w.childObj : w.methodsObj, w.methods,
                  isStatic ? mainEnv()->GetStaticMethodID(w.methods, method.c_str(), sig.c_str())
                           : mainEnv()->GetMethodID(w.methods, method.c_str(), sig.c_str())};
-        if (variant == Variant::Bad) {
+        if (variant == Bad) {
             t.obj = isStatic ? t.obj : nullptr;
             t.clazz = isStatic ? nullptr : t.clazz;
         }
@@ -340,7 +342,7 @@ template <ArrayKind kind, typename Element, typename Array, auto F> Case arrayCa
     Case row{name};
     row.prepare = [](Variant variant) -> Prepared {
         auto array = static_cast<Array>(world().arrays[P::kSlot]);
-        Array target = variant == Variant::Bad ? nullptr : array;
+        Array target = variant == Bad ? nullptr : array;
         if constexpr (kind == ArrayKind::New) {
             return outCall(F, false, pick<KS_INT>(variant, 3, kHugeLength, -1));
         } else if constexpr (kind == ArrayKind::Pin) {
@@ -348,7 +350,7 @@ template <ArrayKind kind, typename Element, typename Array, auto F> Case arrayCa
         } else if constexpr (kind == ArrayKind::Release) {
             static Element dummy{};
             return releasing<Element*>(
-                variant == Variant::Succeed ? jni<P::kPin>(mainEnv(), array, nullptr) : nullptr, &dummy,
+                variant == Succeed ? jni<P::kPin>(mainEnv(), array, nullptr) : nullptr, &dummy,
                 [=](JNIEnv* e, lgStream* t, Element* elements) { return F(e, t, target, elements, 0); },
                 [=](Element* e) { jni<P::kUnpin>(mainEnv(), array, e, JNI_ABORT); });
         } else {
@@ -378,7 +380,7 @@ template <ArrayKind kind, typename Element, typename Array, auto F> Case arrayCa
 
 jstring textUnlessBad(Variant variant)
 {
-    return variant == Variant::Bad ? nullptr : world().text;
+    return variant == Bad ? nullptr : world().text;
 }
 
 template <auto F> Case stringLengthCase(const char* name)
@@ -414,9 +416,9 @@ template <typename Char, auto F> Case stringRegionCase(const char* name)
 {
     return {name, [](Variant v) {
                 auto buffer = std::make_shared<std::array<Char, 16>>();
-                const jsize start = v == Variant::Fail ? 100 : 0;
+                const jsize start = v == Fail ? 100 : 0;
                 return plain([=](JNIEnv* e, lgStream* t) {
-                    return F(e, t, world().text, start, 2, v == Variant::Bad ? nullptr : buffer->data());
+                    return F(e, t, world().text, start, 2, v == Bad ? nullptr : buffer->data());
                 });
             }};
 }
@@ -428,7 +430,7 @@ template <typename Element, typename Array, auto F> Case copyCase(const char* na
                 auto target = std::make_shared<std::array<Element, 4>>();
                 auto array = static_cast<Array>(world().arrays[slot]);
                 return plain([=](JNIEnv* e, lgStream* t) {
-                    return F(v == Variant::Bad ? nullptr : target->data(), e, t, array, 4);
+                    return F(v == Bad ? nullptr : target->data(), e, t, array, 4);
                 });
             },
             "pinning fails only for want of memory"};
@@ -436,13 +438,13 @@ template <typename Element, typename Array, auto F> Case copyCase(const char* na
 
 template <auto F> Case classLookupCase(const char* name)
 {
-    return {name, [](Variant v) { return outCall(F, v == Variant::Bad); }, "the unit's class is always there",
-            nullptr, 1};
+    return {name, [](Variant v) { return outCall(F, v == Bad); }, "the unit's class is always there", nullptr,
+            1};
 }
 
 template <auto F> Case instanceTestCase(const char* name)
 {
-    return {name, [](Variant v) { return outCall(F, v == Variant::Bad, world().text); },
+    return {name, [](Variant v) { return outCall(F, v == Bad, world().text); },
             "an instance test raises nothing"};
 }
 
@@ -452,7 +454,7 @@ template <ThrowForm form, auto F> Case throwCase(const char* name, const char* c
 {
     Case row{name};
     row.prepare = [](Variant variant) -> Prepared {
-        const bool bad = variant == Variant::Bad;
+        const bool bad = variant == Bad;
         return plain([bad](JNIEnv* env, lgStream* trace) {
             if constexpr (form == ThrowForm::Cstr) {
                 return F(env, trace, "sweep", bad ? nullptr : "thrown");
@@ -478,8 +480,8 @@ template <ThrowForm form, auto F> Case throwCase(const char* name, const char* c
 template <auto F> Case lookupCase(const char* name, const char* member, const char* sig, bool field)
 {
     return {name, [=](Variant v) {
-                jclass clazz = v == Variant::Bad ? nullptr : field ? world().fields : world().methods;
-                return outCall(F, false, clazz, v == Variant::Fail ? "noSuchMember" : member, sig);
+                jclass clazz = v == Bad ? nullptr : field ? world().fields : world().methods;
+                return outCall(F, false, clazz, v == Fail ? "noSuchMember" : member, sig);
             }};
 }
 
@@ -549,17 +551,39 @@ jint JNICALL answer(JNIEnv*, jclass)
     return 42;
 }
 
-// What a success holds (a reference, an entered monitor, a pushed frame), let go of by undo.
-template <typename T>
-Prepared holding(std::function<KS_BOOL(T*, JNIEnv*, lgStream*)> act, std::function<void(T)> undo)
+// A new reference in *result, deleted by undo at cleanup.
+template <typename T, typename... P, typename... A>
+Prepared holding(KS_BOOL (*f)(T*, JNIEnv*, lgStream*, P...), std::type_identity_t<void (*)(T)> undo,
+                 A... args)
 {
     auto held = std::make_shared<T>();
-    return plain([=](JNIEnv* e, lgStream* t) { return act(held.get(), e, t); },
+    return plain([=](JNIEnv* e, lgStream* t) { return f(held.get(), e, t, args...); },
                  [=] {
-                     if (*held) {
+                     if (*held != nullptr) {
                          undo(*held);
                      }
                  });
+}
+
+// p, with undo run at cleanup if it succeeded (an entered monitor, a pushed frame).
+Prepared undoing(Prepared p, std::function<void()> undo)
+{
+    auto done = std::make_shared<KS_BOOL>(KS_FALSE);
+    p.act = [=, act = p.act](JNIEnv* e, lgStream* t) { return *done = act(e, t); };
+    p.cleanup = [=] {
+        if (*done) {
+            undo();
+        }
+    };
+    return p;
+}
+
+// p, with the ks object its arguments point to kept as long as it.
+template <typename T> Prepared owning(T* object, std::function<Prepared(T*)> p)
+{
+    Prepared prepared = p(object);
+    prepared.state = std::shared_ptr<T>(object, [](T* o) { ksObjRelease(o); });
+    return prepared;
 }
 
 // A trace function, run with E1 pending: it describes and keeps what is pending.
@@ -580,311 +604,269 @@ Case traceCase(const char* name, std::function<KS_BOOL(JNIEnv*, lgStream*)> trac
             OnSuccess::Traces};
 }
 
-template <typename T, typename Make> std::shared_ptr<T> ksOwned(Make make)
-{
-    return std::shared_ptr<T>(make(), [](T* p) { ksObjRelease(p); });
-}
-
 // The sweep's own rows: the functions outside the family tables.
-void addOneOffs(std::vector<Case>& cases)
+std::vector<Case> oneOffs()
 {
     World& w = world();
     const char* bySize =
         "within HotSpot's limit only memory refuses it; beyond, HotSpot refuses without raising, "
         "which the wrapper's consistency check stops the process for";
-
-    // Class lookup, objects, references, frames, natives, monitors.
-    cases.push_back({"venFindClass",
-                     [](Variant v) {
-                         return outCall(venFindClass, false,
-                                        pick<const char*>(v, "fixtures/Fields", "no/such/Class", nullptr));
-                     },
-                     nullptr, nullptr, 1});
-    cases.push_back({"venAllocObject",
-                     [&w](Variant v) {
-                         return outCall(venAllocObject, false,
-                                        pick<jclass>(v, w.fields, w.collection, nullptr));
-                     },
-                     nullptr, nullptr, 1});
-    cases.push_back({"venNewObject",
-                     [&w](Variant v) {
-                         jclass clazz = v == Variant::Fail ? w.integer : w.fields;
-                         const char* sig = v == Variant::Fail ? "(Ljava/lang/String;)V" : "()V";
-                         jmethodID init =
-                             v == Variant::Bad ? nullptr : mainEnv()->GetMethodID(clazz, "<init>", sig);
-                         return withOut<jobject>(false, [=](jobject* r, JNIEnv* e, lgStream* t) {
-                             return venNewObject(r, e, t, clazz, init, w.text);
-                         });
-                     },
-                     nullptr, nullptr, 1});
-    cases.push_back({"venGetObjectClass",
-                     [&w](Variant v) {
-                         return outCall(venGetObjectClass, false, v == Variant::Bad ? nullptr : w.fieldsObj);
-                     },
-                     "the class of an object is always there", nullptr, 1});
-    cases.push_back({"venIsInstanceOf",
-                     [&w](Variant v) {
-                         return outCall(venIsInstanceOf, false, w.text,
-                                        v == Variant::Bad ? nullptr : w.object);
-                     },
-                     "an instance test raises nothing"});
-    cases.push_back({.name = "venGetVersion",
-                     .prepare = [](Variant v) { return outCall(venGetVersion, v == Variant::Bad); },
-                     .cannotFail = "the version raises nothing",
-                     .successWarns =
-                         "ven___GetVersion is a direct call: it neither clears nor sets aside the "
-                         "pending exception"});
-    cases.push_back({"venNewGlobalRef",
-                     [&w](Variant v) {
-                         jobject obj = v == Variant::Bad ? nullptr : w.text;
-                         return holding<jobject>([=](jobject* r, JNIEnv* e,
-                                                     lgStream* t) { return venNewGlobalRef(r, e, t, obj); },
-                                                 [](jobject ref) { mainEnv()->DeleteGlobalRef(ref); });
-                     },
-                     "a new global reference fails only for want of memory"});
-    cases.push_back({"venNewWeakGlobalRef",
-                     [&w](Variant v) {
-                         jobject obj = v == Variant::Bad ? nullptr : w.text;
-                         return holding<jweak>([=](jweak* r, JNIEnv* e,
-                                                   lgStream* t) { return venNewWeakGlobalRef(r, e, t, obj); },
-                                               [](jweak ref) { mainEnv()->DeleteWeakGlobalRef(ref); });
-                     },
-                     "a new weak global reference fails only for want of memory"});
-    cases.push_back(
+    static const jchar units[] = {'a', 0x4e2d};
+    static const double source[] = {1.5, 2.5};
+    return {
+        // Class lookup, objects, references, frames, natives, monitors.
+        {"venFindClass",
+         [](Variant v) {
+             return outCall(venFindClass, false,
+                            pick<const char*>(v, "fixtures/Fields", "no/such/Class", nullptr));
+         },
+         nullptr, nullptr, 1},
+        {"venAllocObject",
+         [&w](Variant v) {
+             return outCall(venAllocObject, false, pick<jclass>(v, w.fields, w.collection, nullptr));
+         },
+         nullptr, nullptr, 1},
+        {"venNewObject",
+         [&w](Variant v) {
+             jclass clazz = v == Fail ? w.integer : w.fields;
+             const char* sig = v == Fail ? "(Ljava/lang/String;)V" : "()V";
+             jmethodID init = v == Bad ? nullptr : mainEnv()->GetMethodID(clazz, "<init>", sig);
+             return withOut<jobject>(false, [=](jobject* r, JNIEnv* e, lgStream* t) {
+                 return venNewObject(r, e, t, clazz, init, w.text);
+             });
+         },
+         nullptr, nullptr, 1},
+        {"venGetObjectClass",
+         [&w](Variant v) { return outCall(venGetObjectClass, false, v == Bad ? nullptr : w.fieldsObj); },
+         "the class of an object is always there", nullptr, 1},
+        {"venIsInstanceOf",
+         [&w](Variant v) { return outCall(venIsInstanceOf, false, w.text, v == Bad ? nullptr : w.object); },
+         "an instance test raises nothing"},
+        {.name = "venGetVersion",
+         .prepare = [](Variant v) { return outCall(venGetVersion, v == Bad); },
+         .cannotFail = "the version raises nothing",
+         .successWarns = "ven___GetVersion is a direct call: it neither clears nor sets aside the "
+                         "pending exception"},
+        {"venNewGlobalRef",
+         [&w](Variant v) {
+             return holding(
+                 venNewGlobalRef, [](jobject ref) { mainEnv()->DeleteGlobalRef(ref); },
+                 v == Bad ? nullptr : w.text);
+         },
+         "a new global reference fails only for want of memory"},
+        {"venNewWeakGlobalRef",
+         [&w](Variant v) {
+             return holding(
+                 venNewWeakGlobalRef, [](jweak ref) { mainEnv()->DeleteWeakGlobalRef(ref); },
+                 v == Bad ? nullptr : w.text);
+         },
+         "a new weak global reference fails only for want of memory"},
         {.name = "venEnsureLocalCapacity",
-         .prepare = [](Variant v) { return call(venEnsureLocalCapacity, v == Variant::Bad ? -1 : 8); },
+         .prepare = [](Variant v) { return call(venEnsureLocalCapacity, v == Bad ? -1 : 8); },
          .cannotFail = bySize,
-         .untracedFailure = "a refused capacity is reported by the result alone"});
-    cases.push_back({.name = "venPushLocalFrame",
-                     .prepare =
-                         [](Variant v) {
-                             const jint capacity = v == Variant::Bad ? -1 : 8;
-                             return holding<KS_BOOL>(
-                                 [=](KS_BOOL* pushed, JNIEnv* e, lgStream* t) {
-                                     return *pushed = venPushLocalFrame(e, t, capacity);
-                                 },
-                                 [](KS_BOOL) { mainEnv()->PopLocalFrame(nullptr); });
-                         },
-                     .cannotFail = bySize,
-                     .untracedFailure = "a refused frame is reported by the result alone"});
-    cases.push_back({"venRegisterNatives", [&w](Variant v) {
-                         static JNINativeMethod good{const_cast<char*>("answer"), const_cast<char*>("()I"),
-                                                     reinterpret_cast<void*>(&answer)};
-                         static JNINativeMethod missing{const_cast<char*>("noSuchMethod"),
-                                                        const_cast<char*>("()I"),
-                                                        reinterpret_cast<void*>(&answer)};
-                         Prepared p = call(venRegisterNatives, w.natives,
-                                           pick<const JNINativeMethod*>(v, &good, &missing, nullptr), 1);
-                         p.cleanup = [&w] { mainEnv()->UnregisterNatives(w.natives); };
-                         return p;
-                     }});
-    cases.push_back(
+         .untracedFailure = "a refused capacity is reported by the result alone"},
+        {.name = "venPushLocalFrame",
+         .prepare =
+             [](Variant v) {
+                 return undoing(call(venPushLocalFrame, v == Bad ? -1 : 8),
+                                [] { mainEnv()->PopLocalFrame(nullptr); });
+             },
+         .cannotFail = bySize,
+         .untracedFailure = "a refused frame is reported by the result alone"},
+        {"venRegisterNatives",
+         [&w](Variant v) {
+             static JNINativeMethod good{const_cast<char*>("answer"), const_cast<char*>("()I"),
+                                         reinterpret_cast<void*>(&answer)};
+             static JNINativeMethod missing{const_cast<char*>("noSuchMethod"), const_cast<char*>("()I"),
+                                            reinterpret_cast<void*>(&answer)};
+             Prepared p = call(venRegisterNatives, w.natives,
+                               pick<const JNINativeMethod*>(v, &good, &missing, nullptr), 1);
+             p.cleanup = [&w] { mainEnv()->UnregisterNatives(w.natives); };
+             return p;
+         }},
+
         {"venUnregisterNatives",
-         [&w](Variant v) { return call(venUnregisterNatives, v == Variant::Bad ? nullptr : w.natives); },
-         "unregistering raises nothing"});
-    cases.push_back({"venMonitorEnter",
-                     [&w](Variant v) {
-                         jobject obj = v == Variant::Bad ? nullptr : w.fieldsObj;
-                         return holding<KS_BOOL>(
-                             [=](KS_BOOL* entered, JNIEnv* e, lgStream* t) {
-                                 return *entered = venMonitorEnter(e, t, obj);
-                             },
-                             [=](KS_BOOL) { mainEnv()->MonitorExit(obj); });
-                     },
-                     "entering a monitor fails only for want of memory"});
-    cases.push_back({"venMonitorLeave",
-                     [&w](Variant v) {
-                         jobject obj = v == Variant::Bad ? nullptr : w.fieldsObj;
-                         return releasing<jobject>(
-                             v == Variant::Succeed && mainEnv()->MonitorEnter(obj) == JNI_OK ? obj : nullptr,
-                             obj,
-                             [](JNIEnv* e, lgStream* t, jobject held) { return venMonitorLeave(e, t, held); },
-                             [](jobject held) { mainEnv()->MonitorExit(held); });
-                     },
-                     "the wrapper stops the process when leaving fails (left to the fault sweep)"});
-    cases.push_back(
+         [&w](Variant v) { return call(venUnregisterNatives, v == Bad ? nullptr : w.natives); },
+         "unregistering raises nothing"},
+        {"venMonitorEnter",
+         [&w](Variant v) {
+             jobject obj = v == Bad ? nullptr : w.fieldsObj;
+             return undoing(call(venMonitorEnter, obj), [=] { mainEnv()->MonitorExit(obj); });
+         },
+         "entering a monitor fails only for want of memory"},
+        {"venMonitorLeave",
+         [&w](Variant v) {
+             jobject obj = v == Bad ? nullptr : w.fieldsObj;
+             return releasing<jobject>(
+                 v == Succeed && mainEnv()->MonitorEnter(obj) == JNI_OK ? obj : nullptr, obj,
+                 [](JNIEnv* e, lgStream* t, jobject held) { return venMonitorLeave(e, t, held); },
+                 [](jobject held) { mainEnv()->MonitorExit(held); });
+         },
+         "the wrapper stops the process when leaving fails (left to the fault sweep)"},
+
         {"venThrow",
          [&w](Variant v) {
-             return call(venThrow,
-                         v == Variant::Bad
-                             ? nullptr
-                             : static_cast<jthrowable>(mainEnv()->NewLocalRef(w.toStringThrowsObj)),
-                         "sweep");
+             jobject thrown = v == Bad ? nullptr : mainEnv()->NewLocalRef(w.toStringThrowsObj);
+             return call(venThrow, static_cast<jthrowable>(thrown), "sweep");
          },
-         "the throw raises by design", nullptr, 0, OnSuccess::Rethrows, "fixtures/ToStringThrows"});
-    cases.push_back(
+         "the throw raises by design", nullptr, 0, OnSuccess::Rethrows, "fixtures/ToStringThrows"},
         {"venThrowNew",
          [&w](Variant v) {
-             return call(venThrowNew, v == Variant::Bad ? nullptr : w.fixtureException, "thrown", "sweep");
+             return call(venThrowNew, v == Bad ? nullptr : w.fixtureException, "thrown", "sweep");
          },
-         "the throw raises by design", nullptr, 0, OnSuccess::Throws, "fixtures/FixtureException"});
+         "the throw raises by design", nullptr, 0, OnSuccess::Throws, "fixtures/FixtureException"},
+        // Strings and arrays outside the families.
 
-    // Strings and arrays outside the families.
-    static const jchar units[] = {'a', 0x4e2d};
-    cases.push_back(
-        {"venNewString",
-         [](Variant v) { return outCall(venNewString, false, units, v == Variant::Bad ? -1 : 2); },
-         "a new string fails only for want of memory", nullptr, 1});
-    cases.push_back(
+        {"venNewString", [](Variant v) { return outCall(venNewString, false, units, v == Bad ? -1 : 2); },
+         "a new string fails only for want of memory", nullptr, 1},
+
         {"venNewStringUTF",
-         [](Variant v) { return outCall(venNewStringUTF, false, v == Variant::Bad ? nullptr : "text"); },
-         "a new string fails only for want of memory", nullptr, 1});
-    cases.push_back({"venGetArrayLength",
-                     [&w](Variant v) {
-                         return outCall(venGetArrayLength, false, v == Variant::Bad ? nullptr : w.arrays[4]);
-                     },
-                     "the length of an array raises nothing"});
-    cases.push_back({"venNewObjectArray",
-                     [&w](Variant v) {
-                         return outCall(venNewObjectArray, false, v == Variant::Fail ? kHugeLength : 2,
-                                        v == Variant::Bad ? nullptr : w.object, w.text);
-                     },
-                     nullptr, nullptr, 1});
-    cases.push_back({"venSetObjectArrayElement", [&w](Variant v) {
-                         return call(venSetObjectArrayElement, w.objectArray,
-                                     pick<KS_INT>(v, 1, 10, kBeyondJint), w.text);
-                     }});
-    cases.push_back({"venGetPrimitiveArrayCritical",
-                     [&w](Variant v) {
-                         jarray array = v == Variant::Bad ? nullptr : w.arrays[4];
-                         return pinning(
-                             venGetPrimitiveArrayCritical, array,
-                             [=](void* elements) {
-                                 mainEnv()->ReleasePrimitiveArrayCritical(array, elements, JNI_ABORT);
-                             },
-                             false);
-                     },
-                     "pinning fails only for want of memory (left to the fault sweep)"});
-    cases.push_back({"venReleasePrimitiveArrayCritical",
-                     [&w](Variant v) {
-                         static jint dummy;
-                         jarray array = v == Variant::Bad ? nullptr : w.arrays[4];
-                         return releasing<void*>(
-                             v == Variant::Succeed ? mainEnv()->GetPrimitiveArrayCritical(array, nullptr)
-                                                   : nullptr,
-                             &dummy,
-                             [=](JNIEnv* e, lgStream* t, void* p) {
-                                 return venReleasePrimitiveArrayCritical(e, t, array, p, 0);
-                             },
-                             [=](void* p) { mainEnv()->ReleasePrimitiveArrayCritical(array, p, JNI_ABORT); });
-                     },
-                     "a release raises nothing"});
+         [](Variant v) { return outCall(venNewStringUTF, false, v == Bad ? nullptr : "text"); },
+         "a new string fails only for want of memory", nullptr, 1},
+        {"venGetArrayLength",
+         [&w](Variant v) { return outCall(venGetArrayLength, false, v == Bad ? nullptr : w.arrays[4]); },
+         "the length of an array raises nothing"},
+        {"venNewObjectArray",
+         [&w](Variant v) {
+             return outCall(venNewObjectArray, false, v == Fail ? kHugeLength : 2,
+                            v == Bad ? nullptr : w.object, w.text);
+         },
+         nullptr, nullptr, 1},
+        {"venSetObjectArrayElement",
+         [&w](Variant v) {
+             return call(venSetObjectArrayElement, w.objectArray, pick<KS_INT>(v, 1, 10, kBeyondJint),
+                         w.text);
+         }},
+        {"venGetPrimitiveArrayCritical",
+         [&w](Variant v) {
+             jarray array = v == Bad ? nullptr : w.arrays[4];
+             return pinning(
+                 venGetPrimitiveArrayCritical, array,
+                 [=](void* elements) {
+                     mainEnv()->ReleasePrimitiveArrayCritical(array, elements, JNI_ABORT);
+                 },
+                 false);
+         },
+         "pinning fails only for want of memory (left to the fault sweep)"},
+        {"venReleasePrimitiveArrayCritical",
+         [&w](Variant v) {
+             static jint dummy;
+             jarray array = v == Bad ? nullptr : w.arrays[4];
+             return releasing<void*>(
+                 v == Succeed ? mainEnv()->GetPrimitiveArrayCritical(array, nullptr) : nullptr, &dummy,
+                 [=](JNIEnv* e, lgStream* t, void* p) {
+                     return venReleasePrimitiveArrayCritical(e, t, array, p, 0);
+                 },
+                 [=](void* p) { mainEnv()->ReleasePrimitiveArrayCritical(array, p, JNI_ABORT); });
+         },
+         "a release raises nothing"},
+        traceCase("venTraceException",
+                  [&w](JNIEnv* e, lgStream* t) { return venTraceException(e, t, w.e1, KS_TRUE, "sweep"); }),
+        traceCase("venTraceExceptionOccurred",
+                  [](JNIEnv* e, lgStream* t) { return venTraceExceptionOccurred(e, t, KS_TRUE, "sweep"); }),
+        traceCase(
+            "venTraceErrorOrRuntimeException",
+            [&w](JNIEnv* e, lgStream* t) { return venTraceErrorOrRuntimeException(e, t, w.e1, "sweep"); }),
+        traceCase(
+            "venTraceErrorOrRuntimeExceptionOccurred",
+            [](JNIEnv* e, lgStream* t) { return venTraceErrorOrRuntimeExceptionOccurred(e, t, "sweep"); }),
+        // Bridges.
+        {"venNewStringArrayFromKsVector",
+         [](Variant v) {
+             return owning<ksVector>(v == Bad ? nullptr : ksVectorCreate(), [](ksVector* vec) {
+                 for (const char* text : {"a", "b"}) {
+                     KsRef<ksString> s(ksStringCreateFromCstr(text, -1));
+                     if (vec != nullptr) {
+                         ksVectorAppend(vec, s.get());
+                     }
+                 }
+                 return outCall(venNewStringArrayFromKsVector, false, vec);
+             });
+         },
+         "the strings and the array fail only for want of memory", nullptr, 1},
+        {.name = "venNewByteArrayFromBuffer",
+         .prepare =
+             [](Variant v) {
+                 return owning<ksBuffer>(
+                     v == Bad ? nullptr : ksBufferCreateFromBytesCopy("abc", 3),
+                     [](ksBuffer* buffer) { return outCall(venNewByteArrayFromBuffer, false, buffer); });
+             },
+         .cannotFail = "the array fails only for want of memory",
+         .delivers = 1,
+         .keepsOnFailure = "a failed copy leaves the new array in *result"},
+        {.name = "venNewDoubleArrayOf",
+         .prepare =
+             [](Variant v) {
+                 return outCall(venNewDoubleArrayOf, false, v == Bad ? nullptr : source,
+                                v == Fail ? kHugeLength : 2);
+             },
+         .delivers = 1,
+         .keepsOnFailure = "a failed pin leaves the new array in *result"},
+        {"venGetByteArrayRegionAsBuffer",
+         [&w](Variant v) {
+             return outCall(venGetByteArrayRegionAsBuffer, v == Bad, static_cast<jbyteArray>(w.arrays[1]),
+                            v == Fail ? 10 : 0, 2);
+         }},
 
-    cases.push_back(traceCase("venTraceException", [&w](JNIEnv* e, lgStream* t) {
-        return venTraceException(e, t, w.e1, KS_TRUE, "sweep");
-    }));
-    cases.push_back(traceCase("venTraceExceptionOccurred", [](JNIEnv* e, lgStream* t) {
-        return venTraceExceptionOccurred(e, t, KS_TRUE, "sweep");
-    }));
-    cases.push_back(traceCase("venTraceErrorOrRuntimeException", [&w](JNIEnv* e, lgStream* t) {
-        return venTraceErrorOrRuntimeException(e, t, w.e1, "sweep");
-    }));
-    cases.push_back(traceCase("venTraceErrorOrRuntimeExceptionOccurred", [](JNIEnv* e, lgStream* t) {
-        return venTraceErrorOrRuntimeExceptionOccurred(e, t, "sweep");
-    }));
-
-    // Bridges.
-    cases.push_back({"venNewStringArrayFromKsVector",
-                     [](Variant v) {
-                         auto vec = ksOwned<ksVector>(
-                             [v] { return v == Variant::Bad ? nullptr : ksVectorCreate(); });
-                         for (const char* text : {"a", "b"}) {
-                             if (vec) {
-                                 KsRef<ksString> s(ksStringCreateFromCstr(text, -1));
-                                 ksVectorAppend(vec.get(), s.get());
-                             }
-                         }
-                         return withOut<jobjectArray>(false, [=](jobjectArray* r, JNIEnv* e, lgStream* t) {
-                             return venNewStringArrayFromKsVector(r, e, t, vec.get());
-                         });
-                     },
-                     "the strings and the array fail only for want of memory", nullptr, 1});
-    cases.push_back({.name = "venNewByteArrayFromBuffer",
-                     .prepare =
-                         [](Variant v) {
-                             auto buffer = ksOwned<ksBuffer>([v] {
-                                 return v == Variant::Bad ? nullptr : ksBufferCreateFromBytesCopy("abc", 3);
-                             });
-                             return withOut<jbyteArray>(false, [=](jbyteArray* r, JNIEnv* e, lgStream* t) {
-                                 return venNewByteArrayFromBuffer(r, e, t, buffer.get());
-                             });
-                         },
-                     .cannotFail = "the array fails only for want of memory",
-                     .delivers = 1,
-                     .keepsOnFailure = "a failed copy leaves the new array in *result"});
-    static const double source[] = {1.5, 2.5};
-    cases.push_back({.name = "venNewDoubleArrayOf",
-                     .prepare =
-                         [](Variant v) {
-                             return outCall(venNewDoubleArrayOf, false, v == Variant::Bad ? nullptr : source,
-                                            v == Variant::Fail ? kHugeLength : 2);
-                         },
-                     .delivers = 1,
-                     .keepsOnFailure = "a failed pin leaves the new array in *result"});
-    cases.push_back({"venGetByteArrayRegionAsBuffer", [&w](Variant v) {
-                         return outCall(venGetByteArrayRegionAsBuffer, v == Variant::Bad,
-                                        static_cast<jbyteArray>(w.arrays[1]), v == Variant::Fail ? 10 : 0, 2);
-                     }});
-    cases.push_back(
         {"venGetPrimitiveArrayAsKsBuffer",
-         [&w](Variant v) { return outCall(venGetPrimitiveArrayAsKsBuffer, v == Variant::Bad, w.arrays[1]); },
-         "pinning fails only for want of memory"});
-    cases.push_back(copyCase<KS_INT, jintArray, venCopyIntArrayElements>("venCopyIntArrayElements", 4));
-    cases.push_back(
-        copyCase<double, jdoubleArray, venCopyDoubleArrayElements>("venCopyDoubleArrayElements", 7));
+         [&w](Variant v) { return outCall(venGetPrimitiveArrayAsKsBuffer, v == Bad, w.arrays[1]); },
+         "pinning fails only for want of memory"},
+        copyCase<KS_INT, jintArray, venCopyIntArrayElements>("venCopyIntArrayElements", 4),
 
-    // Class support beyond lookups, instance tests and throws.
-    cases.push_back({"venObjectToString", [&w](Variant v) {
-                         return outCall(venObjectToString, false,
-                                        pick<jobject>(v, w.fieldsObj, w.toStringThrowsObj, nullptr));
-                     }});
-    cases.push_back({"venArrayListNew", [](Variant v) { return outCall(venArrayListNew, v == Variant::Bad); },
-                     "a new list fails only for want of memory", nullptr, 1});
-    cases.push_back({"venArrayListGet",
-                     [&w](Variant v) {
-                         return outCall(venArrayListGet, false, w.list, pick<KS_INT>(v, 0, 5, kBeyondJint));
-                     },
-                     nullptr, nullptr, 1});
-    cases.push_back(
+        copyCase<double, jdoubleArray, venCopyDoubleArrayElements>("venCopyDoubleArrayElements", 7),
+        // Class support beyond lookups, instance tests and throws.
+        {"venObjectToString",
+         [&w](Variant v) {
+             return outCall(venObjectToString, false,
+                            pick<jobject>(v, w.fieldsObj, w.toStringThrowsObj, nullptr));
+         }},
+        {"venArrayListNew", [](Variant v) { return outCall(venArrayListNew, v == Bad); },
+         "a new list fails only for want of memory", nullptr, 1},
+        {"venArrayListGet",
+         [&w](Variant v) {
+             return outCall(venArrayListGet, false, w.list, pick<KS_INT>(v, 0, 5, kBeyondJint));
+         },
+         nullptr, nullptr, 1},
+
         {"venArrayListSize",
-         [&w](Variant v) { return outCall(venArrayListSize, false, v == Variant::Bad ? nullptr : w.list); },
-         "the size of a list raises nothing"});
-    // An immutable list refuses null elements in contains, and every add.
-    cases.push_back({"venCollectionContains", [&w](Variant v) {
-                         return outCall(venCollectionContains, false,
-                                        pick<jobject>(v, w.list, w.immutableList, nullptr),
-                                        v == Variant::Fail ? nullptr : w.text);
-                     }});
-    cases.push_back({"venCollectionAdd", [&w](Variant v) {
-                         jobject collection = v == Variant::Bad ? nullptr : w.immutableList;
-                         if (v == Variant::Succeed) {
-                             jclass arrayList = mainEnv()->GetObjectClass(w.list);
-                             collection = mainEnv()->NewObject(
-                                 arrayList, mainEnv()->GetMethodID(arrayList, "<init>", "()V"));
-                         }
-                         return outCall(venCollectionAdd, false, collection, w.text);
-                     }});
-    cases.push_back({"venEnumSetNoneOf",
-                     [&w](Variant v) {
-                         return outCall(venEnumSetNoneOf, false, pick<jclass>(v, w.color, w.object, nullptr));
-                     },
-                     nullptr, nullptr, 1});
-    cases.push_back(
+         [&w](Variant v) { return outCall(venArrayListSize, false, v == Bad ? nullptr : w.list); },
+         "the size of a list raises nothing"},
+        // An immutable list refuses null elements in contains, and every add.
+        {"venCollectionContains",
+         [&w](Variant v) {
+             return outCall(venCollectionContains, false, pick<jobject>(v, w.list, w.immutableList, nullptr),
+                            v == Fail ? nullptr : w.text);
+         }},
+        {"venCollectionAdd",
+         [&w](Variant v) {
+             jobject collection = v == Bad ? nullptr : w.immutableList;
+             if (v == Succeed) {
+                 jclass arrayList = mainEnv()->GetObjectClass(w.list);
+                 collection =
+                     mainEnv()->NewObject(arrayList, mainEnv()->GetMethodID(arrayList, "<init>", "()V"));
+             }
+             return outCall(venCollectionAdd, false, collection, w.text);
+         }},
+        {"venEnumSetNoneOf",
+         [&w](Variant v) {
+             return outCall(venEnumSetNoneOf, false, pick<jclass>(v, w.color, w.object, nullptr));
+         },
+         nullptr, nullptr, 1},
+
         {.name = "venStringToKsString",
          .prepare =
              [&w](Variant v) {
-                 return outCall(venStringToKsString, v == Variant::Bad,
-                                v == Variant::Fail ? w.badText : w.text);
+                 return outCall(venStringToKsString, v == Bad, v == Fail ? w.badText : w.text);
              },
-         .failThrowsNew = "an ill-formed text is reported as an AssertionError thrown through ThrowNew"});
-    cases.push_back({"venStringFromKsString",
-                     [](Variant v) {
-                         auto text = ksOwned<ksString>([] { return ksStringCreateFromCstr("text", -1); });
-                         return withOut<jstring>(v == Variant::Bad, [=](jstring* r, JNIEnv* e, lgStream* t) {
-                             return venStringFromKsString(r, e, t, text.get());
-                         });
-                     },
-                     "a new string fails only for want of memory", nullptr, 1});
+         .failThrowsNew = "an ill-formed text is reported as an AssertionError thrown through ThrowNew"},
+        {"venStringFromKsString",
+         [](Variant v) {
+             return owning<ksString>(ksStringCreateFromCstr("text", -1), [v](ksString* text) {
+                 return outCall(venStringFromKsString, v == Bad, text);
+             });
+         },
+         "a new string fails only for want of memory", nullptr, 1},
+    };
 }
 
 // The java/io/IOException unit has the throwable units' shape but no table of its own.
@@ -940,14 +922,14 @@ std::vector<Case> allCases()
     cases.push_back(throwCase<ThrowForm::MessageFirst, throwMessage>(#throwMessage, className));
     VEN_THROWABLE_UNITS_MESSAGE_FIRST(SWEEP_THROW_MESSAGE_FIRST)
 #define SWEEP_BOXING(name, getClass, sig, Ven, Jni)                                                          \
-    cases.push_back({#name, [](Variant v) { return outCall(name, v == Variant::Bad, Ven{1}); },              \
+    cases.push_back({#name, [](Variant v) { return outCall(name, v == Bad, Ven{1}); },                       \
                      "boxing fails only for want of memory", nullptr, 1});
     VEN_BOXING_FUNCTIONS(SWEEP_BOXING)
     cases.push_back(lookupCase<venGetFieldID>("venGetFieldID", "intField", "I", true));
     cases.push_back(lookupCase<venGetStaticFieldID>("venGetStaticFieldID", "staticIntField", "I", true));
     cases.push_back(lookupCase<venGetMethodID>("venGetMethodID", "intGet", "()I", false));
     cases.push_back(lookupCase<venGetStaticMethodID>("venGetStaticMethodID", "staticIntGet", "()I", false));
-    addOneOffs(cases);
+    std::ranges::move(oneOffs(), std::back_inserter(cases));
     return cases;
 }
 
