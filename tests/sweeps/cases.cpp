@@ -383,12 +383,6 @@ jstring textUnlessBad(Variant variant)
     return variant == Bad ? nullptr : world().text;
 }
 
-template <auto F> Case stringLengthCase(const char* name)
-{
-    return {name, [](Variant v) { return outCall(F, false, textUnlessBad(v)); },
-            "the length of a string raises nothing"};
-}
-
 template <typename Char, auto F, auto Unpin> Case stringPinCase(const char* name)
 {
     return {name,
@@ -434,18 +428,6 @@ template <typename Element, typename Array, auto F> Case copyCase(const char* na
                 });
             },
             "pinning fails only for want of memory"};
-}
-
-template <auto F> Case classLookupCase(const char* name)
-{
-    return {name, [](Variant v) { return outCall(F, v == Bad); }, "the unit's class is always there", nullptr,
-            1};
-}
-
-template <auto F> Case instanceTestCase(const char* name)
-{
-    return {name, [](Variant v) { return outCall(F, v == Bad, world().text); },
-            "an instance test raises nothing"};
 }
 
 enum class ThrowForm { Cstr, KsString, Format, MessageFirst };
@@ -894,7 +876,9 @@ std::vector<Case> allCases()
 #define SWEEP_ARRAY(kind, name, wrapper, Element, Array)                                                     \
     cases.push_back(arrayCase<ArrayKind::kind, Element, Array, name>(#name));
     VEN_ARRAY_FUNCTIONS(SWEEP_ARRAY)
-#define SWEEP_STRING_LENGTH(name, wrapper) cases.push_back(stringLengthCase<name>(#name));
+#define SWEEP_STRING_LENGTH(name, wrapper)                                                                   \
+    cases.push_back({#name, [](Variant v) { return outCall(name, false, textUnlessBad(v)); },                \
+                     "the length of a string raises nothing"});
 #define SWEEP_STRING_PIN(name, Char, wrapper)                                                                \
     cases.push_back(stringPinCase<Char, name, SWEEP_UNPIN_##wrapper>(#name));
 #define SWEEP_STRING_RELEASE(name, Char, wrapper)                                                            \
@@ -905,8 +889,10 @@ std::vector<Case> allCases()
     VEN_STRING_RELEASE_FUNCTIONS(SWEEP_STRING_RELEASE)
     VEN_STRING_REGION_FUNCTIONS(SWEEP_STRING_REGION)
 #define SWEEP_CLASS_UNIT(getClass, isInstance, className)                                                    \
-    cases.push_back(classLookupCase<getClass>(#getClass));                                                   \
-    cases.push_back(instanceTestCase<isInstance>(#isInstance));
+    cases.push_back({#getClass, [](Variant v) { return outCall(getClass, v == Bad); },                       \
+                     "the unit's class is always there", nullptr, 1});                                       \
+    cases.push_back({#isInstance, [](Variant v) { return outCall(isInstance, v == Bad, world().text); },     \
+                     "an instance test raises nothing"});
     VEN_BOXED_CLASSES(SWEEP_CLASS_UNIT)
     VEN_COLLECTION_CLASSES(SWEEP_CLASS_UNIT)
     SWEEP_CLASS_UNIT(venStringGetClass, venStringIsInstance, "java/lang/String")

@@ -47,10 +47,8 @@ template <auto Member, long long failure> void injectOutOfMemory(FaultEnv& fault
     constexpr const char* kOome = "java/lang/OutOfMemoryError";
     if constexpr (std::is_void_v<Result>) {
         fault.raise<Member>(kOome, "injected by the sweep", FaultEnv::Calls::nth(nth));
-    } else if constexpr (std::is_pointer_v<Result>) {
-        fault.raiseReturning<Member>(kOome, "injected by the sweep", Result{}, FaultEnv::Calls::nth(nth));
     } else {
-        fault.raiseReturning<Member>(kOome, "injected by the sweep", static_cast<Result>(failure),
+        fault.raiseReturning<Member>(kOome, "injected by the sweep", Result(failure),
                                      FaultEnv::Calls::nth(nth));
     }
 }
