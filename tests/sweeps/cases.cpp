@@ -133,6 +133,41 @@ Prepared releasing(Elements held, std::type_identity_t<Elements> otherwise,
         });
 }
 
+// A new reference in *result, deleted by undo at cleanup.
+template <typename T, typename... P, typename... A>
+Prepared holding(KS_BOOL (*f)(T*, JNIEnv*, lgStream*, P...), std::type_identity_t<void (*)(T)> undo,
+                 A... args)
+{
+    auto held = std::make_shared<T>();
+    return plain([=](JNIEnv* e, lgStream* t) { return f(held.get(), e, t, args...); },
+                 [=] {
+                     if (*held != nullptr) {
+                         undo(*held);
+                     }
+                 });
+}
+
+// p, with undo run at cleanup if it succeeded (an entered monitor, a pushed frame).
+Prepared undoing(Prepared p, std::function<void()> undo)
+{
+    auto done = std::make_shared<KS_BOOL>(KS_FALSE);
+    p.act = [=, act = p.act](JNIEnv* e, lgStream* t) { return *done = act(e, t); };
+    p.cleanup = [=] {
+        if (*done) {
+            undo();
+        }
+    };
+    return p;
+}
+
+// p, with the ks object its arguments point to kept as long as it.
+template <typename T> Prepared owning(T* object, std::function<Prepared(T*)> p)
+{
+    Prepared prepared = p(object);
+    prepared.state = std::shared_ptr<T>(object, [](T* o) { ksObjRelease(o); });
+    return prepared;
+}
+
 // ---- Names and signatures of the fixtures' members, by JNI type ----------------------------
 
 template <typename Jni> struct JniType;
@@ -168,18 +203,14 @@ template <typename Type> std::string member(bool isStatic, const char* suffix)
 
 enum class FieldKind { Get, Set, GetString, SetString };
 
-// A value the writer accepts, and one beyond its range test.
-template <typename Ven> Ven someValue()
+// A value the writer accepts, or one beyond its range test.
+template <typename Ven> Ven someValue(bool beyond)
 {
     if constexpr (std::is_same_v<Ven, jobject>) {
         return world().text;
     } else {
-        return Ven{1};
+        return beyond ? Ven(std::is_same_v<Ven, KS_CHAR> ? 0x110000 : kBeyondJint) : Ven{1};
     }
-}
-template <typename Ven> Ven outOfRange()
-{
-    return std::is_same_v<Ven, KS_CHAR> ? 0x110000 : kBeyondJint;
 }
 
 template <FieldKind kind, typename Target, typename Ven, typename Jni, bool ranged, auto F>
@@ -208,20 +239,15 @@ Case fieldCase(const char* name)
                 variant == Bad, [=](Ven* r, JNIEnv* e, lgStream* t) { return F(r, e, t, target, id); },
                 restore);
         } else {
-            Ven value{};
-            std::function<void()> cleanup = [] {};
-            if constexpr (text) {
-                value = ksStringCreateFromCstr("written", -1);
-                cleanup = [value] { ksObjRelease(value); };
-            } else if constexpr (ranged) {
-                value = variant == Bad ? outOfRange<Ven>() : someValue<Ven>();
-            } else {
-                value = someValue<Ven>();
-            }
             if (variant == Bad && !ranged) {
                 target = Target{};
             }
-            return plain([=](JNIEnv* e, lgStream* t) { return F(e, t, target, id, value); }, cleanup);
+            if constexpr (text) {
+                return owning<ksString>(ksStringCreateFromCstr("written", -1),
+                                        [=](ksString* value) { return call(F, target, id, value); });
+            } else {
+                return call(F, target, id, someValue<Ven>(variant == Bad && ranged));
+            }
         }
     };
     if constexpr (kind != FieldKind::GetString) {
@@ -531,41 +557,6 @@ namespace
 jint JNICALL answer(JNIEnv*, jclass)
 {
     return 42;
-}
-
-// A new reference in *result, deleted by undo at cleanup.
-template <typename T, typename... P, typename... A>
-Prepared holding(KS_BOOL (*f)(T*, JNIEnv*, lgStream*, P...), std::type_identity_t<void (*)(T)> undo,
-                 A... args)
-{
-    auto held = std::make_shared<T>();
-    return plain([=](JNIEnv* e, lgStream* t) { return f(held.get(), e, t, args...); },
-                 [=] {
-                     if (*held != nullptr) {
-                         undo(*held);
-                     }
-                 });
-}
-
-// p, with undo run at cleanup if it succeeded (an entered monitor, a pushed frame).
-Prepared undoing(Prepared p, std::function<void()> undo)
-{
-    auto done = std::make_shared<KS_BOOL>(KS_FALSE);
-    p.act = [=, act = p.act](JNIEnv* e, lgStream* t) { return *done = act(e, t); };
-    p.cleanup = [=] {
-        if (*done) {
-            undo();
-        }
-    };
-    return p;
-}
-
-// p, with the ks object its arguments point to kept as long as it.
-template <typename T> Prepared owning(T* object, std::function<Prepared(T*)> p)
-{
-    Prepared prepared = p(object);
-    prepared.state = std::shared_ptr<T>(object, [](T* o) { ksObjRelease(o); });
-    return prepared;
 }
 
 // A trace function, run with E1 pending: it describes and keeps what is pending.
