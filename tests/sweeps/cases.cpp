@@ -57,10 +57,7 @@ template <typename Out> void letGo(Out& out)
 Prepared plain(
     std::function<KS_BOOL(JNIEnv*, lgStream*)> act, std::function<void()> cleanup = [] {})
 {
-    Prepared prepared;
-    prepared.act = std::move(act);
-    prepared.cleanup = std::move(cleanup);
-    return prepared;
+    return {std::move(act), std::move(cleanup)};
 }
 
 // A call with an out-parameter; nullResult passes NULL in its place (the bad argument).
@@ -657,7 +654,6 @@ std::vector<Case> oneOffs()
              p.cleanup = [&w] { mainEnv()->UnregisterNatives(w.natives); };
              return p;
          }},
-
         {"venUnregisterNatives",
          [&w](Variant v) { return call(venUnregisterNatives, v == Bad ? nullptr : w.natives); },
          "unregistering raises nothing"},
@@ -676,7 +672,6 @@ std::vector<Case> oneOffs()
                  [](jobject held) { mainEnv()->MonitorExit(held); });
          },
          "the wrapper stops the process when leaving fails (left to the fault sweep)"},
-
         {"venThrow",
          [&w](Variant v) {
              jobject thrown = v == Bad ? nullptr : mainEnv()->NewLocalRef(w.toStringThrowsObj);
@@ -688,11 +683,10 @@ std::vector<Case> oneOffs()
              return call(venThrowNew, v == Bad ? nullptr : w.fixtureException, "thrown", "sweep");
          },
          "the throw raises by design", nullptr, 0, OnSuccess::Throws, "fixtures/FixtureException"},
-        // Strings and arrays outside the families.
 
+        // Strings and arrays outside the families.
         {"venNewString", [](Variant v) { return outCall(venNewString, false, units, v == Bad ? -1 : 2); },
          "a new string fails only for want of memory", nullptr, 1},
-
         {"venNewStringUTF",
          [](Variant v) { return outCall(venNewStringUTF, false, v == Bad ? nullptr : "text"); },
          "a new string fails only for want of memory", nullptr, 1},
@@ -733,6 +727,8 @@ std::vector<Case> oneOffs()
                  [=](void* p) { mainEnv()->ReleasePrimitiveArrayCritical(array, p, JNI_ABORT); });
          },
          "a release raises nothing"},
+
+        // Trace functions: they describe, never change what is pending.
         traceCase("venTraceException",
                   [&w](JNIEnv* e, lgStream* t) { return venTraceException(e, t, w.e1, KS_TRUE, "sweep"); }),
         traceCase("venTraceExceptionOccurred",
@@ -743,6 +739,7 @@ std::vector<Case> oneOffs()
         traceCase(
             "venTraceErrorOrRuntimeExceptionOccurred",
             [](JNIEnv* e, lgStream* t) { return venTraceErrorOrRuntimeExceptionOccurred(e, t, "sweep"); }),
+
         // Bridges.
         {"venNewStringArrayFromKsVector",
          [](Variant v) {
@@ -780,13 +777,12 @@ std::vector<Case> oneOffs()
              return outCall(venGetByteArrayRegionAsBuffer, v == Bad, static_cast<jbyteArray>(w.arrays[1]),
                             v == Fail ? 10 : 0, 2);
          }},
-
         {"venGetPrimitiveArrayAsKsBuffer",
          [&w](Variant v) { return outCall(venGetPrimitiveArrayAsKsBuffer, v == Bad, w.arrays[1]); },
          "pinning fails only for want of memory"},
         copyCase<KS_INT, jintArray, venCopyIntArrayElements>("venCopyIntArrayElements", 4),
-
         copyCase<double, jdoubleArray, venCopyDoubleArrayElements>("venCopyDoubleArrayElements", 7),
+
         // Class support beyond lookups, instance tests and throws.
         {"venObjectToString",
          [&w](Variant v) {
@@ -800,10 +796,10 @@ std::vector<Case> oneOffs()
              return outCall(venArrayListGet, false, w.list, pick<KS_INT>(v, 0, 5, kBeyondJint));
          },
          nullptr, nullptr, 1},
-
         {"venArrayListSize",
          [&w](Variant v) { return outCall(venArrayListSize, false, v == Bad ? nullptr : w.list); },
          "the size of a list raises nothing"},
+
         // An immutable list refuses null elements in contains, and every add.
         {"venCollectionContains",
          [&w](Variant v) {
@@ -825,7 +821,6 @@ std::vector<Case> oneOffs()
              return outCall(venEnumSetNoneOf, false, pick<jclass>(v, w.color, w.object, nullptr));
          },
          nullptr, nullptr, 1},
-
         {.name = "venStringToKsString",
          .prepare =
              [&w](Variant v) {
