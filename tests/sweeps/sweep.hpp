@@ -36,7 +36,7 @@ struct Prepared {
     std::shared_ptr<void> state{};
 };
 
-// Each const char* is the reason for an exception to the rule (nullptr: the rule holds).
+// Each const char* but thrown says why a rule is waived for the function (nullptr: it holds).
 struct Case {
     std::string name{};
     std::function<Prepared(Variant)> prepare{}; // called only for the variants that apply
