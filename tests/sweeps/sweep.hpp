@@ -16,46 +16,39 @@ namespace ven::sweeps
 using namespace ven::test;
 using Entry = JNINativeInterface_;
 
-// The arguments a case is prepared with: ones that make the function succeed, ones that make
-// its JNI call fail, or one argument the function itself refuses.
+// Arguments that make the function succeed, make its JNI call fail, or that it refuses itself.
 enum class Variant { Succeed, Fail, Bad };
 
-// What the function does on success to the exception pending on entry.
+// What a success does to the exception pending on entry.
 enum class OnSuccess {
     Keeps,    // it stays pending, the same object
-    Throws,   // it is replaced by the function's own exception (of Case::thrown), through ThrowNew
+    Throws,   // replaced by the function's own (Case::thrown), through ThrowNew
     Rethrows, // as Throws, through Throw, which clears first
-    Traces,   // a trace function: it stays pending, and the result tells about the stream only
+    Traces,   // it stays pending; the result tells about the stream only
 };
 
-// One prepared call. act runs the function (on the env given: real or FaultEnv); cleanup
-// undoes on the real env, with nothing pending, what the preparation and a success did.
+// act runs the function on the env given (real or FaultEnv); cleanup undoes, on the real env
+// with nothing pending, what the preparation and a success did.
 struct Prepared {
-    std::function<KS_BOOL(JNIEnv*, lgStream*)> act{}; // empty: the variant does not apply
+    std::function<KS_BOOL(JNIEnv*, lgStream*)> act{};
     std::function<void()> cleanup = [] {};
-    jobject* out = nullptr; // the local reference out-parameter, if the function has one
+    jobject* out = nullptr; // the local reference out-parameter, if any
     std::shared_ptr<void> state{};
 };
 
+// Each const char* but thrown says why a rule is waived for the function (nullptr: it holds).
 struct Case {
     std::string name{};
-    std::function<Prepared(Variant)> prepare{};
-    // Why no argument makes the function's JNI call fail (nullptr: Variant::Fail applies).
-    const char* cannotFail = nullptr;
-    // Why no argument is refused by the function (nullptr: Variant::Bad applies).
-    const char* noBadArgument = nullptr;
-    int delivers = 0; // local references a success hands back through out
+    std::function<Prepared(Variant)> prepare{}; // called only for the variants that apply
+    const char* cannotFail = nullptr;           // no argument makes its JNI call fail: no Fail
+    const char* noBadArgument = nullptr;        // it refuses no argument: no Bad
+    int delivers = 0;                           // local references a success hands back through out
     OnSuccess onSuccess = OnSuccess::Keeps;
-    const char* thrown = nullptr; // the class an OnSuccess::Throws case leaves pending
-    // Why the Fail variant, with an exception pending, throws through ThrowNew (by design,
-    // as an argument failure does) and so draws the checker's warning.
-    const char* failThrowsNew = nullptr;
-    // Why a failure may leave the new local reference in the out-parameter.
-    const char* keepsOnFailure = nullptr;
-    // Why a failed JNI call leaves no line in the trace stream.
-    const char* untracedFailure = nullptr;
-    // Why a success, with an exception pending, makes a JNI call that JNI allows only with none
-    // pending (a direct wrapper call leaves the exception where it is), drawing the warning.
+    const char* thrown = nullptr;          // the class a Throws or Rethrows case leaves pending
+    const char* failThrowsNew = nullptr;   // Fail throws through ThrowNew, drawing the pending warning
+    const char* keepsOnFailure = nullptr;  // a failure may leave the new reference in out
+    const char* untracedFailure = nullptr; // a failed JNI call leaves no trace line
+    // A success makes, with an exception pending, a JNI call allowed only with none pending.
     const char* successWarns = nullptr;
 };
 
