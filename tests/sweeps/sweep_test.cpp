@@ -11,6 +11,10 @@
 #include <set>
 #include <tuple>
 
+#if defined(__SANITIZE_ADDRESS__)
+#include <sanitizer/lsan_interface.h>
+#endif
+
 #include "sweep.hpp"
 
 namespace ven::sweeps
@@ -310,6 +314,15 @@ std::vector<std::string> successTrail(const Case& row)
     return fault.trail();
 }
 
+#if defined(__SANITIZE_ADDRESS__)
+struct LeakCheckerOff {
+    LeakCheckerOff() { __lsan_disable(); }
+    ~LeakCheckerOff() { __lsan_enable(); }
+};
+#else
+struct LeakCheckerOff {};
+#endif
+
 // afterThrow: the fault hits the trace of the exception the function has just thrown.
 void injectFault(const Case& row, const std::string& entry, int nth, bool afterThrow)
 {
@@ -322,8 +335,16 @@ void injectFault(const Case& row, const std::string& entry, int nth, bool afterT
     fallible.inject(fault, nth);
     ++gCounts.faults;
     KS_BOOL ok = KS_FALSE;
-    std::optional<AbortRecord> abort =
-        catchAbort([&] { ok = run.prepared.act(fault.env(), run.trace.get()); });
+    std::optional<AbortRecord> abort;
+    {
+        // What a call that stops the process had allocated is not a leak: the leak checker of the
+        // sanitizer build leaves it aside, only for the calls that are meant to stop.
+        std::optional<LeakCheckerOff> off;
+        if (fallible.abortCondition != nullptr) {
+            off.emplace();
+        }
+        abort = catchAbort([&] { ok = run.prepared.act(fault.env(), run.trace.get()); });
+    }
     jthrowable pending = run.take();
     if (fallible.abortCondition != nullptr) {
         ++gCounts.aborts;
