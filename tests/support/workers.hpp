@@ -129,10 +129,11 @@ class AuditedTrace
         mismatches_ += ftruncate(fileno(echo_), 0) != 0;
     }
 
-    // After the last drain: every thread checked out, wrote `perRound` lines a round and
-    // `anonymousPerRound` anonymous ones.
+    // After the last drain: each thread's checks held and it wrote `perRound` lines a round and
+    // `anonymousPerRound` anonymous ones. Returns the rounds of all threads.
     template <class W>
-    void expectComplete(const std::array<W, kThreads>& workers, int perRound, int anonymousPerRound) const
+    long long expectComplete(const std::array<W, kThreads>& workers, int perRound,
+                             int anonymousPerRound) const
     {
         long long rounds = 0;
         for (const W& w : workers) {
@@ -145,6 +146,7 @@ class AuditedTrace
         EXPECT_EQ(mismatches_, 0) << "the echo file does not repeat the stream";
         EXPECT_EQ(anonymousLines_, rounds * anonymousPerRound);
         EXPECT_EQ(lgStreamLineCount(stream_), 0);
+        return rounds;
     }
 
   private:

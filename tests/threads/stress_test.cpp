@@ -57,10 +57,12 @@ std::string expectedLine(int thread, long long seq)
     }
 }
 
-// Global references the threads share: the exception each failing call leaves, in call order.
+// The threads' global references: Thread, then the exception each failing call leaves, in call order.
+constexpr std::array<const char*, 5> kClasses = {
+    "java/lang/Thread", "java/lang/IllegalArgumentException", "java/lang/NoClassDefFoundError",
+    "java/lang/NoSuchMethodError", "java/lang/NumberFormatException"};
 struct Java {
-    jclass thread;
-    std::array<jclass, 4> pending;
+    std::array<jclass, kClasses.size()> classes;
     jmethodID currentThread, isDaemon, toString;
 };
 
@@ -108,12 +110,12 @@ class Stress
         w.check(env != nullptr && venTryGetMainJniEnv() == env && venGetMainJniEnv() == env, "the env");
         jobject thread = nullptr;
         KS_BOOL isDaemon = !daemon;
-        w.check(
-            venPushLocalFrame(env, nullptr, 8) &&
-                venCallStaticObjectMethod(&thread, env, trace_.get(), java_.thread, java_.currentThread) &&
-                venCallBooleanMethod(&isDaemon, env, trace_.get(), thread, java_.isDaemon) &&
-                isDaemon == daemon,
-            "the thread's daemon flag");
+        w.check(venPushLocalFrame(env, nullptr, 8) &&
+                    venCallStaticObjectMethod(&thread, env, trace_.get(), java_.classes[0],
+                                              java_.currentThread) &&
+                    venCallBooleanMethod(&isDaemon, env, trace_.get(), thread, java_.isDaemon) &&
+                    isDaemon == daemon,
+                "the thread's daemon flag");
         for (auto [global, weak] : kept) {
             w.check(venIsSameObject(env, weak, global), "a weak reference lost its object");
             venDeleteGlobalRef(env, global);
@@ -160,23 +162,23 @@ class Stress
             venExceptionClear(env);
             KS_BOOL instance = KS_FALSE;
             w.check(refused && pending != nullptr &&
-                        venIsInstanceOf(&instance, env, nullptr, pending, java_.pending[which]) && instance,
+                        venIsInstanceOf(&instance, env, nullptr, pending, java_.classes[which]) && instance,
                     what);
         };
         jclass none = nullptr;
         jmethodID missing = nullptr;
         jstring bad = nullptr;
-        failed(!venFindClass(nullptr, env, trace, "java/lang/Integer"), 0, "a NULL result slot");
+        failed(!venFindClass(nullptr, env, trace, "java/lang/Integer"), 1, "a NULL result slot");
         failed(!venFindClass(&none, env, trace,
                              ("stress/Missing_" + id(w.index, seq + kMissingClass)).c_str()) &&
                    none == nullptr,
-               1, "a missing class");
+               2, "a missing class");
         const std::string method = "missing_" + id(w.index, seq + kMissingMethod);
-        failed(!venGetStaticMethodID(&missing, env, trace, integer, method.c_str(), "()V"), 2,
+        failed(!venGetStaticMethodID(&missing, env, trace, integer, method.c_str(), "()V"), 3,
                "a missing method");
         failed(venNewStringUTF(&bad, env, trace, ("x" + id(w.index, seq + kJavaException)).c_str()) &&
                    !venCallStaticIntMethod(&parsed, env, trace, integer, parseInt, bad),
-               3, "parseInt of a non-number");
+               4, "parseInt of a non-number");
         venPopLocalFrame(env, nullptr);
         ++w.rounds;
     }
@@ -189,28 +191,17 @@ class Stress
     std::barrier<> sync_{kThreads};
 };
 
-jclass globalClass(JNIEnv* env, const char* name)
-{
-    jclass local = findClass(env, name);
-    auto global = static_cast<jclass>(env->NewGlobalRef(local));
-    env->DeleteLocalRef(local);
-    return global;
-}
-
 using ThreadStress = JvmTest;
 
 TEST_F(ThreadStress, EightThreadsLeaveEveryCountWhereItWas)
 {
-    Java java{globalClass(env, "java/lang/Thread"),
-              {globalClass(env, "java/lang/IllegalArgumentException"),
-               globalClass(env, "java/lang/NoClassDefFoundError"),
-               globalClass(env, "java/lang/NoSuchMethodError"),
-               globalClass(env, "java/lang/NumberFormatException")},
-              nullptr,
-              nullptr,
-              nullptr};
-    java.currentThread = env->GetStaticMethodID(java.thread, "currentThread", "()Ljava/lang/Thread;");
-    java.isDaemon = env->GetMethodID(java.thread, "isDaemon", "()Z");
+    Java java{};
+    for (std::size_t i = 0; i < kClasses.size(); ++i) {
+        java.classes[i] = static_cast<jclass>(env->NewGlobalRef(findClass(env, kClasses[i])));
+    }
+    jclass thread = java.classes[0];
+    java.currentThread = env->GetStaticMethodID(thread, "currentThread", "()Ljava/lang/Thread;");
+    java.isDaemon = env->GetMethodID(thread, "isDaemon", "()Z");
     java.toString = env->GetMethodID(findClass(env, "java/lang/Object"), "toString", "()Ljava/lang/String;");
     {
         Trace probe;
@@ -230,16 +221,16 @@ TEST_F(ThreadStress, EightThreadsLeaveEveryCountWhereItWas)
         factory, env->GetStaticMethodID(factory, "getThreadMXBean", "()Ljava/lang/management/ThreadMXBean;"));
     ExpectNoPending(env);
     jclass beanClass = findClass(env, "java/lang/management/ThreadMXBean");
-    auto active = [&] {
-        const jint count =
-            env->CallStaticIntMethod(java.thread, env->GetStaticMethodID(java.thread, "activeCount", "()I"));
+    auto checked = [&](jint count) {
         ExpectNoPending(env);
         return count;
     };
+    auto active = [&] {
+        return checked(
+            env->CallStaticIntMethod(thread, env->GetStaticMethodID(thread, "activeCount", "()I")));
+    };
     auto threads = [&](const char* method) {
-        const jint count = env->CallIntMethod(bean, env->GetMethodID(beanClass, method, "()I"));
-        ExpectNoPending(env);
-        return count;
+        return checked(env->CallIntMethod(bean, env->GetMethodID(beanClass, method, "()I")));
     };
     const jint activeBefore = active(), liveBefore = threads("getThreadCount");
     env->CallVoidMethod(bean, env->GetMethodID(beanClass, "resetPeakThreadCount", "()V"));
@@ -250,11 +241,7 @@ TEST_F(ThreadStress, EightThreadsLeaveEveryCountWhereItWas)
     const Clock::time_point start = Clock::now();
     stress->run();
     const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
-    stress->trace_.expectComplete(stress->workers_, kKinds, 1);
-    long long rounds = 0;
-    for (const Worker& w : stress->workers_) {
-        rounds += w.rounds;
-    }
+    const long long rounds = stress->trace_.expectComplete(stress->workers_, kKinds, 1);
     const long long lines = stress->trace_.lines();
     stress.reset();
     EXPECT_EQ(ksObjLiveCount(), objectsBefore);
@@ -266,8 +253,7 @@ TEST_F(ThreadStress, EightThreadsLeaveEveryCountWhereItWas)
                 "Java threads %d before and after (peak %d), ks objects %lld before and after\n",
                 kThreads, seconds, rounds, static_cast<double>(rounds) / seconds / kThreads, lines,
                 liveBefore, peak, static_cast<long long>(objectsBefore));
-    env->DeleteGlobalRef(java.thread);
-    for (jclass global : java.pending) {
+    for (jclass global : java.classes) {
         env->DeleteGlobalRef(global);
     }
 }
