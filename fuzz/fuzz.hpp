@@ -103,10 +103,9 @@ std::vector<T> readValues(Reader& in, std::size_t max, int width, std::span<cons
             values.push_back(edges[arg % edges.size()]);
             break;
         case 7:
-            for (std::size_t i = values.size() - std::min<std::size_t>(arg + 1, values.size()),
-                             end = values.size();
-                 i < end; ++i) {
-                values.push_back(values[i]);
+            for (std::size_t n = std::min<std::size_t>(arg + 1, values.size()), i = values.size() - n; n > 0;
+                 --n) {
+                values.push_back(values[i++]);
             }
             break;
         default:

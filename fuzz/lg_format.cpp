@@ -121,14 +121,11 @@ void formatCall(lgStream* stream, const char* format, KS_INT length, const Arg* 
 void checkLgFormat(const std::uint8_t* data, std::size_t size)
 {
     const std::uint8_t flags = size > 0 ? data[0] : 0;
-    const std::uint8_t* begin = data + (size > 0 ? 1 : 0);
-    const std::uint8_t* end = data + size;
-    const auto* separator =
-        begin < end ? static_cast<const std::uint8_t*>(std::memchr(begin, 0xFF, end - begin)) : nullptr;
-    const std::uint8_t* formatEnd = separator != nullptr ? separator : end;
-    std::string format(reinterpret_cast<const char*>(begin), formatEnd - begin);
-    Reader in{formatEnd + (separator != nullptr ? 1 : 0),
-              separator != nullptr ? static_cast<std::size_t>(end - separator - 1) : 0};
+    const std::string_view bytes(reinterpret_cast<const char*>(data) + (size > 0), size - (size > 0));
+    const std::size_t separator = std::min(bytes.find('\xFF'), bytes.size());
+    std::string format(bytes.substr(0, separator));
+    Reader in{data + (size > 0) + separator + (separator < bytes.size()),
+              bytes.size() - std::min(separator + 1, bytes.size())};
 
     // The directive rule: "%lc", "%s", "%i" take an argument, "%%" is one '%', any other '%' is text.
     // The format ends before directive number kMaxDirectives + 1, and with length -1 at its first NUL.
