@@ -17,7 +17,7 @@ namespace
 constexpr int kSessions = 150;
 constexpr int kRounds = 8;
 
-// The calling thread's side of the machine. The env comes first: a JNIEnv* leads back to it.
+// The calling thread's side of the machine.
 struct FakeThread {
     JNIEnv env{};
     bool attached = false, daemon = false;
@@ -26,7 +26,7 @@ struct FakeThread {
 thread_local FakeThread current;
 std::atomic<long> attaches{0}, detaches{0};
 
-jint attach(void** env, bool daemon)
+template <bool daemon> jint attach(JavaVM*, void** env, void*)
 {
     if (!current.attached) {
         static JNINativeInterface_ native = [] {
@@ -50,8 +50,8 @@ JavaVM* fakeVm()
             *env = current.attached ? &current.env : nullptr;
             return current.attached ? JNI_OK : JNI_EDETACHED;
         };
-        table.AttachCurrentThread = [](JavaVM*, void** env, void*) { return attach(env, false); };
-        table.AttachCurrentThreadAsDaemon = [](JavaVM*, void** env, void*) { return attach(env, true); };
+        table.AttachCurrentThread = attach<false>;
+        table.AttachCurrentThreadAsDaemon = attach<true>;
         table.DetachCurrentThread = [](JavaVM*) {
             const bool was = std::exchange(current.attached, false);
             detaches += was;
