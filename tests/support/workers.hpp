@@ -119,7 +119,17 @@ class AuditedTrace
             ksMemFree(utf8);
             ksObjRelease(line);
             mismatches_ += getline(&echoed, &capacity, echo_) < 0 || text + '\n' != echoed;
-            audit(text);
+            int t = 0;
+            while (t < kThreads && text != anonymous_ && text != expected_(t, next_[t])) {
+                ++t;
+            }
+            if (text == anonymous_) {
+                ++anonymousLines_;
+            } else if (t < kThreads) {
+                ++next_[t];
+            } else if (++foreign_ <= 5) {
+                firstForeign_.push_back(text);
+            }
         }
         mismatches_ += getline(&echoed, &capacity, echo_) >= 0; // more lines echoed than kept
         std::free(echoed);
@@ -150,23 +160,6 @@ class AuditedTrace
     }
 
   private:
-    void audit(const std::string& text)
-    {
-        if (text == anonymous_) {
-            ++anonymousLines_;
-            return;
-        }
-        for (int t = 0; t < kThreads; ++t) {
-            if (text == expected_(t, next_[t])) {
-                ++next_[t];
-                return;
-            }
-        }
-        if (++foreign_ <= 5) {
-            firstForeign_.push_back(text);
-        }
-    }
-
     Expected expected_;
     std::string anonymous_;
     std::FILE* echo_ = std::tmpfile();
