@@ -107,21 +107,4 @@ void expectChecksInOrder(JNIEnv* env, const std::string& name, const std::vector
     }
 }
 
-// The local references live in `fault` besides the throwables taken with ExceptionOccurred,
-// whose deletion after a failure is left open.
-struct LeakCheck {
-    explicit LeakCheck(FaultEnv& fault) : fault(fault)
-    {
-        fault.override<&Entry::ExceptionOccurred>(
-            [this](JNIEnv* real) { return *throwables.insert(real->ExceptionOccurred()).first; });
-    }
-    int live() const
-    {
-        auto isLive = [this](jthrowable t) { return fault.ledger().isLive(t); };
-        return fault.ledger().live() - std::count_if(throwables.begin(), throwables.end(), isLive);
-    }
-    FaultEnv& fault;
-    std::set<jthrowable> throwables;
-};
-
 } // namespace ven::families_test

@@ -6,10 +6,12 @@
 
 #include <jni.h>
 
+#include <algorithm>
 #include <array>
 #include <functional>
 #include <limits>
 #include <memory>
+#include <set>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -197,6 +199,25 @@ class FaultEnv
     std::vector<std::string> trail_;
     std::vector<jobject> globals_;
     LocalRefLedger ledger_;
+};
+
+// The local references live in a FaultEnv's ledger, leaving out the throwables taken with
+// ExceptionOccurred: a wrapper sets a pending exception aside that way, and whether it deletes
+// that reference after a failure is left open.
+struct LeakCheck {
+    explicit LeakCheck(FaultEnv& fault) : fault(fault)
+    {
+        fault.override<&JNINativeInterface_::ExceptionOccurred>(
+            [this](JNIEnv* real) { return *throwables.insert(real->ExceptionOccurred()).first; });
+    }
+    int live() const
+    {
+        auto isLive = [this](jthrowable t) { return fault.ledger().isLive(t); };
+        return fault.ledger().live() -
+               static_cast<int>(std::count_if(throwables.begin(), throwables.end(), isLive));
+    }
+    FaultEnv& fault;
+    std::set<jthrowable> throwables;
 };
 
 namespace detail

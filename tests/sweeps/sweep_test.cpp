@@ -149,24 +149,6 @@ std::string classNameOf(JNIEnv* env, jobject obj)
     return text;
 }
 
-// The live local references of a FaultEnv's ledger, but for the throwables the wrapper sets
-// aside with ExceptionOccurred (they live on with their frame).
-struct LeakCheck {
-    explicit LeakCheck(FaultEnv& fault) : fault(fault)
-    {
-        fault.override<&Entry::ExceptionOccurred>(
-            [this](JNIEnv* real) { return *throwables.insert(real->ExceptionOccurred()).first; });
-    }
-    int live() const
-    {
-        auto isLive = [this](jthrowable t) { return fault.ledger().isLive(t); };
-        return fault.ledger().live() -
-               static_cast<int>(std::count_if(throwables.begin(), throwables.end(), isLive));
-    }
-    FaultEnv& fault;
-    std::set<jthrowable> throwables;
-};
-
 // One run in a local frame: the pending exception taken out after it, the cleanup, and the live
 // ks objects compared unless the run ended in an abort.
 class Run
