@@ -3,17 +3,16 @@
 // indexes and start positions are range-tested to jsize; element data passes unconverted.
 #include "integration/array_table.hpp"
 #include "integration/convention.hpp"
+#include "ven/checks.hpp"
 
 namespace ven::integration
 {
 namespace
 {
 
-// Modes 0, JNI_COMMIT and JNI_ABORT are 0, 1 and 2: unsigned, every negative mode is above them.
 Requirement releaseMode(jint mode)
 {
-    return {static_cast<unsigned>(mode) <= static_cast<unsigned>(JNI_ABORT),
-            "mode == 0 || mode == JNI_COMMIT || mode == JNI_ABORT"};
+    return {isReleaseMode(mode), kReleaseModeCondition};
 }
 
 template <auto Create, typename Array>

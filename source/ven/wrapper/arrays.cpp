@@ -40,7 +40,7 @@ using namespace ven::wrapper;
     VEN_API void ven___Release##Type##ArrayElements(JNIEnv* env, type##Array array, type* elems, jint mode)  \
     {                                                                                                        \
         checkRequired(releaseLine, {{env, "env"}, {array, "array"}, {elems, "elems"}});                      \
-        check(isReleaseMode(mode), releaseLine + 3, kReleaseModeCondition);                                  \
+        check(ven::isReleaseMode(mode), releaseLine + 3, ven::kReleaseModeCondition);                        \
         callJni<&Jni::Release##Type##ArrayElements>(env, array, elems, mode);                                \
     }                                                                                                        \
     VEN_API jboolean ven___Get##Type##ArrayRegion(JNIEnv* env, type##Array array, jsize start, jsize len,    \
@@ -92,7 +92,7 @@ VEN_API void* ven___GetPrimitiveArrayCritical(JNIEnv* env, jarray array, jboolea
 VEN_API void ven___ReleasePrimitiveArrayCritical(JNIEnv* env, jarray array, void* carray, jint mode)
 {
     checkRequired(5083, {{env, "env"}, {array, "array"}, {carray, "carray"}});
-    check(isReleaseMode(mode), 5086, kReleaseModeCondition);
+    check(ven::isReleaseMode(mode), 5086, ven::kReleaseModeCondition);
     callJni<&Jni::ReleasePrimitiveArrayCritical>(env, array, carray, mode);
 }
 

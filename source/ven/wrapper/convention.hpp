@@ -4,21 +4,20 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 #include <type_traits>
 #include <utility>
 
+#include "ven/checks.hpp"
 #include "ven/wrapper.h"
 
 namespace ven::wrapper
 {
 
-// The unit's name that every stop of this layer reports.
-inline constexpr const char* kSourcePath = "source/ven/ven_wrapper";
+// Every stop of this layer reports the unit's name.
+inline constexpr FatalChecks check{"source/ven/ven_wrapper"};
 
 inline constexpr const char* kNoExceptionCondition = "(*env)->ExceptionCheck( env ) == JNI_FALSE";
 inline constexpr const char* kExceptionRaisedCondition = "(*env)->ExceptionCheck( env ) == JNI_TRUE";
-inline constexpr const char* kReleaseModeCondition = "mode == 0 || mode == JNI_COMMIT || mode == JNI_ABORT";
 
 // The usual consistency messages: no exception pending, yet the result signals failure.
 #define VEN_NULL_RESULT_MESSAGE(member)                                                                      \
@@ -27,19 +26,7 @@ inline constexpr const char* kReleaseModeCondition = "mode == 0 || mode == JNI_C
 
 using Jni = JNINativeInterface_;
 
-// --- Stopping the process ------------------------------------------------------------------
-// Out of line and cold, so that a check on the fast path is one test and a branch not taken.
-// Neither is noexcept: a test's abort hook leaves them by throwing.
-
-[[noreturn, gnu::cold, gnu::noinline]] void failCheck(int line, const char* condition);
-[[noreturn, gnu::cold, gnu::noinline]] void failConsistency(int line, const char* message);
-
-inline void check(bool holds, int line, const char* condition)
-{
-    if (!holds) [[unlikely]] {
-        failCheck(line, condition);
-    }
-}
+// --- Argument checks -----------------------------------------------------------------------
 
 // A pointer argument that must not be NULL; a failure reports its name.
 struct Required {
@@ -56,12 +43,6 @@ template <std::size_t N> inline void checkRequired(int line, const Required (&ar
         (check(arguments[I].pointer != nullptr, line + static_cast<int>(I), arguments[I].name), ...);
     }
     (std::make_index_sequence<N>{});
-}
-
-// JNI accepts 0, JNI_COMMIT and JNI_ABORT; compared unsigned, so a negative mode fails too.
-inline bool isReleaseMode(jint mode)
-{
-    return static_cast<std::uint32_t>(mode) <= JNI_ABORT;
 }
 
 // --- Calling JNI ---------------------------------------------------------------------------
@@ -157,7 +138,7 @@ inline JniResult<Member> checkedResult(JNIEnv* env, Consistency consistency, Arg
         signalsFailure = result != 0;
     }
     if (signalsFailure) [[unlikely]] {
-        failConsistency(consistency.line, consistency.message);
+        check.inconsistent(consistency.line, consistency.message);
     }
     saved.restore();
     return result;
@@ -173,7 +154,7 @@ struct NullResultCheck {
     void verify(const void* result) const
     {
         if (result == nullptr) [[unlikely]] {
-            failConsistency(consistency.line, consistency.message);
+            check.inconsistent(consistency.line, consistency.message);
         }
     }
 };
@@ -183,7 +164,7 @@ struct NegativeResultCheck {
     void verify(jint result) const
     {
         if (result < 0) [[unlikely]] {
-            failConsistency(consistency.line, consistency.message);
+            check.inconsistent(consistency.line, consistency.message);
         }
     }
 };

@@ -6,16 +6,6 @@
 namespace ven::wrapper
 {
 
-void failCheck(int line, const char* condition)
-{
-    ks___Abort(nullptr, kSourcePath, line, condition);
-}
-
-void failConsistency(int line, const char* message)
-{
-    ks___Abort(message, kSourcePath, line, nullptr);
-}
-
 void clearPending(JNIEnv* env)
 {
     env->functions->ExceptionClear(env);

@@ -4,6 +4,7 @@
 // exact scalar rule only for a block that holds a surrogate (or a supplementary
 // code point).
 #include "java/lang/class_unit.hpp"
+#include "ven/checks.hpp"
 
 #include <memory>
 
@@ -18,7 +19,7 @@ using namespace ven::integration;
 namespace
 {
 
-constexpr const char* kStringPath = "source/ven/java/lang/ven_string";
+constexpr ven::FatalChecks fatalCheck{"source/ven/java/lang/ven_string"};
 
 namespace line
 {
@@ -34,13 +35,6 @@ constexpr int encodeHighSurrogate = 174;
 constexpr int encodeWithinCount = 183;
 constexpr int encodeExactCount = 185;
 } // namespace line
-
-inline void fatalCheck(bool holds, int line, const char* condition)
-{
-    if (!holds) [[unlikely]] {
-        ks___Abort(nullptr, kStringPath, line, condition);
-    }
-}
 
 // Units per block: a multiple of every vector width in use, and a fixed trip count
 // so that the portable loops vectorise at -O2 without a scalar epilogue.
