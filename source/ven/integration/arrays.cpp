@@ -1,8 +1,8 @@
 // Integration arrays: length, object arrays, the five functions of each primitive element
 // type (create, pin, release, region read, region write) and the critical pair. Lengths,
 // indexes and start positions are range-tested to jsize; element data passes unconverted.
-#include "integration/array_table.hpp"
-#include "integration/convention.hpp"
+#include "ven/integration/array_table.hpp"
+#include "ven/integration/convention.hpp"
 #include "ven/checks.hpp"
 
 namespace ven::integration

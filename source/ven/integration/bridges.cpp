@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "integration/convention.hpp"
+#include "ven/integration/convention.hpp"
 
 using namespace ven::integration;
 

@@ -3,8 +3,8 @@
 // of an operation that looks a method up on a class and calls it once.
 #pragma once
 
-#include "integration/convention.hpp"
-#include "java/lang/class_unit.hpp"
+#include "ven/integration/convention.hpp"
+#include "ven/java/lang/class_unit.hpp"
 
 namespace ven::integration
 {

@@ -3,7 +3,7 @@
 // (argument failure, JNI failure) that every integration function ends in.
 #include <cstdarg>
 
-#include "integration/convention.hpp"
+#include "ven/integration/convention.hpp"
 
 namespace ven::integration
 {

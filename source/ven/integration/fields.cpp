@@ -2,8 +2,8 @@
 // fields, and the string fields composed of the object accessors and the String unit.
 #include <type_traits>
 
-#include "integration/field_table.hpp"
-#include "integration/members.hpp"
+#include "ven/integration/field_table.hpp"
+#include "ven/integration/members.hpp"
 
 namespace ven::integration
 {

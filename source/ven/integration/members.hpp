@@ -3,7 +3,7 @@
 // parameter they guard, the member lookup by name and signature, and the string forms.
 #pragma once
 
-#include "integration/convention.hpp"
+#include "ven/integration/convention.hpp"
 
 namespace ven::integration
 {

@@ -4,8 +4,8 @@
 #include <cstdarg>
 #include <type_traits>
 
-#include "integration/call_table.hpp"
-#include "integration/members.hpp"
+#include "ven/integration/call_table.hpp"
+#include "ven/integration/members.hpp"
 
 namespace ven::integration
 {

@@ -1,8 +1,8 @@
 // Integration functions for Java strings. Apart from the two creating functions they
 // come in families (lengths, pinning, release, regions) that differ only in the
 // wrapper function and the character type: one template per family, one row each.
-#include "integration/convention.hpp"
-#include "integration/string_table.hpp"
+#include "ven/integration/convention.hpp"
+#include "ven/integration/string_table.hpp"
 
 using namespace ven::integration;
 

@@ -1,7 +1,7 @@
 // The exception trace: describes a Java throwable in the caller's trace stream by its
 // toString() text. It runs only after a failure, reaches past the integration layer
 // into the wrapper functions, and never changes which exception is pending.
-#include "integration/convention.hpp"
+#include "ven/integration/convention.hpp"
 
 using ven::integration::traceFailureLine;
 

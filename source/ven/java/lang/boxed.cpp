@@ -1,8 +1,8 @@
 // The Boolean, Double, Long and Object class support units: class lookup, instance test,
 // boxing through the class's own static valueOf, and the text of any object.
-#include "integration/class_units.hpp"
-#include "integration/members.hpp"
-#include "java/lang/boxed_table.hpp"
+#include "ven/integration/class_units.hpp"
+#include "ven/integration/members.hpp"
+#include "ven/java/lang/boxed_table.hpp"
 
 using namespace ven::integration;
 

@@ -5,7 +5,7 @@
 
 #include <cstdarg>
 
-#include "integration/convention.hpp"
+#include "ven/integration/convention.hpp"
 
 namespace ven::class_unit
 {

@@ -3,7 +3,7 @@
 // conversions move it in blocks that the compiler vectorises and fall back to the
 // exact scalar rule only for a block that holds a surrogate (or a supplementary
 // code point).
-#include "java/lang/class_unit.hpp"
+#include "ven/java/lang/class_unit.hpp"
 #include "ven/checks.hpp"
 
 #include <memory>

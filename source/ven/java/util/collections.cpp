@@ -1,7 +1,7 @@
 // The ArrayList, Collection and EnumSet class support units: class lookup, instance test,
 // and list and set operations, each a class, a method looked up on it and one call.
-#include "integration/class_units.hpp"
-#include "java/util/collection_table.hpp"
+#include "ven/integration/class_units.hpp"
+#include "ven/java/util/collection_table.hpp"
 
 using namespace ven::integration;
 
