@@ -1,5 +1,5 @@
 // The java/io/IOException unit: the throwable pattern over its own class.
-#include "ven/java/lang/class_unit.hpp"
+#include "ven/java/class_unit.hpp"
 
 extern "C" {
 

@@ -3,7 +3,7 @@
 // conversions move it in blocks that the compiler vectorises and fall back to the
 // exact scalar rule only for a block that holds a surrogate (or a supplementary
 // code point).
-#include "ven/java/lang/class_unit.hpp"
+#include "ven/java/class_unit.hpp"
 #include "ven/checks.hpp"
 
 #include <memory>
@@ -419,7 +419,7 @@ VEN_API KS_BOOL venStringGetClass(jclass* result, JNIEnv* env, lgStream* trace)
 
 VEN_API KS_BOOL venStringIsInstance(KS_BOOL* result, JNIEnv* env, lgStream* trace, jobject obj)
 {
-    return ven::class_unit::isInstance<venStringGetClass>(result, env, trace, obj);
+    return ven::java::isInstance<venStringGetClass>(result, env, trace, obj);
 }
 
 VEN_API KS_BOOL venStringToKsString(ksString** result, JNIEnv* env, lgStream* trace, jstring string)

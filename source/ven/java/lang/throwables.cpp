@@ -1,6 +1,6 @@
 // The java/lang throwable units. IllegalArgumentException's lookup and C-string throw
 // are the argument failure of every integration function.
-#include "ven/java/lang/class_unit.hpp"
+#include "ven/java/class_unit.hpp"
 #include "ven/java/lang/throwable_table.hpp"
 
 extern "C" {
