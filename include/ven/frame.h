@@ -3,6 +3,8 @@
 #ifndef VEN_FRAME_H
 #define VEN_FRAME_H
 
+#include <stdint.h>
+
 #include <jni.h>
 
 #include "ks/ks.h"

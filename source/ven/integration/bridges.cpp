@@ -4,7 +4,15 @@
 #include <algorithm>
 #include <cstring>
 
+#include <jni.h>
+
+#include "ks/ks.h"
+#include "lg/lg.h"
+#include "ven/arrays.h"
+#include "ven/bridges.h"
+#include "ven/integration.h"
 #include "ven/integration/convention.hpp"
+#include "ven/java/lang/string.h"
 
 using namespace ven::integration;
 

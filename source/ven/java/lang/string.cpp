@@ -3,10 +3,19 @@
 // conversions move it in blocks that the compiler vectorises and fall back to the
 // exact scalar rule only for a block that holds a surrogate (or a supplementary
 // code point).
-#include "ven/java/class_unit.hpp"
-#include "ven/checks.hpp"
-
 #include <memory>
+
+#include <jni.h>
+
+#include "ks/ks.h"
+#include "lg/lg.h"
+#include "ven/checks.hpp"
+#include "ven/integration.h"
+#include "ven/integration/convention.hpp"
+#include "ven/java/class_unit.hpp"
+#include "ven/java/lang/string.h"
+#include "ven/java/lang/throwables.h"
+#include "ven/strings.h"
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
