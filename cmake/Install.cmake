@@ -1,5 +1,6 @@
-# Installation: the three libraries, the public headers (C, and the C++ face ven/*.hpp), a CMake package giving the
-# imported target ven::ven (with ks, lg and the JNI include directories), and ven.pc.
+# Installation: the three libraries, the public headers (C, and the C++ face ven/*.hpp), a
+# CMake package giving the imported target ven::ven (with ks, lg and the JNI include
+# directories), and ven.pc.
 include(CMakePackageConfigHelpers)
 
 install(TARGETS ven EXPORT venTargets
