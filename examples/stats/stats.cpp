@@ -206,7 +206,8 @@ void accumulate(JNIEnv* env, jclass, jobject tally, jintArray values)
     // The total is written first: when it no longer fits the int field, ven refuses it
     // ("venSetIntField: VEN_KS_INT_TO_JINT_CONV_OK( value )") and the tally stays as it was.
     const bool written = ctx.write(tally, module.tallyTotal, newTotal) &&
-                         ctx.write(tally, module.tallyCount, newCount) && ctx.write(tally, module.tallyMean, mean);
+                         ctx.write(tally, module.tallyCount, newCount) &&
+                         ctx.write(tally, module.tallyMean, mean);
     auto name = written ? ctx.get<venGetStringField>(tally, module.tallyName) : std::nullopt;
     if (!name) {
         return;
@@ -260,8 +261,8 @@ template <typename Id> bool keep(Id& slot, const std::optional<Id>& found)
 bool registerNatives(const ven::Context& ctx)
 {
     const auto stats = ctx.findClass("stats/Stats");
-    const auto tally = stats && ctx.registerNatives(*stats, statsNatives) ? ctx.findClass("stats/Tally")
-                                                                           : std::nullopt;
+    const auto tally =
+        stats && ctx.registerNatives(*stats, statsNatives) ? ctx.findClass("stats/Tally") : std::nullopt;
     return tally && keep(module.tallyName, ctx.field<jstring>(*tally, "name")) &&
            keep(module.tallyTotal, ctx.field<jint>(*tally, "total")) &&
            keep(module.tallyCount, ctx.field<jlong>(*tally, "count")) &&

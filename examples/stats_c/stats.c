@@ -78,8 +78,9 @@ static jobjectArray describe(JNIEnv* env, jclass cls, jobjectArray words)
     ksString* word = NULL;
     ksVector* lines = ksVectorCreate();
     jobjectArray result = NULL;
-    KS_BOOL ok = venFindClass(&arrays, env, trace, "java/lang/reflect/Array") &&
-                 venGetStaticMethodID(&get, env, trace, arrays, "get", "(Ljava/lang/Object;I)Ljava/lang/Object;");
+    KS_BOOL ok =
+        venFindClass(&arrays, env, trace, "java/lang/reflect/Array") &&
+        venGetStaticMethodID(&get, env, trace, arrays, "get", "(Ljava/lang/Object;I)Ljava/lang/Object;");
     for (KS_INT i = 0; ok && i < count; ++i) {
         /* Each call replaces `element` and `word`, deleting (releasing) the previous one. */
         ok = venCallStaticObjectMethod(&element, env, trace, arrays, get, words, (jint)i) &&
@@ -125,7 +126,8 @@ static jbyteArray crc32(JNIEnv* env, jclass cls, jbyteArray data)
     }
     const uint32_t crc = crc32Of(ksBufferBacking(bytes), ksBufferLength(bytes));
     ksObjRelease(bytes);
-    const uint8_t bigEndian[4] = {(uint8_t)(crc >> 24), (uint8_t)(crc >> 16), (uint8_t)(crc >> 8), (uint8_t)crc};
+    const uint8_t bigEndian[4] = {(uint8_t)(crc >> 24), (uint8_t)(crc >> 16), (uint8_t)(crc >> 8),
+                                  (uint8_t)crc};
     ksBuffer* digest = ksBufferCreateFromBytesCopy(bigEndian, sizeof bigEndian);
     jbyteArray result = NULL;
     venNewByteArrayFromBuffer(&result, env, trace, digest);
@@ -176,14 +178,12 @@ static jobject summarize(JNIEnv* env, jclass cls, jintArray values)
     jobject boxed = NULL;
     KS_BOOL added = KS_FALSE;
     /* Each valueOf replaces `boxed` and deletes the value added before it. */
-    const KS_BOOL ok = venArrayListNew(&list, env, trace) && venLongValueOf(&boxed, env, trace, min) &&
-                       venCollectionAdd(&added, env, trace, list, boxed) &&
-                       venLongValueOf(&boxed, env, trace, max) &&
-                       venCollectionAdd(&added, env, trace, list, boxed) &&
-                       venDoubleValueOf(&boxed, env, trace, mean) &&
-                       venCollectionAdd(&added, env, trace, list, boxed) &&
-                       venBooleanValueOf(&boxed, env, trace, ascending) &&
-                       venCollectionAdd(&added, env, trace, list, boxed);
+    const KS_BOOL ok =
+        venArrayListNew(&list, env, trace) && venLongValueOf(&boxed, env, trace, min) &&
+        venCollectionAdd(&added, env, trace, list, boxed) && venLongValueOf(&boxed, env, trace, max) &&
+        venCollectionAdd(&added, env, trace, list, boxed) && venDoubleValueOf(&boxed, env, trace, mean) &&
+        venCollectionAdd(&added, env, trace, list, boxed) &&
+        venBooleanValueOf(&boxed, env, trace, ascending) && venCollectionAdd(&added, env, trace, list, boxed);
     venDeleteLocalRef(env, boxed);
     if (!ok) {
         venDeleteLocalRef(env, list);

@@ -192,7 +192,8 @@ class Context
 
     // Lookups with the signature computed from Sig (a constructor is Method<void(A...)>
     // named "<init>").
-    template <typename Sig> [[nodiscard]] std::optional<Method<Sig>> method(jclass clazz, const char* name) const
+    template <typename Sig>
+    [[nodiscard]] std::optional<Method<Sig>> method(jclass clazz, const char* name) const
     {
         return lookup<Method<Sig>, venGetMethodID>(clazz, name, signatureOf<Sig>.c_str());
     }
@@ -246,8 +247,8 @@ class Context
     {
         static_assert(sizeof...(A) == sizeof...(Args), "wrong number of arguments");
         jobject out = nullptr;
-        const KS_BOOL ok = venNewObject(&out, env, trace, clazz, constructor.id,
-                                        JniOf<A>{std::forward<Args>(args)}...);
+        const KS_BOOL ok =
+            venNewObject(&out, env, trace, clazz, constructor.id, JniOf<A>{std::forward<Args>(args)}...);
         return detail::deliver<jobject>(env, ok, out);
     }
 
@@ -269,7 +270,8 @@ class Context
     {
         return detail::Kind<JniOf<T>>::write(env, trace, obj, field.id, std::forward<V>(value)) == KS_TRUE;
     }
-    template <typename T, typename V> [[nodiscard]] bool write(jclass clazz, StaticField<T> field, V&& value) const
+    template <typename T, typename V>
+    [[nodiscard]] bool write(jclass clazz, StaticField<T> field, V&& value) const
     {
         return detail::Kind<JniOf<T>>::writeStatic(env, trace, clazz, field.id, std::forward<V>(value)) ==
                KS_TRUE;
@@ -284,15 +286,16 @@ class Context
         if (!length || venGetPrimitiveArrayCritical(&elements, env, trace, array, nullptr) != KS_TRUE) {
             return std::nullopt;
         }
-        return std::optional<Critical<E>>(std::in_place, env, trace, array, static_cast<E*>(elements), *length,
-                                          mode);
+        return std::optional<Critical<E>>(std::in_place, env, trace, array, static_cast<E*>(elements),
+                                          *length, mode);
     }
     template <Reference A> [[nodiscard]] auto critical(const Local<A>& array, jint mode = 0) const
     {
         return critical(array.get(), mode);
     }
 
-    template <std::size_t N> [[nodiscard]] bool registerNatives(jclass clazz, const JNINativeMethod (&table)[N]) const
+    template <std::size_t N>
+    [[nodiscard]] bool registerNatives(jclass clazz, const JNINativeMethod (&table)[N]) const
     {
         return run<venRegisterNatives>(clazz, table, static_cast<jint>(N));
     }
