@@ -1,5 +1,6 @@
-/* lg: the trace library. A trace stream keeps the lines written to it in memory,
- * optionally echoes them to a FILE*, and carries a notable flag. Thread-safe. */
+/* lg: the trace library. A trace stream writes every line through to an optional FILE*,
+ * keeps a bounded window of the most recent lines for readers, and carries a notable
+ * flag. Thread-safe. */
 #ifndef LG_LG_H
 #define LG_LG_H
 
@@ -21,14 +22,26 @@ void lgStreamSetNotable(lgStream* stream);
 
 /* --- Creating and reading streams (tests and examples) ---------------------- */
 
-/* `echo` may be NULL; otherwise every line is also written to it, newline-terminated. */
+/* Lines that a stream made by lgStreamCreate keeps for readers. */
+#define LG_STREAM_DEFAULT_WINDOW 4096
+
+/* `echo` may be NULL; otherwise every line is also written to it, newline-terminated,
+ * before the call returns. Keeps the last LG_STREAM_DEFAULT_WINDOW lines. */
 lgStream* lgStreamCreate(FILE* echo);
+/* Keeps the last `window` lines (window > 0, a fatal check). */
+lgStream* lgStreamCreateWithWindow(FILE* echo, KS_INT window);
 void lgStreamDestroy(lgStream* stream);
 KS_BOOL lgStreamNotable(const lgStream* stream);
+/* Lines written since creation or the last reset, including those no longer kept. */
 KS_INT lgStreamLineCount(const lgStream* stream);
-/* A new reference to line `index` (0-based); the caller releases it. */
+/* Index of the oldest line still kept: lgStreamLineCount minus the window, or 0. */
+KS_INT lgStreamFirstKeptLine(const lgStream* stream);
+/* A new reference to line `index` (0-based); the caller releases it. NULL when the
+ * line has left the window; an index outside 0 .. lgStreamLineCount - 1 is a fatal check. */
 ksString* lgStreamLineAt(const lgStream* stream, KS_INT index);
-/* Forgets all lines and clears the notable flag. */
+/* Bytes the stream holds for its kept lines: their code points and the window's slots. */
+KS_INT lgStreamBytesHeld(const lgStream* stream);
+/* Forgets all lines, sets the line count back to 0 and clears the notable flag. */
 void lgStreamReset(lgStream* stream);
 
 #ifdef __cplusplus
