@@ -10,14 +10,23 @@ all: build
 prereqs:
 	@tools/prereqs
 
-configure: prereqs
+# Ninja on as many jobs as the machine has cores, not its default of two more.
+JOBS ?= $(shell nproc 2>/dev/null || echo 2)
+
+# Configured once: afterwards the build itself re-runs CMake when a CMakeLists.txt changes, so a
+# repeated `make` with nothing changed rebuilds nothing.
+configure: $(BUILD)/CMakeCache.txt
+$(BUILD)/CMakeCache.txt:
+	@tools/prereqs
 	@cmake --preset $(PRESET) >/dev/null
 
 build: configure
-	@cmake --build $(BUILD)
+	@cmake --build $(BUILD) -j $(JOBS)
 
-demo: build
-	@cmake --build $(BUILD) --target run-demo
+# Only the libraries, the module, its Java classes and the embedding example: no test suite
+# and no benchmark is built first.
+demo: configure
+	@cmake --build $(BUILD) -j $(JOBS) --target run-demo
 
 test: build
 	@ctest --test-dir $(BUILD) --output-on-failure
@@ -50,8 +59,8 @@ fuzz:
 	@cmake --build build-fuzz --target fuzz-targets
 	@fuzz/run build-fuzz $(FUZZ_SECONDS)
 
-bench: build
-	@cmake --build $(BUILD) --target run-bench
+bench: configure
+	@cmake --build $(BUILD) -j $(JOBS) --target run-bench
 
 clean:
 	rm -rf $(BUILD)
