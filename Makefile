@@ -2,7 +2,7 @@
 BUILD ?= build
 PRESET ?= default
 
-.PHONY: all demo test tsan sanitize test-arm64 fuzz bench install clean prereqs configure build
+.PHONY: all demo test docs tsan sanitize test-arm64 fuzz bench install clean prereqs configure build
 FUZZ_SECONDS ?= 60
 
 all: build
@@ -58,6 +58,14 @@ fuzz:
 	@cmake --preset fuzz >/dev/null
 	@cmake --build build-fuzz --target fuzz-targets
 	@fuzz/run build-fuzz $(FUZZ_SECONDS)
+
+# The HTML reference of the public headers in $(BUILD)/docs/html; any doxygen warning (an
+# exported function without its doc comment among them) fails it.
+docs:
+	@tools/prereqs --docs
+	@mkdir -p $(BUILD)/docs
+	@VEN_DOCS_OUT=$(BUILD)/docs doxygen docs/Doxyfile
+	@echo "docs: $(BUILD)/docs/html/index.html"
 
 bench: configure
 	@cmake --build $(BUILD) -j $(JOBS) --target run-bench
