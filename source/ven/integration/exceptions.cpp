@@ -4,6 +4,8 @@
 #include <cstdarg>
 
 #include "ven/integration/convention.hpp"
+#include "ven/integration/settled.hpp"
+#include "ven/wrapper/settled.hpp"
 
 namespace ven::integration
 {
@@ -68,7 +70,22 @@ char* composeExceptionMessage(const char* methodName, const char* message)
     return composed;
 }
 
+template <jclass (*lookUp)(JNIEnv*, const char*)>
+KS_BOOL findClass(jclass* result, JNIEnv* env, lgStream* trace, const char* name)
+{
+    if (!checkArguments(env, trace, "venFindClass",
+                        {{result != nullptr, "result != NULL"}, {name != nullptr, "name != NULL"}})) {
+        return KS_FALSE;
+    }
+    return deliverLocalRefOrFail(env, trace, "venFindClass", result, lookUp(env, name));
+}
+
 } // namespace
+
+KS_BOOL ven::integration::settled::findClass(jclass* result, JNIEnv* env, lgStream* trace, const char* name)
+{
+    return ::findClass<ven::wrapper::settled::FindClass>(result, env, trace, name);
+}
 
 extern "C" {
 
@@ -81,11 +98,7 @@ VEN_API void venDeleteLocalRef(JNIEnv* env, jobject localRef)
 
 VEN_API KS_BOOL venFindClass(jclass* result, JNIEnv* env, lgStream* trace, const char* name)
 {
-    if (!checkArguments(env, trace, "venFindClass",
-                        {{result != nullptr, "result != NULL"}, {name != nullptr, "name != NULL"}})) {
-        return KS_FALSE;
-    }
-    return deliverLocalRefOrFail(env, trace, "venFindClass", result, ven___FindClass(env, name));
+    return findClass<ven___FindClass>(result, env, trace, name);
 }
 
 VEN_API KS_BOOL venThrowNew(JNIEnv* env, lgStream* trace, jclass clazz, const char* message,
