@@ -102,9 +102,30 @@ class SavedException
         }
     }
 
+    // Every result is confirmed by the query after the call.
+    static constexpr bool kTrustsNonNullResult = false;
+
   private:
     JNIEnv* env_;
     jthrowable saved_;
+};
+
+// The guard of a call inside a composed operation that asked once, before its first call, that
+// nothing is pending: no query before the call and nothing to restore, so a run of calls pays one
+// query in all instead of one pair each. JNI returns NULL from a reference or pointer function
+// exactly when it raised, so a non-NULL result needs no query after the call either.
+class NothingPending
+{
+  public:
+    explicit NothingPending(JNIEnv* env) : env_(env) {}
+
+    bool callRaised() const { return exceptionPending(env_); }
+    void restore() const {}
+
+    static constexpr bool kTrustsNonNullResult = true;
+
+  private:
+    JNIEnv* env_;
 };
 
 // --- The kinds -----------------------------------------------------------------------------
@@ -118,13 +139,18 @@ struct Consistency {
 // Checked-result call: a reference, ID or pointer (NULL on failure) or a jint status
 // (non-zero on failure). After a raised exception a status that JNI left at 0 becomes -1,
 // so that the caller sees a non-zero status exactly when the call failed.
-template <auto Member, typename... Args>
+template <auto Member, typename Guard = SavedException, typename... Args>
 inline JniResult<Member> checkedResult(JNIEnv* env, Consistency consistency, Args... args)
 {
     using Result = JniResult<Member>;
     static_assert(std::is_pointer_v<Result> || std::is_same_v<Result, jint>);
-    SavedException saved(env);
+    Guard saved(env);
     Result result = callJni<Member>(env, args...);
+    if constexpr (std::is_pointer_v<Result> && Guard::kTrustsNonNullResult) {
+        if (result != nullptr) [[likely]] {
+            return result;
+        }
+    }
     if (saved.callRaised()) [[unlikely]] {
         if constexpr (std::is_pointer_v<Result>) {
             return nullptr;
@@ -172,10 +198,10 @@ struct NegativeResultCheck {
 
 // Non-raising call: JNI promises no exception here, so one stops the process; an optional
 // check of the result follows.
-template <auto Member, typename ResultCheck, typename... Args>
+template <auto Member, typename Guard = SavedException, typename ResultCheck, typename... Args>
 inline JniResult<Member> nonRaising(JNIEnv* env, int exceptionLine, ResultCheck resultCheck, Args... args)
 {
-    SavedException saved(env);
+    Guard saved(env);
     if constexpr (std::is_void_v<JniResult<Member>>) {
         callJni<Member>(env, args...);
         check(!saved.callRaised(), exceptionLine, kNoExceptionCondition);
@@ -190,9 +216,10 @@ inline JniResult<Member> nonRaising(JNIEnv* env, int exceptionLine, ResultCheck 
 }
 
 // Flagged call without a value: JNI_FALSE, with the exception pending, when the call raised.
-template <auto Member, typename... Args> inline jboolean flagged(JNIEnv* env, Args... args)
+template <auto Member, typename Guard = SavedException, typename... Args>
+inline jboolean flagged(JNIEnv* env, Args... args)
 {
-    SavedException saved(env);
+    Guard saved(env);
     callJni<Member>(env, args...);
     if (saved.callRaised()) [[unlikely]] {
         return JNI_FALSE;
