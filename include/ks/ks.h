@@ -182,6 +182,10 @@ ksAbortHook ksAbortSetHook(ksAbortHook hook);
  * ksMemAllocN() so far (ksMemAllocCount()), both across all threads. */
 KS_INT ksObjLiveCount(void);
 KS_INT ksMemAllocCount(void);
+/** Raw blocks handed out (by ksMemAlloc(), ksMemAllocN() and the C-string conversions) and not
+ * yet freed with ksMemFree() nor adopted by an object (ksStringCreateFromCharsUse(),
+ * ksBufferCreateFromBytesUse()), across all threads. */
+KS_INT ksMemLiveCount(void);
 /** @} */
 
 #ifdef __cplusplus
