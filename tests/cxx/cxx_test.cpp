@@ -138,7 +138,7 @@ TEST_F(CxxContext, NothingOutlivesItsHandlesOnAnyPath)
          }},
         {"construct", [](FaultEnv& f) { f.raiseOutOfMemory<&JNI::NewObjectV>(); },
          [&](const Context& ctx, JNIEnv*) { return make(methods, ctx).get() != nullptr; }},
-        {"ks string", [](FaultEnv& f) { f.raiseOutOfMemory<&JNI::GetStringCritical>(); },
+        {"ks string", [](FaultEnv& f) { f.raiseOutOfMemory<&JNI::GetStringRegion>(); },
          [](const Context& ctx, JNIEnv* real) {
              const auto text = ctx.get<venStringToKsString>(Local<jstring>(real, jstr(real, "é😀")).get());
              return text && ksStringLength(*text) == 2;
