@@ -189,6 +189,10 @@ class Context
         }
         return Global<T>(static_cast<T>(global));
     }
+    template <Reference T> [[nodiscard]] std::optional<Global<T>> global(const Local<T>& ref) const
+    {
+        return global(ref.get());
+    }
 
     // Lookups with the signature computed from Sig (a constructor is Method<void(A...)>
     // named "<init>").
