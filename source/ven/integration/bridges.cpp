@@ -1,7 +1,6 @@
 // Array bridges: whole vectors of strings, buffers and plain arrays moved across in one
 // call. They compose integration functions and ks operations only; the functions they call
 // report and trace their own failures under their own names.
-#include <algorithm>
 #include <cstring>
 
 #include <jni.h>

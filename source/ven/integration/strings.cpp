@@ -5,6 +5,7 @@
 
 #include "ks/ks.h"
 #include "lg/lg.h"
+#include "ven/integration.h"
 #include "ven/integration/convention.hpp"
 #include "ven/integration/settled.hpp"
 #include "ven/integration/string_table.hpp"

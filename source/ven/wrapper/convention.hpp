@@ -1,6 +1,7 @@
-// The wrapper layer's rules, each written once: the fatal check, the consistency check, the
-// saved pending exception and one template per kind of wrapper (direct, checked-result,
-// non-raising, flagged). The family files build every exported wrapper from these.
+// The wrapper layer's rules, each written once: its fatal and consistency checks (over the
+// library's one stop), the saved pending exception and one template per kind of wrapper
+// (direct, checked-result, non-raising, flagged). The family files build every exported
+// wrapper from these.
 #pragma once
 
 #include <cstddef>
