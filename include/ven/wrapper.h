@@ -400,7 +400,7 @@ VEN_API void ven___ReleaseStringCritical(JNIEnv* env, jstring string, const jcha
 /** @name Arrays of any type
  * @{ */
 /** The length of any array; object arrays (creation filled with `initialElement`, which may be
- * NULL; storing one element: JNI_FALSE with the exception pending when `index` is out of bounds or
+ * NULL, while a negative `length` and a NULL `elementClass` are fatal checks; storing one element: JNI_FALSE with the exception pending when `index` is out of bounds or
  * `value` does not fit the element type); and the critical pair, between which no other JNI
  * function may be called (release mode 0, JNI_COMMIT or JNI_ABORT). */
 VEN_API jsize ven___GetArrayLength(JNIEnv* env, jarray array);
