@@ -111,7 +111,7 @@ VEN_API KS_BOOL venThrowNew(JNIEnv* env, lgStream* trace, jclass clazz, const ch
 /** Deletes a local reference; NULL is skipped. No trace, no bad-argument check. */
 VEN_API void venDeleteLocalRef(JNIEnv* env, jobject localRef);
 
-/** The JNI version of the virtual machine (0x00010008 and up on current JDKs). A negative
+/** The JNI version of the virtual machine, as JNI's GetVersion gives it. A negative
  * version fails with the line "[venGetVersion()] error occured: <version>" and no exception. */
 VEN_API KS_BOOL venGetVersion(KS_INT* result, JNIEnv* env, lgStream* trace);
 /** Makes `throwable` pending (replacing any pending one) and traces it under `methodName` when
