@@ -26,7 +26,7 @@ typedef struct venModuleRecord {
     int64_t versionMajor; /**< Product version: major. */
     int64_t versionMinor; /**< Product version: minor. */
     int64_t versionPatch; /**< Product version: patch. */
-    const char* buildTime;    /**< "UTC 2026-11-23 00:45:01 (Mon)": the time of the last commit. */
+    const char* buildTime;    /**< "UTC 2026-11-23 00:45:01 (Mon)": the last commit's time (or SOURCE_DATE_EPOCH). */
     const char* maker;  /**< The maker's name. */
     const char* rights; /**< The maker's rights notice. */
     const char* moduleName;   /**< "ven" */
