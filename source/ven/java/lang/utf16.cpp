@@ -1,7 +1,7 @@
 // The UTF-16 kernels of the baseline instruction sets (portable loops everywhere, SSE2 on x86-64,
-// NEON on 64-bit ARM) and the choice of the active kernel; the AVX2 kernel has its own
-// translation unit (utf16_avx2.cpp), built for that instruction set and run only where the
-// processor has it.
+// NEON on 64-bit ARM) and the choice of the active kernel; the AVX2 and AVX-512 kernels have
+// translation units of their own, built for those instruction sets and run only where the
+// processor has them.
 #include <array>
 
 #include "ven/java/lang/utf16_blocks.hpp"
@@ -16,8 +16,9 @@ namespace ven::utf16
 {
 
 #if defined(__x86_64__)
-// utf16_avx2.cpp.
+// utf16_avx2.cpp and utf16_avx512.cpp.
 extern const Kernel kAvx2Kernel;
+extern const Kernel kAvx512Kernel;
 #endif
 
 namespace
@@ -204,7 +205,7 @@ constexpr Kernel kBaselineKernel = kernelOf<Neon>("neon");
 #endif
 
 struct Kernels {
-    std::array<const Kernel*, 3> list{};
+    std::array<const Kernel*, 4> list{};
     std::size_t count = 0;
     const Kernel* fastest = nullptr;
 
@@ -220,6 +221,10 @@ struct Kernels {
         if (__builtin_cpu_supports("avx2")) {
             add(&kAvx2Kernel);
         }
+        if (__builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vl") &&
+            __builtin_cpu_supports("avx512vbmi2") && __builtin_cpu_supports("bmi2")) {
+            add(&kAvx512Kernel);
+        }
 #endif
     }
     void add(const Kernel* kernel)
@@ -234,10 +239,7 @@ const Kernels kKernels;
 
 } // namespace
 
-const Kernel& active()
-{
-    return *kKernels.fastest;
-}
+const Kernel* detail::activeKernel = kKernels.fastest;
 
 std::span<const Kernel* const> available()
 {

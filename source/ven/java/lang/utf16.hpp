@@ -37,8 +37,16 @@ struct Kernel {
     EncodeResult (*encode)(Unit* dst, Count capacity, const CodePoint* src, Count length);
 };
 
+namespace detail
+{
+extern const Kernel* activeKernel;
+}
+
 // The fastest kernel this processor runs, chosen once when the library is loaded.
-const Kernel& active();
+inline const Kernel& active()
+{
+    return *detail::activeKernel;
+}
 // Every kernel this processor runs, the portable one first.
 std::span<const Kernel* const> available();
 
