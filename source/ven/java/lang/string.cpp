@@ -55,6 +55,18 @@ void encodeInto(jchar* dst, KS_INT destLength, const KS_CHAR* src, KS_INT length
     fatalCheck(result.written == destLength, line::encodeExactCount, "destPos == destLength");
 }
 
+// Encodes into a buffer with room for two units per code point, in one pass with no count first;
+// the units written.
+KS_INT encodeIntoRoom(jchar* dst, const KS_CHAR* src, KS_INT length)
+{
+    const utf16::EncodeResult result = utf16::active().encode(dst, 2 * length, src, length);
+    fatalCheck(result.stop != utf16::EncodeStop::leadingUnitTooLarge, line::encodeHighSurrogate,
+               "VEN_KS_CHAR_TO_JCHAR_CONV_OK( hi )");
+    fatalCheck(result.stop != utf16::EncodeStop::beyondCount, line::encodeWithinCount,
+               "destPos <= destLength");
+    return result.written;
+}
+
 KS_INT encodedLength(const KS_CHAR* src, KS_INT length)
 {
     return utf16::active().encodedLength(src, length);
@@ -123,11 +135,9 @@ KS_BOOL settled::stringFromKsString(jstring* result, JNIEnv* env, lgStream* trac
     const KS_CHAR* codePoints = ksStringBacking(const_cast<ksString*>(string));
     const KS_INT length = ksStringLength(const_cast<ksString*>(string));
     if (length <= kShortText) {
+        // Room for two units per code point: no count first.
         jchar units[2 * kShortText];
-        const KS_INT unitCount = length == 0 ? 0 : encodedLength(codePoints, length);
-        if (unitCount != 0) {
-            encodeInto(units, unitCount, codePoints, length);
-        }
+        const KS_INT unitCount = encodeIntoRoom(units, codePoints, length);
         return integration::settled::newString(result, env, trace, units, unitCount);
     }
     jchar* units = nullptr;
