@@ -172,6 +172,15 @@ TEST_F(Utf16Java, ConversionsAgreeWithTheReference)
         }
     }
     EXPECT_GT(refused, 50);
+    // A leading unit beyond 16 bits stops the encoding on the stack as on the heap.
+    for (const std::size_t length : {40, 300}) {
+        CodePoints beyond(length, 0x1F600);
+        beyond[length - 2] = 0xA10000;
+        ven::test::KsRef<ksString> text(ksStringCreateFromChars(beyond.data(), static_cast<KS_INT>(length)));
+        jstring back = nullptr;
+        EXPECT_VEN_ABORT(venStringFromKsString(&back, env, nullptr, text), kStringPath, 174,
+                         "VEN_KS_CHAR_TO_JCHAR_CONV_OK( hi )");
+    }
 }
 
 // The four range checks at their bounds.
