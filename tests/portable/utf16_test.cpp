@@ -1,15 +1,12 @@
 // The UTF-16 codecs without a JVM: every kernel this processor runs (portable, the baseline
-// vectors, AVX2 where present) against the plain reference at every position around its blocks,
-// and the exported routines' checks, which stop through the abort hook.
+// vectors, AVX2 and AVX-512 where present) against the plain reference at every position around
+// its blocks. The routines' checks over them are tested with the String unit (tests/core).
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <optional>
-#include <string>
 
-#include "ks/ks.h"
 #include "support/utf16_reference.hpp"
-#include "ven/java/lang/string.h"
 #include "ven/java/lang/utf16.hpp"
 
 namespace
@@ -176,55 +173,6 @@ TEST(Utf16Kernels, LongBmpRuns)
         refused.back() = 0xDBFF;
         EXPECT_FALSE(decode(*kernel, refused)) << kernel->name;
     }
-}
-
-struct Aborted {
-    std::string path;
-    int line;
-    std::string condition;
-};
-
-[[noreturn]] void throwAborted(const char*, const char* path, int line, const char* condition)
-{
-    throw Aborted{path != nullptr ? path : "", line, condition != nullptr ? condition : ""};
-}
-
-template <typename Call> std::optional<Aborted> abortOf(Call&& call)
-{
-    try {
-        call();
-    } catch (const Aborted& aborted) {
-        return aborted;
-    }
-    return std::nullopt;
-}
-
-// The exported routines: a leading unit that does not fit stops with the encoder's check from
-// inside the blocks and the tail, the argument checks stop too, and the routines stay usable.
-TEST(Utf16Routines, FatalChecksLeaveThroughTheHook)
-{
-    const ksAbortHook previous = ksAbortSetHook(&throwAborted);
-    KS_CHAR* chars = nullptr;
-    jchar* units = nullptr;
-    KS_INT length = 0;
-    for (std::size_t pos : {0, 15, 16, 17, 33, 39}) {
-        CodePoints codePoints(40, 0x1F600);
-        codePoints[pos] = 0xFFFFFFFF;
-        const std::optional<Aborted> aborted =
-            abortOf([&] { ven___CharsToJChars(&units, &length, codePoints.data(), 40); });
-        ASSERT_TRUE(aborted) << pos;
-        EXPECT_EQ(aborted->path, "source/ven/java/lang/ven_string");
-        EXPECT_EQ(aborted->line, 174) << pos;
-        EXPECT_EQ(aborted->condition, "VEN_KS_CHAR_TO_JCHAR_CONV_OK( hi )");
-    }
-    const jchar unit = 0x41;
-    EXPECT_EQ(abortOf([&] { ven___JCharsToChars(&chars, &length, &unit, -1); })->line, 101);
-    EXPECT_EQ(abortOf([&] { ven___CharsToJChars(nullptr, &length, nullptr, 1); })->line, 149);
-    ksAbortSetHook(previous);
-    const KS_CHAR text[] = {0x41, 0x1F600};
-    ven___CharsToJChars(&units, &length, text, 2);
-    EXPECT_EQ(Utf16Units(units, units + length), (Utf16Units{0x41, 0xD83D, 0xDE00}));
-    ksMemFree(units);
 }
 
 } // namespace
