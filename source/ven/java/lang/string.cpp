@@ -44,27 +44,29 @@ bool decodeInto(KS_CHAR* dst, KS_INT& count, const jchar* src, KS_INT length)
     return true;
 }
 
-// Encodes into exactly `destLength` units, as counted by encodedLength, with the encoder's checks.
-void encodeInto(jchar* dst, KS_INT destLength, const KS_CHAR* src, KS_INT length)
+// Encodes into room for `capacity` units with the encoder's checks; the units written.
+KS_INT encodeChecked(jchar* dst, KS_INT capacity, const KS_CHAR* src, KS_INT length)
 {
-    const utf16::EncodeResult result = utf16::active().encode(dst, destLength, src, length);
+    const utf16::EncodeResult result = utf16::active().encode(dst, capacity, src, length);
     fatalCheck(result.stop != utf16::EncodeStop::leadingUnitTooLarge, line::encodeHighSurrogate,
                "VEN_KS_CHAR_TO_JCHAR_CONV_OK( hi )");
     fatalCheck(result.stop != utf16::EncodeStop::beyondCount, line::encodeWithinCount,
                "destPos <= destLength");
-    fatalCheck(result.written == destLength, line::encodeExactCount, "destPos == destLength");
+    return result.written;
+}
+
+// Encodes into exactly `destLength` units, as counted by encodedLength.
+void encodeInto(jchar* dst, KS_INT destLength, const KS_CHAR* src, KS_INT length)
+{
+    fatalCheck(encodeChecked(dst, destLength, src, length) == destLength, line::encodeExactCount,
+               "destPos == destLength");
 }
 
 // Encodes into a buffer with room for two units per code point, in one pass with no count first;
 // the units written.
 KS_INT encodeIntoRoom(jchar* dst, const KS_CHAR* src, KS_INT length)
 {
-    const utf16::EncodeResult result = utf16::active().encode(dst, 2 * length, src, length);
-    fatalCheck(result.stop != utf16::EncodeStop::leadingUnitTooLarge, line::encodeHighSurrogate,
-               "VEN_KS_CHAR_TO_JCHAR_CONV_OK( hi )");
-    fatalCheck(result.stop != utf16::EncodeStop::beyondCount, line::encodeWithinCount,
-               "destPos <= destLength");
-    return result.written;
+    return encodeChecked(dst, 2 * length, src, length);
 }
 
 KS_INT encodedLength(const KS_CHAR* src, KS_INT length)
