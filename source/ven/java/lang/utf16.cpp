@@ -144,7 +144,7 @@ struct Sse2 : ScalarPairs {
     }
 };
 #elif defined(__ARM_NEON) && defined(__aarch64__)
-struct Neon : ScalarPairs {
+struct Neon {
     static bool widen(CodePoint* dst, const Unit* src)
     {
         const uint16x8_t surrogateMask = vdupq_n_u16(0xF800);
@@ -193,6 +193,108 @@ struct Neon : ScalarPairs {
         above = vaddq_u32(above, vcgtq_u32(vld1q_u32(src + 8), largest));
         above = vaddq_u32(above, vcgtq_u32(vld1q_u32(src + 12), largest));
         return -static_cast<Count>(static_cast<int32_t>(vaddvq_u32(above)));
+    }
+
+    // The lanes of a mask of 8 units as bits.
+    static unsigned laneBits(uint16x8_t mask)
+    {
+        constexpr uint8_t kWeights[8] = {1, 2, 4, 8, 16, 32, 64, 128};
+        return vaddv_u8(vand_u8(vmovn_u16(mask), vld1_u8(kWeights)));
+    }
+    static uint16x8_t unitsOf(uint16x8_t v, unsigned mask, unsigned bits)
+    {
+        return vceqq_u16(vandq_u16(v, vdupq_n_u16(static_cast<uint16_t>(mask))),
+                         vdupq_n_u16(static_cast<uint16_t>(bits)));
+    }
+
+    // Blocks of 16 units, each with the unit after it readable, for as long as they hold
+    // surrogates: the input moves by 16 whatever it holds, and a pair across a block's end leaves
+    // the next block's first lane as taken. Four lanes at a time are gathered by one table lookup.
+    static bool decodePairs(CodePoint* dst, Count& out, const Unit* src, Count& in, Count length)
+    {
+        const uint32x4_t pairBias = vdupq_n_u32(0x35FDC00); // (0xD800 << 10) + 0xDC00 - 0x10000
+        unsigned taken = 0;
+        do {
+            const uint16x8_t v[2] = {vld1q_u16(src + in), vld1q_u16(src + in + 8)};
+            const uint16x8_t next[2] = {vld1q_u16(src + in + 1), vld1q_u16(src + in + 9)};
+            if (taken == 0 &&
+                vmaxvq_u16(vorrq_u16(unitsOf(v[0], 0xF800, 0xD800), unitsOf(v[1], 0xF800, 0xD800))) == 0) {
+                break; // the caller widens it
+            }
+            const uint16x8_t high[2] = {unitsOf(v[0], 0xFC00, 0xD800), unitsOf(v[1], 0xFC00, 0xD800)};
+            const uint16x8_t unpaired = vorrq_u16(vbicq_u16(high[0], unitsOf(next[0], 0xFC00, 0xDC00)),
+                                                  vbicq_u16(high[1], unitsOf(next[1], 0xFC00, 0xDC00)));
+            if (vmaxvq_u16(unpaired) != 0) {
+                return false; // a high surrogate without its low one refuses the whole text
+            }
+            const unsigned highLanes = laneBits(high[0]) | (laneBits(high[1]) << 8);
+            // The low half of a pair follows its high half: that lane gives no code point.
+            const unsigned kept = ~((highLanes << 1) | taken) & 0xFFFFu;
+            for (int quarter = 0; quarter < 4; ++quarter) {
+                const uint16x8_t units = v[quarter / 2];
+                const uint16x8_t after = next[quarter / 2];
+                const uint16x8_t isHigh = high[quarter / 2];
+                const bool upper = quarter % 2 != 0;
+                const uint32x4_t v32 = upper ? vmovl_high_u16(units) : vmovl_u16(vget_low_u16(units));
+                const uint32x4_t next32 = upper ? vmovl_high_u16(after) : vmovl_u16(vget_low_u16(after));
+                const uint32x4_t isPair =
+                    vreinterpretq_u32_s32(upper ? vmovl_high_s16(vreinterpretq_s16_u16(isHigh))
+                                                : vmovl_s16(vget_low_s16(vreinterpretq_s16_u16(isHigh))));
+                const uint32x4_t pair = vsubq_u32(vaddq_u32(vshlq_n_u32(v32, 10), next32), pairBias);
+                const uint32x4_t codePoints = vbslq_u32(isPair, pair, v32);
+                const unsigned keep = (kept >> (4 * quarter)) & 0xFu;
+                const uint8x16_t gathered =
+                    vqtbl1q_u8(vreinterpretq_u8_u32(codePoints), vld1q_u8(kGatherQuarterLanes[keep].data()));
+                vst1q_u32(dst + out, vreinterpretq_u32_u8(gathered));
+                out += __builtin_popcount(keep);
+            }
+            taken = highLanes >> 15;
+            in += kBlock;
+        } while (length - in > kBlock);
+        in += taken;
+        return true;
+    }
+
+    // The remaining blocks, once one held a supplementary code point. A block with a value whose
+    // leading unit does not fit, or whose units (with the four that a quarter's store writes
+    // beyond them) might not fit in the count, takes the plain rule, which stops where it says.
+    static EncodeStop encodePairs(Unit* dst, Count& out, Count capacity, const CodePoint* src, Count& i,
+                                  Count length)
+    {
+        constexpr uint32_t kLaneBits[4] = {1, 2, 4, 8};
+        const uint32x4_t laneBits = vld1q_u32(kLaneBits);
+        for (; length - i >= kBlock; i += kBlock) {
+            const uint32x4_t c[4] = {vld1q_u32(src + i), vld1q_u32(src + i + 4), vld1q_u32(src + i + 8),
+                                     vld1q_u32(src + i + 12)};
+            const uint32_t largest = vmaxvq_u32(vmaxq_u32(vmaxq_u32(c[0], c[1]), vmaxq_u32(c[2], c[3])));
+            if (largest <= 0xFFFFu && out + kBlock <= capacity) {
+                narrowBmp(dst + out, src + i);
+                out += kBlock;
+                continue;
+            }
+            if (largest >= 0xA10000u || out + 2 * kBlock + 4 > capacity) {
+                if (const EncodeStop stop = encodeScalar(dst, out, capacity, src, i, i + kBlock);
+                    stop != EncodeStop::done) {
+                    return stop;
+                }
+                continue;
+            }
+            for (const uint32x4_t quarter : c) {
+                const uint32x4_t isPair = vcgtq_u32(quarter, vdupq_n_u32(0xFFFF));
+                const unsigned pairs = vaddvq_u32(vandq_u32(isPair, laneBits));
+                // The leading unit (c >> 10) + 0xD7C0 in the low half, the trailing one 0xDC00 +
+                // (c & 0x3FF) in the high half: neither sum carries out of its half.
+                const uint32x4_t pair =
+                    vaddq_u32(vaddq_u32(vshrq_n_u32(quarter, 10),
+                                        vshlq_n_u32(vandq_u32(quarter, vdupq_n_u32(0x3FF)), 16)),
+                              vdupq_n_u32(0xDC00D7C0u));
+                const uint32x4_t laneUnits = vbslq_u32(isPair, pair, quarter);
+                vst1q_u8(reinterpret_cast<uint8_t*>(dst + out),
+                         vqtbl1q_u8(vreinterpretq_u8_u32(laneUnits), vld1q_u8(kGatherUnits[pairs].data())));
+                out += 4 + __builtin_popcount(pairs);
+            }
+        }
+        return EncodeStop::done;
     }
 };
 #endif

@@ -28,23 +28,6 @@ constexpr auto kGatherLanes = [] {
     return table;
 }();
 
-// For each set of supplementary lanes out of 4 (a lane holds its first unit in its low half and,
-// when supplementary, its second in its high half): the bytes of the units in order.
-constexpr auto kGatherUnits = [] {
-    std::array<std::array<std::uint8_t, 16>, 16> table{};
-    for (unsigned pairs = 0; pairs < 16; ++pairs) {
-        table[pairs].fill(0x80);
-        unsigned at = 0;
-        for (std::uint8_t lane = 0; lane < 4; ++lane) {
-            const unsigned bytes = (pairs & (1u << lane)) != 0 ? 4 : 2;
-            for (std::uint8_t b = 0; b < bytes; ++b) {
-                table[pairs][at++] = static_cast<std::uint8_t>(4 * lane + b);
-            }
-        }
-    }
-    return table;
-}();
-
 struct Avx2 {
     static __m256i load(const void* src) { return _mm256_loadu_si256(static_cast<const __m256i*>(src)); }
     static void store(void* dst, __m256i value) { _mm256_storeu_si256(static_cast<__m256i*>(dst), value); }

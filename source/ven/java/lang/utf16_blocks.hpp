@@ -4,6 +4,8 @@
 // has internal linkage, so no copy built for one instruction set stands in for another's.
 #pragma once
 
+#include <array>
+
 #include "ven/java/lang/utf16.hpp"
 
 namespace ven::utf16
@@ -72,6 +74,41 @@ inline EncodeStop encodeScalar(Unit* dst, Count& out, Count capacity, const Code
     }
     return EncodeStop::done;
 }
+
+// For each set of supplementary lanes out of 4 (a lane holds its first unit in its low half and,
+// when supplementary, its second in its high half): the bytes of the units in order.
+constexpr auto kGatherUnits = [] {
+    std::array<std::array<std::uint8_t, 16>, 16> table{};
+    for (unsigned pairs = 0; pairs < 16; ++pairs) {
+        table[pairs].fill(0x80);
+        unsigned at = 0;
+        for (std::uint8_t lane = 0; lane < 4; ++lane) {
+            const unsigned bytes = (pairs & (1u << lane)) != 0 ? 4 : 2;
+            for (std::uint8_t b = 0; b < bytes; ++b) {
+                table[pairs][at++] = static_cast<std::uint8_t>(4 * lane + b);
+            }
+        }
+    }
+    return table;
+}();
+
+// For each set of kept lanes out of 4 (of 32 bits): the bytes of those lanes in order, to gather
+// them to the front with one byte shuffle.
+constexpr auto kGatherQuarterLanes = [] {
+    std::array<std::array<std::uint8_t, 16>, 16> table{};
+    for (unsigned kept = 0; kept < 16; ++kept) {
+        table[kept].fill(0x80);
+        unsigned at = 0;
+        for (std::uint8_t lane = 0; lane < 4; ++lane) {
+            if ((kept & (1u << lane)) != 0) {
+                for (std::uint8_t b = 0; b < 4; ++b) {
+                    table[kept][at++] = static_cast<std::uint8_t>(4 * lane + b);
+                }
+            }
+        }
+    }
+    return table;
+}();
 
 // A kernel's blocks (Isa) with these members:
 //   bool widen(CodePoint* dst, const Unit* src): widens 16 units unconditionally (the caller's
