@@ -134,8 +134,8 @@ KS_BOOL settled::stringToKsString(ksString** result, JNIEnv* env, lgStream* trac
 
 KS_BOOL settled::stringFromKsString(jstring* result, JNIEnv* env, lgStream* trace, const ksString* string)
 {
-    const KS_CHAR* codePoints = ksStringBacking(const_cast<ksString*>(string));
-    const KS_INT length = ksStringLength(const_cast<ksString*>(string));
+    const KS_CHAR* codePoints = ksStringBacking(string);
+    const KS_INT length = ksStringLength(string);
     if (length <= kShortText) {
         // Room for two units per code point: no count first.
         jchar units[2 * kShortText];
