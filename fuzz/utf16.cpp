@@ -1,15 +1,11 @@
-// Targets utf16_decode and utf16_encode. Decoding: ven___JCharsToChars and every UTF-16 kernel the
-// processor runs against the shared plain reference, and the way back through ven___CharsToJChars.
-// Encoding: ven___CharsToJChars and every kernel against the reference over any 32-bit values, the
-// fatal check for values whose leading unit does not fit, and the round trip through
-// ven___JCharsToChars exactly where it holds. The token form of the input places surrogates at
-// chosen offsets from the kernels' 16-unit blocks.
-#include <cstring>
-
+// Targets utf16_decode and utf16_encode: ven___JCharsToChars, ven___CharsToJChars and every UTF-16
+// kernel the processor runs against the shared plain reference, over any 16-bit units and any
+// 32-bit values, with the fatal check for values whose leading unit does not fit. The token form of
+// the input places surrogates at chosen offsets from the kernels' 16-unit blocks.
+#include "ven/java/lang/utf16.hpp"
 #include "fuzz.hpp"
 #include "support/utf16_reference.hpp"
 #include "ven/java/lang/string.h"
-#include "ven/java/lang/utf16.hpp"
 
 namespace ven::fuzz
 {
@@ -113,17 +109,7 @@ void checkUtf16Decode(const std::uint8_t* data, std::size_t size)
                     units.size());
     }
 
-    // Every text that decodes encodes back to the same units.
-    jchar* back = nullptr;
-    KS_INT backLength = -1;
-    ven___CharsToJChars(&back, &backLength, chars, count);
-    FUZZ_EXPECT(backLength == length &&
-                    (length == 0 || std::memcmp(back, units.data(), units.size() * sizeof(jchar)) == 0),
-                "%lld units back from %lld differ", static_cast<long long>(backLength),
-                static_cast<long long>(length));
-    ksMemFree(back);
     ksMemFree(chars);
-    counts.expect(length == 0 ? 1 : 2);
 }
 
 void checkUtf16Encode(const std::uint8_t* data, std::size_t size)
@@ -173,22 +159,7 @@ void checkUtf16Encode(const std::uint8_t* data, std::size_t size)
     }
     counts.expect(1);
 
-    // Back to code points: the same values exactly when none is a high surrogate value (it would pair
-    // with what follows, or refuse) and none lies beyond 10FFFF (it comes back as two values).
-    const bool holds = std::none_of(codePoints.begin(), codePoints.end(),
-                                    [](KS_CHAR c) { return (c >= 0xD800 && c <= 0xDBFF) || c > 0x10FFFF; });
-    KS_CHAR* back = nullptr;
-    KS_INT backLength = -1;
-    const KS_BOOL decoded = ven___JCharsToChars(&back, &backLength, units, count);
-    const bool same = decoded && backLength == length &&
-                      std::memcmp(back, codePoints.data(), codePoints.size() * sizeof(KS_CHAR)) == 0;
-    FUZZ_EXPECT(same == holds, "the round trip %s",
-                holds ? "changed the values" : "kept values it cannot keep");
-    if (decoded) {
-        ksMemFree(back);
-    }
     ksMemFree(units);
-    counts.expect(2);
 }
 
 } // namespace ven::fuzz
