@@ -130,8 +130,8 @@ template <class P>
 [[gnu::noinline]] bool stringFromKsString(jstring* result, JNIEnv* env, const ksString* string)
 {
     P::start(env);
-    const KS_INT length = ksStringLength(const_cast<ksString*>(string));
-    const KS_CHAR* codePoints = ksStringBacking(const_cast<ksString*>(string));
+    const KS_INT length = ksStringLength(string);
+    const KS_CHAR* codePoints = ksStringBacking(string);
     bool ok = true;
     if (length <= kShortText) {
         jchar units[2 * kShortText];

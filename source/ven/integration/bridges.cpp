@@ -26,10 +26,7 @@ struct Exported {
     static constexpr auto getClass = venStringGetClass;
     static constexpr auto newObjectArray = venNewObjectArray;
     static constexpr auto setObjectArrayElement = venSetObjectArrayElement;
-    static KS_BOOL fromKsString(jstring* result, JNIEnv* env, lgStream* trace, ksString* text)
-    {
-        return venStringFromKsString(result, env, trace, text);
-    }
+    static constexpr auto fromKsString = venStringFromKsString;
 };
 
 struct Settled {
