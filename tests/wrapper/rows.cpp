@@ -70,14 +70,14 @@ constexpr auto direct = Kind::direct, checkedResult = Kind::checkedResult, nonRa
         __VA_ARGS__)
 #define FIELD_ROWS(Type, type, get, set, staticGet, staticSet)                                               \
     ACCESSOR(Get##Type##Field, get, "obj", object, fieldID),                                                 \
-        ACCESSOR(Set##Type##Field, set, "obj", object, fieldID, keep(sample<type>())),                       \
+        ACCESSOR(Set##Type##Field, set, "obj", object, fieldID, Kept{sample<type>()}),                       \
         ACCESSOR(GetStatic##Type##Field, staticGet, "clazz", clazz, fieldID),                                \
-        ACCESSOR(SetStatic##Type##Field, staticSet, "clazz", clazz, fieldID, keep(sample<type>()))
+        ACCESSOR(SetStatic##Type##Field, staticSet, "clazz", clazz, fieldID, Kept{sample<type>()})
 
 // A, V and variadic form of a call; the variadic one runs the V twin's entry and lines.
 #define CALL_FORMS(CallKind, Type, vDelivery, lineA, lineV, texts, ...)                                      \
     ROW(Call##CallKind##Type##MethodA, Call##CallKind##Type##MethodA,                                        \
-        {.kind = flagged, .line = lineA, .checks = texts}, __VA_ARGS__, methodID, keep(args)),               \
+        {.kind = flagged, .line = lineA, .checks = texts}, __VA_ARGS__, methodID, Kept{args}),               \
         ROW(Call##CallKind##Type##MethodV, Call##CallKind##Type##MethodV,                                    \
             {.kind = flagged, .line = lineV, .checks = texts, .delivery = vDelivery}, __VA_ARGS__, methodID, \
             VaList{}),                                                                                       \
@@ -91,14 +91,14 @@ constexpr auto direct = Kind::direct, checkedResult = Kind::checkedResult, nonRa
 // The five functions of a primitive element type, from the line of each one's env check.
 #define ARRAY_ROWS(Type, newLine, elementsLine, releaseLine, getRegionLine, setRegionLine)                   \
     CHECKED(New##Type##Array, newLine, kNewArray, newLine + 13, 0),                                          \
-        CHECKED(Get##Type##ArrayElements, elementsLine, kArray, elementsLine + 13, array, keep(isCopy)),     \
+        CHECKED(Get##Type##ArrayElements, elementsLine, kArray, elementsLine + 13, array, Kept{isCopy}),     \
         ROW(Release##Type##ArrayElements, Release##Type##ArrayElements,                                      \
             {.kind = direct, .line = releaseLine, .checks = {"env", "array", "elems", kReleaseMode}}, array, \
             buffer, Mode{}),                                                                                 \
         ROW(Get##Type##ArrayRegion, Get##Type##ArrayRegion,                                                  \
-            {.kind = flagged, .line = getRegionLine, .checks = kRegion}, array, keep(1), keep(2), buffer),   \
+            {.kind = flagged, .line = getRegionLine, .checks = kRegion}, array, Kept{1}, Kept{2}, buffer),   \
         ROW(Set##Type##ArrayRegion, Set##Type##ArrayRegion,                                                  \
-            {.kind = flagged, .line = setRegionLine, .checks = kRegion}, array, keep(1), keep(2), buffer)
+            {.kind = flagged, .line = setRegionLine, .checks = kRegion}, array, Kept{1}, Kept{2}, buffer)
 
 std::vector<Row> makeRows()
 {
@@ -134,22 +134,22 @@ std::vector<Row> makeRows()
         STATUS(UnregisterNatives, 210, (std::vector<std::string>{"env", "clazz"}), 225, clazz),
         STATUS(EnsureLocalCapacity, 241, (std::vector<std::string>{"env", "capacity >= 0"}), 256, 0),
         STATUS(PushLocalFrame, 275, (std::vector<std::string>{"env", "capacity >= 0"}), 290, 0),
-        ROW(PopLocalFrame, PopLocalFrame, {.kind = own, .line = 308, .checks = kEnv}, keep(object)),
+        ROW(PopLocalFrame, PopLocalFrame, {.kind = own, .line = 308, .checks = kEnv}, Kept{object}),
         ROW(NewLocalRef, NewLocalRef, {.kind = nonRaising, .line = 328, .checks = kEnv, .resultLine = 342,
-            .resultMessage = "ref != NULL <> (*env)->NewLocalRef(ref) == NULL", .exceptionLine = 339}, keep(object)),
-        CHECKED(NewWeakGlobalRef, 356, kEnv, 368, keep(object)),
+            .resultMessage = "ref != NULL <> (*env)->NewLocalRef(ref) == NULL", .exceptionLine = 339}, Kept{object}),
+        CHECKED(NewWeakGlobalRef, 356, kEnv, 368, Kept{object}),
         ROW(DeleteWeakGlobalRef, DeleteWeakGlobalRef, {.kind = direct, .line = 380, .checks = {"env", "obj"}}, object),
         CHECKED(AllocObject, 390, (std::vector<std::string>{"env", "clazz"}), 403, clazz),
-        CHECKED(NewObjectA, 429, kStatic, 443, clazz, methodID, keep(args)),
+        CHECKED(NewObjectA, 429, kStatic, 443, clazz, methodID, Kept{args}),
         CHECKED(NewObjectV, 459, kStatic, 473, clazz, methodID, VaList{}),
         ROW(NewObject, NewObjectV, {.kind = checkedResult, .line = 459, .checks = kStatic, .resultLine = 473,
             .resultMessage = nullResult("NewObjectV")}, clazz, methodID),
         ROW(GetObjectClass, GetObjectClass, {.kind = nonRaising, .line = 488, .checks = {"env", "obj"},
             .resultLine = 499, .resultMessage = "(*env)->GetObjectClass() == NULL", .exceptionLine = 496}, object),
         ROW(IsInstanceOf, IsInstanceOf, {.kind = nonRaising, .line = 513, .checks = {"env", "clazz"},
-            .exceptionLine = 521}, keep(object), clazz),
+            .exceptionLine = 521}, Kept{jobject{}}, clazz),
         ROW(IsSameObject, IsSameObject, {.kind = nonRaising, .line = 534, .checks = kEnv, .exceptionLine = 541},
-            keep(object), keep(clazz)),
+            Kept{object}, Kept{clazz}),
         ROW(MonitorEnter, MonitorEnter, {.kind = own, .line = 5094, .checks = {"env", "obj"}}, object),
         ROW(MonitorLeave, MonitorExit, {.kind = own, .line = 5110, .checks = {"env", "obj"}}, object),
 
@@ -182,9 +182,9 @@ std::vector<Row> makeRows()
         CHECKED(NewString, 3756, (std::vector<std::string>{"env", "unicodeChars || len == 0", "len >= 0"}), 3770,
                 chars, 0),
         CHECKED(NewStringUTF, 3847, (std::vector<std::string>{"env", "bytes"}), 3860, "a"),
-        CHECKED(GetStringChars, 3811, kString, 3824, string, keep(isCopy)),
-        CHECKED(GetStringUTFChars, 3900, kString, 3913, string, keep(isCopy)),
-        CHECKED(GetStringCritical, 3990, kString, 4003, string, keep(isCopy)),
+        CHECKED(GetStringChars, 3811, kString, 3824, string, Kept{isCopy}),
+        CHECKED(GetStringUTFChars, 3900, kString, 3913, string, Kept{isCopy}),
+        CHECKED(GetStringCritical, 3990, kString, 4003, string, Kept{isCopy}),
         ROW(ReleaseStringChars, ReleaseStringChars, {.kind = direct, .line = 3836,
             .checks = {"env", "string", "chars"}}, string, chars),
         ROW(ReleaseStringUTFChars, ReleaseStringUTFChars, {.kind = direct, .line = 3925,
@@ -196,17 +196,17 @@ std::vector<Row> makeRows()
         ROW(GetStringUTFLength, GetStringUTFLength, {.kind = nonRaising, .line = 3875, .checks = kString,
             .resultLine = 3886, .resultMessage = "(*env)->GetStringUTFLength() < 0", .exceptionLine = 3883}, string),
         ROW(GetStringRegion, GetStringRegion, {.kind = flagged, .line = 3936, .checks = kStringRegion},
-            string, keep(1), keep(2), buffer),
+            string, Kept{1}, Kept{2}, buffer),
         ROW(GetStringUTFRegion, GetStringUTFRegion, {.kind = flagged, .line = 3963, .checks = kStringRegion},
-            string, keep(1), keep(2), buffer),
+            string, Kept{1}, Kept{2}, buffer),
 
         ROW(GetArrayLength, GetArrayLength, {.kind = nonRaising, .line = 4026, .checks = kArray, .resultLine = 4037,
             .resultMessage = "(*env)->array() < 0", .exceptionLine = 4034}, array),
         CHECKED(NewObjectArray, 4051, (std::vector<std::string>{"env", "length >= 0", "elementClass"}), 4065,
-                0, clazz, keep(object)),
+                0, clazz, Kept{jobject{}}),
         ROW(SetObjectArrayElement, SetObjectArrayElement, {.kind = flagged, .line = 4080, .checks = kArray},
-            array, keep(1), keep(object)),
-        CHECKED(GetPrimitiveArrayCritical, 5058, kArray, 5071, array, keep(isCopy)),
+            array, Kept{1}, Kept{jobject{}}),
+        CHECKED(GetPrimitiveArrayCritical, 5058, kArray, 5071, array, Kept{isCopy}),
         ROW(ReleasePrimitiveArrayCritical, ReleasePrimitiveArrayCritical, {.kind = direct, .line = 5083,
             .checks = {"env", "array", "carray", kReleaseMode}}, array, buffer, Mode{}),
         //         Type     New   Elements Release GetRegion SetRegion
@@ -242,12 +242,5 @@ const std::vector<Row>& rows()
     static const std::vector<Row> all = makeRows();
     return all;
 }
-
-const std::vector<Exclusion> kExcluded = {
-    {"*Startup", "a unit's start-up: the module lifecycle, with the frame"},
-    {"*Shutdown", "a unit's shutdown: the module lifecycle, with the frame"},
-    {"ven___CharsToJChars", "the UTF-16 codec: its own value tables, no JNI"},
-    {"ven___JCharsToChars", "the UTF-16 codec: its own value tables, no JNI"},
-};
 
 } // namespace ven::test::wrapper

@@ -35,7 +35,7 @@ enum class Kind {
 enum class Delivery { none, store, replace };
 
 // What the JNI entry does: return a value that means success, fail without raising, or raise
-// OutOfMemoryError and return Setup::raised.
+// OutOfMemoryError (and return Setup::raised as a status).
 enum class Answer { success, quietFailure, raise };
 
 // What a call returned and what its out-parameter held after it (no out-parameter: the return
@@ -75,23 +75,12 @@ struct Row {
 
 const std::vector<Row>& rows();
 
-// Exported ven___ functions without a row, each with the reason.
-struct Exclusion {
-    const char* name; // a name, or a suffix when it starts with '*'
-    const char* why;
-};
-extern const std::vector<Exclusion> kExcluded;
-
 // ---- Binding a row to its wrapper and its JNI entry --------------------------------------------
 
 // An argument the wrapper does not check; and the place of the va_list a V form takes.
 template <typename T> struct Kept {
     T kept;
 };
-template <typename T> Kept<T> keep(T value)
-{
-    return {value};
-}
 struct VaList {
 };
 struct Mode {
@@ -167,11 +156,20 @@ inline void withVaList(const std::function<void(va_list)>& body, int count, ...)
     va_end(list);
 }
 
+template <auto Wrapper, typename Args> std::uint64_t callWith(const Args& args)
+{
+    if constexpr (std::is_void_v<decltype(std::apply(Wrapper, args))>) {
+        std::apply(Wrapper, args);
+        return 0;
+    } else {
+        return bitsOf(std::apply(Wrapper, args));
+    }
+}
+
 // Calls the wrapper with env, its out-parameter when it has one (a flagged wrapper's first
 // parameter), and an argument for each good one.
 template <auto Wrapper, typename... G> Outcome invoke(JNIEnv* env, const Setup& setup, G... goods)
 {
-    using Params = typename Signature<decltype(Wrapper)>::Params;
     Outcome outcome;
     withVaList(
         [&](va_list list) {
@@ -179,29 +177,22 @@ template <auto Wrapper, typename... G> Outcome invoke(JNIEnv* env, const Setup& 
                 int position = 1;
                 JNIEnv* e = setup.bad == 0 ? nullptr : env;
                 if constexpr (std::is_same_v<First, JNIEnv*>) {
-                    std::tuple<P...> args{argument<P>(setup, position, list, goods)...};
-                    using R = decltype(std::apply(Wrapper, std::tuple_cat(std::tuple(e), args)));
-                    if constexpr (std::is_void_v<R>) {
-                        std::apply(Wrapper, std::tuple_cat(std::tuple(e), args));
-                    } else {
-                        outcome.returned = outcome.out =
-                            bitsOf(std::apply(Wrapper, std::tuple_cat(std::tuple(e), args)));
-                    }
+                    const std::tuple<JNIEnv*, P...> args{e, argument<P>(setup, position, list, goods)...};
+                    outcome.returned = outcome.out = callWith<Wrapper>(args);
                 } else {
                     [&]<typename... Q>(std::tuple<JNIEnv*, Q...>*) {
-                        using Out = std::remove_pointer_t<First>;
-                        Out slot;
+                        std::remove_pointer_t<First> slot;
                         std::memset(&slot, 0xcd, sizeof slot);
-                        if constexpr (std::is_same_v<Out, jobject>) {
+                        if constexpr (std::is_same_v<First, jobject*>) {
                             slot = setup.old;
                         }
-                        std::tuple<Q...> args{argument<Q>(setup, position, list, goods)...};
-                        outcome.returned = std::apply(
-                            Wrapper, std::tuple_cat(std::tuple(setup.noOut ? nullptr : &slot, e), args));
+                        const std::tuple<First, JNIEnv*, Q...> args{
+                            setup.noOut ? nullptr : &slot, e, argument<Q>(setup, position, list, goods)...};
+                        outcome.returned = callWith<Wrapper>(args);
                         outcome.out = bitsOf(slot);
                     }(static_cast<std::tuple<P...>*>(nullptr));
                 }
-            }(static_cast<Params*>(nullptr));
+            }(static_cast<typename Signature<decltype(Wrapper)>::Params*>(nullptr));
         },
         0);
     return outcome;
@@ -210,22 +201,23 @@ template <auto Wrapper, typename... G> Outcome invoke(JNIEnv* env, const Setup& 
 template <auto Member> struct EntryOf;
 template <typename R, typename... A, R (JNICALL* Jni::*Member)(JNIEnv*, A...)> struct EntryOf<Member> {
     using Result = R;
-    // The value the entry returns for the answer (a reference is made now, while nothing is pending).
+    // The value the entry returns for the answer (a reference is made now, while nothing is
+    // pending). After raising, an entry returns NULL for a reference and a sample otherwise,
+    // which the wrapper must not hand over.
     static R valueOf(FaultEnv& fault, Answer answer, bool status, const Setup& setup)
     {
-        R value{};
         if constexpr (detail::kIsReference<R>) {
-            if (answer == Answer::success) {
-                value = static_cast<R>(fault.real()->NewLocalRef(sampleObject(std::is_same_v<R, jclass>)));
-            }
+            return answer != Answer::success
+                       ? nullptr
+                       : static_cast<R>(fault.real()->NewLocalRef(sampleObject(std::is_same_v<R, jclass>)));
         } else if constexpr (std::is_pointer_v<R>) {
-            value = answer == Answer::success ? sample<R>() : nullptr;
-        } else if (answer != Answer::success) {
-            value = answer == Answer::raise ? R(setup.raised) : R(-1);
-        } else if (!status) {
-            value = sample<R>();
+            return answer == Answer::quietFailure ? nullptr : sample<R>();
+        } else if (answer == Answer::quietFailure) {
+            return R(-1);
+        } else if (status) {
+            return answer == Answer::raise ? R(setup.raised) : R(0);
         }
-        return value;
+        return sample<R>();
     }
 
     // Arguments the wrapper did not pass on unchanged fail the test.

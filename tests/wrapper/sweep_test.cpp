@@ -67,7 +67,7 @@ TEST_F(WrapperSweep, SuccessIsTheFloorAndKeepsThePendingException)
     for (const Row& row : rows()) {
         for (bool pending : {false, true}) {
             if (row.kind == Kind::own) {
-                break;
+                continue;
             }
             SCOPED_TRACE(row.name + (pending ? " with E1 pending" : ""));
             TestFrame frame(env);
@@ -106,10 +106,9 @@ TEST_F(WrapperSweep, ARaisedExceptionFailsTheCallOrStopsTheProcess)
         if (row.kind == Kind::own || row.kind == Kind::direct) {
             continue;
         }
-        std::vector<std::pair<jint, jint>> statuses = {{0, -1}};
-        if (row.status) {
-            statuses.insert(statuses.end(), {{-5, -5}, {3, 3}});
-        }
+        // What JNI returned, and the status the wrapper returns then.
+        std::vector<std::pair<jint, jint>> statuses = {{0, -1}, {-5, -5}, {3, 3}};
+        statuses.resize(row.status ? 3 : 1);
         for (bool pending : {false, true}) {
             for (auto [raised, expected] : statuses) {
                 SCOPED_TRACE(row.name + (pending ? " with E1 pending" : "") + " JNI returned " +
@@ -174,6 +173,18 @@ TEST_F(WrapperSweep, ReleaseModes)
     }
     EXPECT_EQ(releases, 9);
 }
+
+// Exported ven___ functions without a row, each with the reason.
+struct Exclusion {
+    const char* name; // a name, or a suffix when it starts with '*'
+    const char* why;
+};
+const std::vector<Exclusion> kExcluded = {
+    {"*Startup", "a unit's start-up: the module lifecycle, with the frame"},
+    {"*Shutdown", "a unit's shutdown: the module lifecycle, with the frame"},
+    {"ven___CharsToJChars", "the UTF-16 codec: its own value tables, no JNI"},
+    {"ven___JCharsToChars", "the UTF-16 codec: its own value tables, no JNI"},
+};
 
 bool matches(const Exclusion& exclusion, const std::string& name)
 {
