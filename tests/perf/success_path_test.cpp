@@ -1,7 +1,8 @@
 // What a success path costs beyond its JNI work, counted rather than timed: the JNI calls it
 // makes (the wrapper convention's floor is one exception query before each guarded call and
-// one after: nothing to clear or throw again when nothing was pending), the raw blocks it
-// takes from ksMemAlloc/ksMemAllocN (none, or one for a string conversion), the ks objects it
+// one after: nothing to clear or throw again when nothing was pending; a composed operation asks
+// once and then pays only what each call's own check needs), the raw blocks it takes from
+// ksMemAlloc/ksMemAllocN (none, or one for a decoded string), the ks objects it
 // delivers, and no trace line. Failure paths are exempt: they may look classes up, call
 // toString() and allocate.
 #include <algorithm>
@@ -96,10 +97,18 @@ std::vector<std::string> calls(std::initializer_list<std::vector<std::string>> p
     return all;
 }
 
-// The jstring-to-ksString conversion of a non-empty string: length, critical characters, release.
+// A composed operation asks once that nothing is pending; then each call pays only the query
+// its own contract needs (none after a non-NULL reference).
+std::vector<std::string> settled(std::initializer_list<std::vector<std::string>> parts)
+{
+    return calls({{"ExceptionCheck"}, calls(parts)});
+}
+
+// The jstring-to-ksString conversion of a short non-empty string: length (whose check needs the
+// query), then the characters copied out by one region call.
 std::vector<std::string> toKsString()
 {
-    return calls({guarded("GetStringLength"), guarded("GetStringCritical"), {"ReleaseStringCritical"}});
+    return settled({{"GetStringLength", "ExceptionCheck", "GetStringRegion", "ExceptionCheck"}});
 }
 
 template <typename Ref> Ref keep(Delivered& d, Ref ref)
@@ -245,7 +254,7 @@ const SuccessPath kSuccessPaths[] = {
          return venSetObjectArrayElement(env, trace, o.strings, 1, o.text) == KS_TRUE;
      }, guarded("SetObjectArrayElement"), Order::exact, 0, 0},
 
-    // String conversions: one block, for the decoded or encoded text.
+    // String conversions: one block for the decoded text; short text is encoded on the stack.
     {"venStringToKsString", [](JNIEnv* env, lgStream* trace, const Objects& o, Delivered& d) {
          ksString* string = nullptr;
          const KS_BOOL ok = venStringToKsString(&string, env, trace, o.text);
@@ -257,7 +266,7 @@ const SuccessPath kSuccessPaths[] = {
          const KS_BOOL ok = venStringToKsString(&string, env, trace, o.empty);
          keepKs(d, string);
          return ok && string != nullptr && ksStringLength(string) == 0;
-     }, guarded("GetStringLength"), Order::exact, 0, 1},
+     }, settled({{"GetStringLength", "ExceptionCheck"}}), Order::exact, 0, 1},
     {"venStringToKsString of NULL", [](JNIEnv* env, lgStream* trace, const Objects&, Delivered&) {
          ksString* string = nullptr;
          return venStringToKsString(&string, env, trace, nullptr) && string == nullptr;
@@ -267,13 +276,13 @@ const SuccessPath kSuccessPaths[] = {
          const KS_BOOL ok = venStringFromKsString(&string, env, trace, o.ksText);
          keep(d, string);
          return ok == KS_TRUE && string != nullptr;
-     }, guarded("NewString"), Order::exact, 1, 0},
+     }, settled({{"NewString"}}), Order::exact, 0, 0},
     {"venStringFromKsString of an empty string", [](JNIEnv* env, lgStream* trace, const Objects& o, Delivered& d) {
          jstring string = nullptr;
          const KS_BOOL ok = venStringFromKsString(&string, env, trace, o.ksEmpty);
          keep(d, string);
          return ok == KS_TRUE && string != nullptr;
-     }, guarded("NewString"), Order::exact, 0, 0},
+     }, settled({{"NewString"}}), Order::exact, 0, 0},
     {"venGetStringField", [](JNIEnv* env, lgStream* trace, const Objects& o, Delivered& d) {
          ksString* string = nullptr;
          const KS_BOOL ok = venGetStringField(&string, env, trace, o.fields, o.stringField);
@@ -325,18 +334,18 @@ const SuccessPath kSuccessPaths[] = {
          return ok && buffer != nullptr && ksBufferLength(buffer) == 5;
      }, calls({guarded("GetArrayLength"), guarded("GetPrimitiveArrayCritical"), {"ReleasePrimitiveArrayCritical"}}),
      Order::exact, 0, 1},
-    // Three elements, one of them empty: one block per non-empty string, three references at most.
+    // Three elements, one of them empty, encoded on the stack; three references at most.
     {"venNewStringArrayFromKsVector", [](JNIEnv* env, lgStream* trace, const Objects& o, Delivered& d) {
          jobjectArray array = nullptr;
          const KS_BOOL ok = venNewStringArrayFromKsVector(&array, env, trace, o.vector);
          keep(d, array);
          return ok == KS_TRUE;
-     }, calls({guarded("FindClass"), guarded("NewObjectArray"),
-               guarded("NewString"), guarded("SetObjectArrayElement"),
-               guarded("NewString"), {"DeleteLocalRef"}, guarded("SetObjectArrayElement"),
-               guarded("NewString"), {"DeleteLocalRef"}, guarded("SetObjectArrayElement"),
-               {"DeleteLocalRef", "DeleteLocalRef"}}),
-     Order::any, 2, 0},
+     }, settled({{"FindClass", "NewObjectArray"},
+                 {"NewString", "SetObjectArrayElement", "ExceptionCheck"},
+                 {"NewString", "DeleteLocalRef", "SetObjectArrayElement", "ExceptionCheck"},
+                 {"NewString", "DeleteLocalRef", "SetObjectArrayElement", "ExceptionCheck"},
+                 {"DeleteLocalRef", "DeleteLocalRef"}}),
+     Order::any, 0, 0},
 
     // Boxing and object text: class support composed of integration calls.
     {"venBooleanValueOf", [](JNIEnv* env, lgStream* trace, const Objects&, Delivered& d) {

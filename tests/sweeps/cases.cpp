@@ -5,14 +5,14 @@
 #include <cstdint>
 #include <type_traits>
 
-#include "../../source/ven/integration/array_table.hpp"
-#include "../../source/ven/integration/call_table.hpp"
-#include "../../source/ven/integration/field_table.hpp"
-#include "../../source/ven/integration/string_table.hpp"
-#include "../../source/ven/java/lang/boxed_table.hpp"
-#include "../../source/ven/java/lang/throwable_table.hpp"
-#include "../../source/ven/java/util/collection_table.hpp"
 #include "sweep.hpp"
+#include "ven/integration/array_table.hpp"
+#include "ven/integration/call_table.hpp"
+#include "ven/integration/field_table.hpp"
+#include "ven/integration/string_table.hpp"
+#include "ven/java/lang/boxed_table.hpp"
+#include "ven/java/lang/throwable_table.hpp"
+#include "ven/java/util/collection_table.hpp"
 
 namespace ven::sweeps
 {

@@ -3,9 +3,21 @@
 // conversions move it in blocks that the compiler vectorises and fall back to the
 // exact scalar rule only for a block that holds a surrogate (or a supplementary
 // code point).
-#include "java/lang/class_unit.hpp"
-
 #include <memory>
+
+#include <jni.h>
+
+#include "ks/ks.h"
+#include "lg/lg.h"
+#include "ven/checks.hpp"
+#include "ven/integration.h"
+#include "ven/integration/convention.hpp"
+#include "ven/integration/settled.hpp"
+#include "ven/java/class_unit.hpp"
+#include "ven/java/lang/string.h"
+#include "ven/java/lang/string_unit.hpp"
+#include "ven/java/lang/throwables.h"
+#include "ven/strings.h"
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
@@ -18,7 +30,7 @@ using namespace ven::integration;
 namespace
 {
 
-constexpr const char* kStringPath = "source/ven/java/lang/ven_string";
+constexpr ven::FatalChecks fatalCheck{"source/ven/java/lang/ven_string"};
 
 namespace line
 {
@@ -34,13 +46,6 @@ constexpr int encodeHighSurrogate = 174;
 constexpr int encodeWithinCount = 183;
 constexpr int encodeExactCount = 185;
 } // namespace line
-
-inline void fatalCheck(bool holds, int line, const char* condition)
-{
-    if (!holds) [[unlikely]] {
-        ks___Abort(nullptr, kStringPath, line, condition);
-    }
-}
 
 // Units per block: a multiple of every vector width in use, and a fixed trip count
 // so that the portable loops vectorise at -O2 without a scalar epilogue.
@@ -212,7 +217,8 @@ inline bool blocksAreBmp(const KS_CHAR* src, KS_INT blocks)
 // Narrows one block known to hold no code point above 0xFFFF.
 inline void narrowBmpBlock(jchar* dst, const KS_CHAR* src)
 {
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(dst), packUnits(loadBlockQuarter(src), loadBlockQuarter(src + 4)));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(dst),
+                     packUnits(loadBlockQuarter(src), loadBlockQuarter(src + 4)));
     _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + 8),
                      packUnits(loadBlockQuarter(src + 8), loadBlockQuarter(src + 12)));
 }
@@ -367,7 +373,85 @@ void encodeUtf16(jchar* dst, KS_INT destLength, const KS_CHAR* src, KS_INT lengt
     fatalCheck(destPos == destLength, line::encodeExactCount, "destPos == destLength");
 }
 
+// Text up to this many units (code points the other way) goes through a buffer on the stack: one
+// region call instead of a critical pair, no block for the encoded units.
+constexpr KS_INT kShortText = 256;
+
+constexpr const char* kStringClassName = "java/lang/String";
+
+// Thrown only after the critical region is left: no JNI call may run inside it.
+KS_BOOL invalidUtf16(JNIEnv* env, lgStream* trace)
+{
+    venAssertionErrorThrowUseMessageCstr(env, trace, "venStringToKsString", "Invalid UTF16 String.");
+    return KS_FALSE;
+}
+
 } // namespace
+
+namespace ven::java_lang
+{
+
+KS_BOOL settled::stringGetClass(jclass* result, JNIEnv* env, lgStream* trace)
+{
+    return integration::settled::findClass(result, env, trace, kStringClassName);
+}
+
+KS_BOOL settled::stringToKsString(ksString** result, JNIEnv* env, lgStream* trace, jstring string)
+{
+    KS_INT length = 0;
+    if (!integration::settled::getStringLength(&length, env, trace, string)) {
+        return KS_FALSE;
+    }
+    if (length == 0) {
+        deliverObject(result, ksStringCreate());
+        return KS_TRUE;
+    }
+    KS_CHAR* codePoints = nullptr;
+    KS_INT count = 0;
+    bool decoded = false;
+    if (length <= kShortText) {
+        jchar units[kShortText];
+        if (!integration::settled::getStringRegion(env, trace, string, 0, static_cast<jsize>(length),
+                                                   units)) {
+            return KS_FALSE;
+        }
+        decoded = ven___JCharsToChars(&codePoints, &count, units, length);
+    } else {
+        const jchar* chars = nullptr;
+        if (!integration::settled::getStringCritical(&chars, env, trace, string, nullptr)) {
+            return KS_FALSE;
+        }
+        decoded = ven___JCharsToChars(&codePoints, &count, chars, length);
+        venReleaseStringCritical(env, trace, string, chars);
+    }
+    if (!decoded) {
+        return invalidUtf16(env, trace);
+    }
+    deliverObject(result, ksStringCreateFromCharsUse(codePoints, count));
+    return KS_TRUE;
+}
+
+KS_BOOL settled::stringFromKsString(jstring* result, JNIEnv* env, lgStream* trace, const ksString* string)
+{
+    const KS_CHAR* codePoints = ksStringBacking(const_cast<ksString*>(string));
+    const KS_INT length = ksStringLength(const_cast<ksString*>(string));
+    if (length <= kShortText) {
+        jchar units[2 * kShortText];
+        const KS_INT unitCount = length == 0 ? 0 : encodedLength(codePoints, length);
+        if (unitCount != 0) {
+            encodeUtf16(units, unitCount, codePoints, length);
+        }
+        return integration::settled::newString(result, env, trace, units, unitCount);
+    }
+    jchar* units = nullptr;
+    KS_INT unitCount = 0;
+    ven___CharsToJChars(&units, &unitCount, codePoints, length);
+    const KS_BOOL created = integration::settled::newString(result, env, trace, units, unitCount);
+    ksMemFree(units);
+    return created;
+}
+
+} // namespace ven::java_lang
 
 extern "C" {
 
@@ -420,12 +504,12 @@ VEN_API KS_BOOL venStringGetClass(jclass* result, JNIEnv* env, lgStream* trace)
     if (!checkArguments(env, trace, "venStringGetClass", {{result != nullptr, "result != ((void *)0)"}})) {
         return KS_FALSE;
     }
-    return venFindClass(result, env, trace, "java/lang/String");
+    return venFindClass(result, env, trace, kStringClassName);
 }
 
 VEN_API KS_BOOL venStringIsInstance(KS_BOOL* result, JNIEnv* env, lgStream* trace, jobject obj)
 {
-    return ven::class_unit::isInstance<venStringGetClass>(result, env, trace, obj);
+    return ven::java::isInstance<venStringGetClass>(result, env, trace, obj);
 }
 
 VEN_API KS_BOOL venStringToKsString(ksString** result, JNIEnv* env, lgStream* trace, jstring string)
@@ -438,6 +522,8 @@ VEN_API KS_BOOL venStringToKsString(ksString** result, JNIEnv* env, lgStream* tr
     } else if (string == nullptr) {
         deliverObject(result, static_cast<ksString*>(nullptr));
         return KS_TRUE;
+    } else if (ven::integration::settled::nothingPending(env)) {
+        return ven::java_lang::settled::stringToKsString(result, env, trace, string);
     } else {
         KS_INT length = 0;
         if (!venGetStringLength(&length, env, trace, string)) {
@@ -462,8 +548,7 @@ VEN_API KS_BOOL venStringToKsString(ksString** result, JNIEnv* env, lgStream* tr
     // `string`, as the release does.
     venReleaseStringCritical(env, trace, string, chars);
     if (illFormed) {
-        // Thrown only now: no JNI call may run inside the critical region.
-        venAssertionErrorThrowUseMessageCstr(env, trace, "venStringToKsString", "Invalid UTF16 String.");
+        return invalidUtf16(env, trace);
     }
     return outcome;
 }
@@ -477,6 +562,9 @@ VEN_API KS_BOOL venStringFromKsString(jstring* result, JNIEnv* env, lgStream* tr
     if (string == nullptr) {
         deliverLocalRef(env, result, static_cast<jstring>(nullptr));
         return KS_TRUE;
+    }
+    if (ven::integration::settled::nothingPending(env)) {
+        return ven::java_lang::settled::stringFromKsString(result, env, trace, string);
     }
     jchar* units = nullptr;
     KS_INT unitCount = 0;
