@@ -180,8 +180,8 @@ struct Exclusion {
     const char* why;
 };
 const std::vector<Exclusion> kExcluded = {
-    {"*Startup", "a unit's start-up: the module lifecycle, with the frame"},
-    {"*Shutdown", "a unit's shutdown: the module lifecycle, with the frame"},
+    {"*Startup", "a unit's start-up: no JNI; the module lifecycle test runs them in order"},
+    {"*Shutdown", "a unit's shutdown: no JNI; the module lifecycle test runs them in order"},
     {"ven___CharsToJChars", "the UTF-16 codec: its own value tables, no JNI"},
     {"ven___JCharsToChars", "the UTF-16 codec: its own value tables, no JNI"},
 };
