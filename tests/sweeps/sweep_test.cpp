@@ -156,11 +156,11 @@ std::string classNameOf(JNIEnv* env, jobject obj)
 class Run
 {
   public:
-    Run(const Case& row, Variant variant)
+    Run(const Case& row, Arguments arguments)
         : env_(mainEnv()), ksAtStart_(ksObjLiveCount()), blocksAtStart_(ksMemLiveCount())
     {
         EXPECT_EQ(0, env_->PushLocalFrame(64));
-        prepared = row.prepare(variant);
+        prepared = row.prepare(arguments);
     }
     ~Run()
     {
@@ -212,10 +212,11 @@ const char* warningReason(const Case& row, Variant variant)
                : row.successWarns;
 }
 
-void exceptionState(const Case& row, Variant variant)
+void exceptionState(const Case& row, Arguments arguments)
 {
+    const Variant variant = arguments.variant;
     JNIEnv* env = mainEnv();
-    Run run(row, variant);
+    Run run(row, arguments);
     ASSERT_TRUE(run.prepared.act) << "variant " << static_cast<int>(variant) << " not prepared";
     ++gCounts.stateCases;
     jthrowable e1 = world().e1;
@@ -252,12 +253,18 @@ void exceptionState(const Case& row, Variant variant)
         // A checked exception is the caller's to handle: only an unchecked one is traced.
         EXPECT_EQ(isUnchecked(env, pending), run.trace.notable()) << pendingClass;
         break;
-    case Variant::Bad:
+    case Variant::Bad: {
+        // The argument failure replaces E1 and is traced under the function that reports it.
+        const std::string& message = row.checks[arguments.firstBad];
         EXPECT_EQ(KS_FALSE, ok);
-        EXPECT_TRUE(pendingIsA(env, pending, "java/lang/IllegalArgumentException"))
-            << "pending: " << pendingClass;
-        EXPECT_TRUE(run.trace.notable()) << "the argument failure is traced";
+        EXPECT_EQ(run.trace.lines(), std::vector<std::string>{"[" + message.substr(0, message.find(':')) +
+                                                              "()] Exception: java.lang.IllegalArgumentException: " +
+                                                              message});
+        EXPECT_TRUE(run.trace.notable());
+        env->Throw(pending);
+        ExpectPending(env, "java.lang.IllegalArgumentException", message.c_str());
         break;
+    }
     }
 }
 
@@ -265,12 +272,12 @@ TEST(Sweeps, ExceptionState)
 {
     for (const Case& row : cases()) {
         SCOPED_TRACE(row.name);
-        exceptionState(row, Variant::Succeed);
+        exceptionState(row, {Variant::Succeed});
         if (row.cannotFail == nullptr) {
-            exceptionState(row, Variant::Fail);
+            exceptionState(row, {Variant::Fail});
         }
-        if (row.noBadArgument == nullptr) {
-            exceptionState(row, Variant::Bad);
+        for (std::size_t check = 0; check < row.checks.size(); ++check) {
+            exceptionState(row, {Variant::Bad, check});
         }
     }
 }
@@ -281,7 +288,7 @@ TEST(Sweeps, ExceptionState)
 std::vector<std::string> successTrail(const Case& row)
 {
     JNIEnv* env = mainEnv();
-    Run run(row, Variant::Succeed);
+    Run run(row, {Variant::Succeed});
     FaultEnv fault(env);
     LeakCheck leaks(fault);
     EXPECT_EQ(KS_TRUE, run.prepared.act(fault.env(), run.trace.get()));
@@ -317,7 +324,7 @@ void injectFault(const Case& row, const std::string& entry, int nth, bool afterT
     JNIEnv* env = mainEnv();
     const Fallible& fallible = fallibleEntries().at(entry);
     SCOPED_TRACE(entry + " #" + std::to_string(nth));
-    Run run(row, Variant::Succeed);
+    Run run(row, {Variant::Succeed});
     FaultEnv fault(env);
     LeakCheck leaks(fault);
     fallible.inject(fault, nth);
@@ -473,7 +480,7 @@ TEST(Sweeps, Summary)
         "sweeps: %zu functions, %d exception-state cases (%td without a failing argument, %td without "
         "a bad one), %d faults injected, %d aborts by design (%d leaving ks objects), %zu keep a reference "
         "on failure, %d throws replaced by the trace's failed lookup\n",
-        cases().size(), gCounts.stateCases, count(&Case::cannotFail), count(&Case::noBadArgument),
+        cases().size(), gCounts.stateCases, count(&Case::cannotFail), std::ranges::count_if(cases(), [](const Case& row) { return row.checks.empty(); }),
         gCounts.faults, gCounts.aborts, gCounts.abortsLeavingKsObjects, gCounts.keptOnFailure.size(),
         gCounts.throwsReplacedInTrace);
     EXPECT_GT(gCounts.faults, gCounts.aborts);
