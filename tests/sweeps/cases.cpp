@@ -232,6 +232,27 @@ std::vector<std::string> operator+(std::vector<std::string> first, const std::ve
 // The string forms check through the object accessor first, then the text's conversion.
 const std::vector<std::string> kConversionResultCheck = {"venStringToKsString: result != ((void *)0)"};
 
+// Floors of success paths: a call the wrapper convention guards (the exception query before and
+// after it), a call it does not guard, and the conversion of a Java string's text.
+std::vector<std::string> guarded(const std::string& call)
+{
+    return {"ExceptionOccurred", call, "ExceptionCheck"};
+}
+
+std::vector<std::string> unguarded(const std::string& call)
+{
+    return {call};
+}
+
+const std::vector<std::string> kTextConversion =
+    guarded("GetStringLength") + guarded("GetStringCritical") + unguarded("ReleaseStringCritical");
+
+// The class found, a method looked up on it and called, the class let go.
+std::vector<std::string> throughClass(const char* classCall, const char* lookUp, const char* call)
+{
+    return guarded(classCall) + guarded(lookUp) + guarded(call) + unguarded("DeleteLocalRef");
+}
+
 template <FieldKind kind, typename Target, typename Ven, typename Jni, auto F>
 Case fieldCase(const char* name, const char* callee, const char* rangeCondition)
 {
@@ -279,6 +300,14 @@ Case fieldCase(const char* name, const char* callee, const char* rangeCondition)
     } else {
         row.checks = checksOf(callee, {targetCheck, "fieldID != NULL"}) +
                      (kind == FieldKind::GetString ? kConversionResultCheck : std::vector<std::string>{});
+    }
+    const std::string objectMember = isStatic ? "StaticObjectField" : "ObjectField";
+    if constexpr (kind == FieldKind::GetString) {
+        row.floor = guarded("Get" + objectMember) + kTextConversion + unguarded("DeleteLocalRef");
+        row.blocks = 1;
+    } else if constexpr (kind == FieldKind::SetString) {
+        row.floor = guarded("NewString") + guarded("Set" + objectMember) + unguarded("DeleteLocalRef");
+        row.blocks = 1;
     }
     if constexpr (kind != FieldKind::GetString) {
         row.cannotFail = text ? "the text of a ksString always makes a Java string but for want of memory"
@@ -382,6 +411,10 @@ template <Form form, Kind kind, typename Ven, typename Jni, auto F> Case callCas
     }
     if (form == Form::String) {
         row.checks = row.checks + kConversionResultCheck;
+        const char* kindName = kind == Kind::Virtual ? "" : kind == Kind::Static ? "Static" : "Nonvirtual";
+        row.floor = guarded(std::string("Call") + kindName + "ObjectMethodV") + kTextConversion +
+                    unguarded("DeleteLocalRef");
+        row.blocks = 1;
     }
     row.delivers = std::is_same_v<Ven, jobject> ? 1 : 0;
     return row;
@@ -437,8 +470,10 @@ template <ArrayKind kind, typename Element, typename Array, auto F> Case arrayCa
             const KS_INT start = arguments.bad(1) ? kBeyondJint : arguments == Fail ? 10 : 0;
             const KS_INT len = arguments.bad(2) ? kBeyondJint : 2;
             auto buffer = std::make_shared<std::array<Element, 4>>();
-            Element* into = arguments.bad(3) ? nullptr : buffer->data();
-            return actOnly([=](JNIEnv* e, lgStream* t) { return F(e, t, target, start, len, into); });
+            const bool noBuffer = arguments.bad(3);
+            return actOnly([=](JNIEnv* e, lgStream* t) {
+                return F(e, t, target, start, len, noBuffer ? nullptr : buffer->data());
+            });
         }
         }
     };
@@ -449,6 +484,7 @@ template <ArrayKind kind, typename Element, typename Array, auto F> Case arrayCa
         row.checks = checksOf(name, {"result != NULL", "array != NULL"});
     } else if constexpr (kind == ArrayKind::Release) {
         row.cannotFail = "a release raises nothing";
+        row.floor = unguarded(std::string(name).substr(3)); // the JNI function of the same name
         row.checks = checksOf(name, {"array != NULL", "elems != NULL", "mode == 0 || mode == JNI_COMMIT || mode == JNI_ABORT"});
     } else {
         row.checks = checksOf(name, {"array != NULL", "VEN_KS_INT_TO_JSIZE_CONV_OK( start )",
@@ -499,6 +535,7 @@ template <typename Char, auto F, auto Pin, auto Unpin> Case stringReleaseCase(co
                         [=](const Char* chars) { jni<Unpin>(mainEnv(), string, chars); });
                 },
             .checks = checksOf(name, {"string != NULL"}),
+            .floor = unguarded(std::string(name).substr(3)),
             .cannotFail = "a release raises nothing"};
 }
 
@@ -510,24 +547,30 @@ template <typename Char, auto F> Case stringRegionCase(const char* name)
                     auto buffer = std::make_shared<std::array<Char, 16>>();
                     const jsize start = arguments == Fail ? 100 : 0;
                     jstring string = textUnlessBad(arguments.bad(0));
-                    Char* into = arguments.bad(1) ? nullptr : buffer->data();
-                    return actOnly([=](JNIEnv* e, lgStream* t) { return F(e, t, string, start, 2, into); });
+                    const bool noBuffer = arguments.bad(1);
+                    return actOnly([=](JNIEnv* e, lgStream* t) {
+                        return F(e, t, string, start, 2, noBuffer ? nullptr : buffer->data());
+                    });
                 },
             .checks = checksOf(name, {"str != NULL", "buf != NULL"})};
 }
 
-template <typename Element, typename Array, auto F> Case copyCase(const char* name, int slot)
+template <typename Element, typename Array, auto F> Case copyCase(const char* name, int slot, const char* typeName)
 {
     return {.name = name,
             .prepare =
                 [slot](Arguments arguments) {
                     auto target = std::make_shared<std::array<Element, 4>>();
                     auto array = static_cast<Array>(world().arrays[slot]);
-                    Element* into = arguments.bad(0) ? nullptr : target->data();
+                    const bool noTarget = arguments.bad(0);
                     const KS_INT length = arguments.bad(1) ? -1 : 4;
-                    return actOnly([=](JNIEnv* e, lgStream* t) { return F(into, e, t, array, length); });
+                    return actOnly([=](JNIEnv* e, lgStream* t) {
+                        return F(noTarget ? nullptr : target->data(), e, t, array, length);
+                    });
                 },
             .checks = checksOf(name, {"result != NULL", "length >= 0"}),
+            .floor = guarded("GetArrayLength") + guarded(std::string("Get") + typeName + "ArrayElements") +
+                     unguarded(std::string("Release") + typeName + "ArrayElements"),
             .cannotFail = "pinning fails only for want of memory"};
 }
 
@@ -717,6 +760,7 @@ std::vector<Case> oneOffs()
         {.name = "venGetVersion",
          .prepare = [](Arguments a) { return resultCall(venGetVersion, a.bad(0)); },
          .checks = checksOf("venGetVersion", {"result != NULL"}),
+         .floor = unguarded("GetVersion"), // a direct call
          .cannotFail = "the version raises nothing",
          .successWarns = "ven___GetVersion is a direct call: it neither clears nor sets aside the "
                          "pending exception"},
@@ -787,6 +831,7 @@ std::vector<Case> oneOffs()
                      [](jobject held) { mainEnv()->MonitorExit(held); });
              },
          .checks = checksOf("venMonitorLeave", {"obj != NULL"}),
+         .floor = unguarded("MonitorExit"),
          .cannotFail = "the wrapper stops the process when leaving fails (left to the fault sweep)"},
         {.name = "venThrow",
          .prepare =
@@ -875,6 +920,7 @@ std::vector<Case> oneOffs()
              },
          .checks = checksOf("venReleasePrimitiveArrayCritical",
                             {"array != NULL", "carray != NULL", "mode == 0 || mode == JNI_COMMIT || mode == JNI_ABORT"}),
+         .floor = unguarded("ReleasePrimitiveArrayCritical"),
          .cannotFail = "a release raises nothing"},
 
         // Trace functions: they describe, never change what is pending.
@@ -904,6 +950,10 @@ std::vector<Case> oneOffs()
                  });
              },
          .checks = checksOf("venNewStringArrayFromKsVector", {"result != NULL", "vec != NULL"}),
+         .floor = guarded("FindClass") + guarded("NewObjectArray") + guarded("NewString") +
+                  guarded("SetObjectArrayElement") + unguarded("DeleteLocalRef") + guarded("NewString") +
+                  guarded("SetObjectArrayElement") + unguarded("DeleteLocalRef") + unguarded("DeleteLocalRef"),
+         .blocks = 2,
          .cannotFail = "the strings and the array fail only for want of memory",
          .delivers = 1},
         {.name = "venNewByteArrayFromBuffer",
@@ -914,6 +964,7 @@ std::vector<Case> oneOffs()
                  });
              },
          .checks = checksOf("venNewByteArray", {"result != NULL", "buffer != NULL"}),
+         .floor = guarded("NewByteArray") + guarded("SetByteArrayRegion"),
          .cannotFail = "the array fails only for want of memory",
          .delivers = 1,
          .keepsOnFailure = "a failed copy leaves the new array in *result"},
@@ -925,6 +976,8 @@ std::vector<Case> oneOffs()
              },
          .checks = {"venNewDoubleArrayOf: source != NULL", "venNewDoubleArray: result != NULL",
                     "venNewDoubleArray: length >= 0"},
+         .floor = guarded("NewDoubleArray") + guarded("GetDoubleArrayElements") +
+                  unguarded("ReleaseDoubleArrayElements"),
          .delivers = 1,
          .keepsOnFailure = "a failed pin leaves the new array in *result"},
         {.name = "venGetByteArrayRegionAsBuffer",
@@ -935,16 +988,20 @@ std::vector<Case> oneOffs()
                                    a.bad(1) ? -1 : 2);
              },
          .checks = {"venGetByteArrayRegionAsBytes: result != ((void *)0)", "venGetByteArrayRegionAsBytes: len >= 0",
-                    "venGetByteArrayRegion: array != NULL"}},
+                    "venGetByteArrayRegion: array != NULL"},
+         .floor = guarded("GetByteArrayRegion"),
+         .blocks = 1},
         {.name = "venGetPrimitiveArrayAsKsBuffer",
          .prepare =
              [&w](Arguments a) {
                  return resultCall(venGetPrimitiveArrayAsKsBuffer, a.bad(0), a.bad(1) ? nullptr : w.arrays[1]);
              },
          .checks = {"venArrayToKsBuffer: result != ((void *)0)", "venGetArrayLength: array != NULL"},
+         .floor = guarded("GetArrayLength") + guarded("GetPrimitiveArrayCritical") +
+                  unguarded("ReleasePrimitiveArrayCritical"),
          .cannotFail = "pinning fails only for want of memory"},
-        copyCase<KS_INT, jintArray, venCopyIntArrayElements>("venCopyIntArrayElements", 4),
-        copyCase<double, jdoubleArray, venCopyDoubleArrayElements>("venCopyDoubleArrayElements", 7),
+        copyCase<KS_INT, jintArray, venCopyIntArrayElements>("venCopyIntArrayElements", 4, "Int"),
+        copyCase<double, jdoubleArray, venCopyDoubleArrayElements>("venCopyDoubleArrayElements", 7, "Double"),
 
         // Class support beyond lookups, instance tests and throws.
         {.name = "venObjectToString",
@@ -952,10 +1009,14 @@ std::vector<Case> oneOffs()
              [&w](Arguments a) {
                  return resultCall(venObjectToString, a.bad(0), a.bad(1) ? nullptr : a == Fail ? w.toStringThrowsObj : w.fieldsObj);
              },
-         .checks = checksOf("venObjectToString", {"result != ((void *)0)", "obj != ((void *)0)"})},
+         .checks = checksOf("venObjectToString", {"result != ((void *)0)", "obj != ((void *)0)"}),
+         .floor = guarded("GetObjectClass") + guarded("GetMethodID") + guarded("CallObjectMethodV") + kTextConversion +
+                  unguarded("DeleteLocalRef") + unguarded("DeleteLocalRef"),
+         .blocks = 1},
         {.name = "venArrayListNew",
          .prepare = [](Arguments a) { return resultCall(venArrayListNew, a.bad(0)); },
          .checks = {"venNewObject: result != NULL"},
+         .floor = throughClass("FindClass", "GetMethodID", "NewObjectV"),
          .cannotFail = "a new list fails only for want of memory",
          .delivers = 1},
         {.name = "venArrayListGet",
@@ -970,11 +1031,13 @@ std::vector<Case> oneOffs()
                     "(KS_INT)((KS_INT)(-2147483648LL)) && (KS_INT)(index) <= (KS_INT)((KS_INT)(2147483647LL)) : "
                     "((KS_BOOL)1) )",
                     "venCallObjectMethod: result != NULL"},
+         .floor = throughClass("FindClass", "GetMethodID", "CallObjectMethodV"),
          .delivers = 1},
         {.name = "venArrayListSize",
          .prepare =
              [&w](Arguments a) { return resultCall(venArrayListSize, a.bad(1), a.bad(0) ? nullptr : w.list); },
          .checks = {"venArrayListSize: arrayList != ((void *)0)", "venCallIntMethod: result != NULL"},
+         .floor = throughClass("FindClass", "GetMethodID", "CallIntMethodV"),
          .cannotFail = "the size of a list raises nothing"},
 
         // An immutable list refuses null elements in contains, and every add.
@@ -984,7 +1047,8 @@ std::vector<Case> oneOffs()
                  return resultCall(venCollectionContains, a.bad(1), a.bad(0) ? nullptr : a == Fail ? w.immutableList : w.list,
                                    a == Fail ? nullptr : w.text);
              },
-         .checks = {"venGetObjectClass: obj != NULL", "venCallBooleanMethod: result != NULL"}},
+         .checks = {"venGetObjectClass: obj != NULL", "venCallBooleanMethod: result != NULL"},
+         .floor = throughClass("GetObjectClass", "GetMethodID", "CallBooleanMethodV")},
         {.name = "venCollectionAdd",
          .prepare =
              [&w](Arguments a) {
@@ -996,18 +1060,22 @@ std::vector<Case> oneOffs()
                  }
                  return resultCall(venCollectionAdd, a.bad(1), collection, w.text);
              },
-         .checks = {"venGetObjectClass: obj != NULL", "venCallBooleanMethod: result != NULL"}},
+         .checks = {"venGetObjectClass: obj != NULL", "venCallBooleanMethod: result != NULL"},
+         .floor = throughClass("GetObjectClass", "GetMethodID", "CallBooleanMethodV")},
         {.name = "venEnumSetNoneOf",
          .prepare =
              [&w](Arguments a) {
                  return resultCall(venEnumSetNoneOf, a.bad(0), a.bad(1) ? nullptr : a == Fail ? w.object : w.color);
              },
          .checks = checksOf("venEnumSetNoneOf", {"result != ((void *)0)", "elementType != ((void *)0)"}),
+         .floor = throughClass("FindClass", "GetStaticMethodID", "CallStaticObjectMethodV"),
          .delivers = 1},
         {.name = "venStringToKsString",
          .prepare =
              [&w](Arguments a) { return resultCall(venStringToKsString, a.bad(0), a == Fail ? w.badText : w.text); },
          .checks = {"venStringToKsString: result != ((void *)0)"},
+         .floor = kTextConversion,
+         .blocks = 1,
          .failThrowsNew = "an ill-formed text is reported as an AssertionError thrown through ThrowNew"},
         {.name = "venStringFromKsString",
          .prepare =
@@ -1017,6 +1085,7 @@ std::vector<Case> oneOffs()
                  });
              },
          .checks = {"venStringFromKsString: result != ((void *)0)"},
+         .blocks = 1,
          .cannotFail = "a new string fails only for want of memory",
          .delivers = 1},
     };
@@ -1041,6 +1110,7 @@ void classUnitCases(std::vector<Case>& cases, const char* getClass, const char* 
     cases.push_back({.name = isInstance,
                      .prepare = [](Arguments a) { return resultCall(IsInstance, a.bad(0), world().text); },
                      .checks = {"venIsInstanceOf: result != NULL"},
+                     .floor = guarded("FindClass") + guarded("IsInstanceOf") + unguarded("DeleteLocalRef"),
                      .cannotFail = "an instance test raises nothing"});
 }
 
@@ -1058,6 +1128,7 @@ template <typename Ven, auto F> Case boxingCase(const char* name)
     return {.name = name,
             .prepare = [](Arguments a) { return resultCall(F, a.bad(0), Ven{1}); },
             .checks = {"venCallStaticObjectMethod: result != NULL"},
+            .floor = throughClass("FindClass", "GetStaticMethodID", "CallStaticObjectMethodV"),
             .cannotFail = "boxing fails only for want of memory",
             .delivers = 1};
 }

@@ -53,6 +53,10 @@ struct Case {
     std::function<Prepared(Arguments)> prepare{}; // called only for the variants that apply
     // The messages of its argument failures, "<function>: <condition>", in the order of the checks.
     std::vector<std::string> checks{};
+    // The JNI calls of a success with nothing pending, in order (none given: one guarded call,
+    // the exception query before and after it), and the raw blocks it takes from ksMemAlloc*.
+    std::vector<std::string> floor{};
+    int blocks = 0;
     const char* cannotFail = nullptr;           // no argument makes its JNI call fail: no Fail
     int delivers = 0;                           // local references a success hands back through out
     OnSuccess onSuccess = OnSuccess::Keeps;

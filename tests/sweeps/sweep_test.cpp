@@ -291,7 +291,18 @@ std::vector<std::string> successTrail(const Case& row)
     Run run(row, {Variant::Succeed});
     FaultEnv fault(env);
     LeakCheck leaks(fault);
+    const KS_INT blocksBefore = ksMemAllocCount();
     EXPECT_EQ(KS_TRUE, run.prepared.act(fault.env(), run.trace.get()));
+    // A throw or a trace is the function's own work, not a fast path: its calls are not counted.
+    if (row.onSuccess == OnSuccess::Keeps) {
+        EXPECT_EQ(row.blocks, ksMemAllocCount() - blocksBefore) << "raw blocks taken by a success";
+        std::vector<std::string> floor = row.floor;
+        const std::vector<std::string>& trail = fault.trail();
+        if (floor.empty() && trail.size() == 3) {
+            floor = {"ExceptionOccurred", trail[1], "ExceptionCheck"};
+        }
+        EXPECT_EQ(floor, trail) << "the JNI calls of a success with nothing pending";
+    }
     jthrowable pending = run.take();
     if (row.onSuccess == OnSuccess::Keeps) {
         EXPECT_EQ(nullptr, pending) << classNameOf(env, pending);
@@ -307,6 +318,31 @@ std::vector<std::string> successTrail(const Case& row)
         EXPECT_TRUE(run.prepared.out != nullptr && leaks.fault.ledger().isLive(*run.prepared.out));
     }
     return fault.trail();
+}
+
+// A local reference that the out-parameter held is deleted once, and only after the new one is
+// stored.
+void replacesOutParameter(const Case& row)
+{
+    JNIEnv* env = mainEnv();
+    Run run(row, {Variant::Succeed});
+    if (run.prepared.out == nullptr) {
+        return;
+    }
+    const jobject old = env->NewLocalRef(world().text);
+    *run.prepared.out = old;
+    FaultEnv fault(env);
+    std::vector<jobject> heldWhenDeleted;
+    fault.override<&Entry::DeleteLocalRef>([&](JNIEnv* real, jobject ref) {
+        if (ref == old) {
+            heldWhenDeleted.push_back(*run.prepared.out);
+        }
+        real->DeleteLocalRef(ref);
+    });
+    EXPECT_EQ(KS_TRUE, run.prepared.act(fault.env(), run.trace.get()));
+    ASSERT_EQ(1u, heldWhenDeleted.size()) << "deletions of the reference the out-parameter held";
+    EXPECT_TRUE(heldWhenDeleted[0] != old && heldWhenDeleted[0] == *run.prepared.out)
+        << "the old reference was deleted before the new one was stored";
 }
 
 #if defined(__SANITIZE_ADDRESS__)
@@ -389,6 +425,7 @@ TEST(Sweeps, Faults)
 {
     for (const Case& row : cases()) {
         SCOPED_TRACE(row.name);
+        replacesOutParameter(row);
         const std::vector<std::string> trail = successTrail(row);
         std::map<std::string, int> seen;
         bool thrown = false;
