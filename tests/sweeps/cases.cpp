@@ -231,6 +231,7 @@ std::vector<std::string> operator+(std::vector<std::string> first, const std::ve
 
 // The string forms check through the object accessor first, then the text's conversion.
 const std::vector<std::string> kConversionResultCheck = {"venStringToKsString: result != ((void *)0)"};
+const std::vector<std::string> kArrayLengthCheck = {"venGetArrayLength: array != NULL"};
 
 // Floors of success paths: a call the wrapper convention guards (the exception query before and
 // after it), a call it does not guard, and the conversion of a Java string's text.
@@ -561,14 +562,14 @@ template <typename Element, typename Array, auto F> Case copyCase(const char* na
             .prepare =
                 [slot](Arguments arguments) {
                     auto target = std::make_shared<std::array<Element, 4>>();
-                    auto array = static_cast<Array>(world().arrays[slot]);
+                    auto array = static_cast<Array>(arguments.bad(2) ? nullptr : world().arrays[slot]);
                     const bool noTarget = arguments.bad(0);
                     const KS_INT length = arguments.bad(1) ? -1 : 4;
                     return actOnly([=](JNIEnv* e, lgStream* t) {
                         return F(noTarget ? nullptr : target->data(), e, t, array, length);
                     });
                 },
-            .checks = checksOf(name, {"result != NULL", "length >= 0"}),
+            .checks = checksOf(name, {"result != NULL", "length >= 0"}) + kArrayLengthCheck,
             .floor = guarded("GetArrayLength") + guarded(std::string("Get") + typeName + "ArrayElements") +
                      unguarded(std::string("Release") + typeName + "ArrayElements"),
             .cannotFail = "pinning fails only for want of memory"};
@@ -996,7 +997,7 @@ std::vector<Case> oneOffs()
              [&w](Arguments a) {
                  return resultCall(venGetPrimitiveArrayAsKsBuffer, a.bad(0), a.bad(1) ? nullptr : w.arrays[1]);
              },
-         .checks = {"venArrayToKsBuffer: result != ((void *)0)", "venGetArrayLength: array != NULL"},
+         .checks = std::vector<std::string>{"venArrayToKsBuffer: result != ((void *)0)"} + kArrayLengthCheck,
          .floor = guarded("GetArrayLength") + guarded("GetPrimitiveArrayCritical") +
                   unguarded("ReleasePrimitiveArrayCritical"),
          .cannotFail = "pinning fails only for want of memory"},

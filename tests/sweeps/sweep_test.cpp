@@ -515,7 +515,7 @@ TEST(Sweeps, Summary)
     };
     std::printf(
         "sweeps: %zu functions, %d exception-state cases (%td without a failing argument, %td without "
-        "a bad one), %d faults injected, %d aborts by design (%d leaving ks objects), %zu keep a reference "
+        "an argument check), %d faults injected, %d aborts by design (%d leaving ks objects), %zu keep a reference "
         "on failure, %d throws replaced by the trace's failed lookup\n",
         cases().size(), gCounts.stateCases, count(&Case::cannotFail), std::ranges::count_if(cases(), [](const Case& row) { return row.checks.empty(); }),
         gCounts.faults, gCounts.aborts, gCounts.abortsLeavingKsObjects, gCounts.keptOnFailure.size(),
