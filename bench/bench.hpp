@@ -58,6 +58,24 @@ struct Careful {
         ok = result != nullptr;
         return result;
     }
+
+    // Composed sequences: careful code asks nothing at the start, trusts JNI that a call which
+    // cannot raise did not, and tells a failed reference from its NULL.
+    static void start(JNIEnv*) {}
+    static void afterNonRaising(JNIEnv*) {}
+    template <typename Call> static auto reference(JNIEnv* env, bool& ok, Call&& jni)
+    {
+        return critical(env, ok, std::forward<Call>(jni));
+    }
+};
+
+// The floor of a composed operation that keeps a pending exception alive: careful code plus
+// one query at the start (when something is pending the operation takes the per-call floor
+// instead, which no row measures) and one after each call that JNI does not allow to raise,
+// whose check the library keeps.
+struct ComposedFloor : Careful {
+    static void start(JNIEnv* env) { benchmark::DoNotOptimize(env->ExceptionCheck()); }
+    static void afterNonRaising(JNIEnv* env) { benchmark::DoNotOptimize(env->ExceptionCheck()); }
 };
 
 // The floor of a library that keeps a pending exception alive across each call: one query
@@ -126,8 +144,9 @@ template <typename Ref> inline void replaceLocal(JNIEnv* env, Ref* variable, Ref
 
 // Row kinds:
 //   raw   careful hand-written JNI code (Careful), making the JNI calls of the library's
-//         composition; for the UTF-16 routines, memcpy of the output size
-//   min   the same at the floor of the wrapper convention (Floor)
+//         composition, or for a composed operation the best such code for the job; for the
+//         UTF-16 routines, memcpy of the output size
+//   min   the same at the floor of the wrapper convention (Floor, or ComposedFloor)
 //   ven   the library call
 //   wrap  the wrapper-layer call (ven___...), measured against the op's raw and min
 //   best  the fastest hand-written code for the job, where it differs from raw
@@ -174,6 +193,14 @@ void resultRow(const char* kind, const std::string& op, Op operation, Finish fin
         }
     });
 }
+
+// Text up to this length is copied through a buffer on the stack, as careful code does: one
+// region call instead of a critical pair, no block for the encoded units.
+constexpr KS_INT kShortText = 256;
+
+// UTF-16 of `count` code points into a buffer with room for two units each (out of line and
+// aligned, rows_strings.cpp); the unit count.
+KS_INT encodeInto(jchar* __restrict destination, const KS_CHAR* __restrict source, KS_INT count);
 
 void registerCallRows();
 void registerStringRows();

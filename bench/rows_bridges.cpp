@@ -45,23 +45,6 @@ VEN_BENCH_LOOP void copyDoubles(double* __restrict destination, const jdouble* _
     std::memcpy(destination, source, static_cast<std::size_t>(count) * sizeof(double));
 }
 
-// UTF-16 of `count` code points into a buffer with room for two units each; the unit count.
-VEN_BENCH_LOOP KS_INT encodeInto(jchar* __restrict destination, const KS_CHAR* __restrict source,
-                                 KS_INT count)
-{
-    KS_INT units = 0;
-    for (KS_INT i = 0; i < count; ++i) {
-        const KS_CHAR c = source[i];
-        if (c <= 0xFFFF) {
-            destination[units++] = static_cast<jchar>(c);
-        } else {
-            destination[units++] = static_cast<jchar>(0xD800 + ((c - 0x10000) >> 10));
-            destination[units++] = static_cast<jchar>(0xDC00 + (c & 0x3FF));
-        }
-    }
-    return units;
-}
-
 template <typename Obj> void deliverObject(Obj** variable, Obj* object)
 {
     Obj* old = *variable;
@@ -71,74 +54,48 @@ template <typename Obj> void deliverObject(Obj** variable, Obj* object)
 
 // --- Vector of strings to String[] ----------------------------------------------------------------
 
+// The best hand-written loop: String looked up once, each string encoded into a buffer on the
+// stack (or a reusable one when long), NewString, SetObjectArrayElement, and the element's
+// reference deleted as soon as the array holds it.
 template <class P>
 [[gnu::noinline]] bool newStringArrayFromKsVector(jobjectArray* result, JNIEnv* env, const ksVector* vec)
 {
+    P::start(env);
     const KS_INT n = ksVectorLength(vec);
     bool ok = true;
-    jclass clazz = P::call(env, ok, [&] { return env->FindClass("java/lang/String"); });
-    if (ok) {
-        replaceLocal(env, result, P::call(env, ok, [&] {
-                         return env->NewObjectArray(static_cast<jsize>(n), clazz, nullptr);
-                     }));
-    }
-    jstring element = nullptr;
-    for (KS_INT i = 0; ok && i < n; ++i) {
-        ksString* string = ksStringFrom(ksVectorObjAt(vec, i));
-        if (string == nullptr) {
-            replaceLocal(env, &element, static_cast<jstring>(nullptr));
-        } else {
-            jchar* units = nullptr;
-            KS_INT count = 0;
-            ven___CharsToJChars(&units, &count, ksStringBacking(string), ksStringLength(string));
-            replaceLocal(env, &element,
-                         P::call(env, ok, [&] { return env->NewString(units, static_cast<jsize>(count)); }));
-            ksMemFree(units);
-        }
-        if (ok) {
-            P::call(env, ok, [&] { env->SetObjectArrayElement(*result, static_cast<jsize>(i), element); });
-        }
-        ksObjRelease(string);
-    }
-    if (clazz != nullptr) {
-        env->DeleteLocalRef(clazz);
-    }
-    if (element != nullptr) {
-        env->DeleteLocalRef(element);
-    }
+    jclass clazz = P::reference(env, ok, [&] { return env->FindClass("java/lang/String"); });
     if (!ok) {
-        replaceLocal(env, result, static_cast<jobjectArray>(nullptr));
+        return false;
     }
-    return ok;
-}
-
-// Best: the class held globally, one reusable buffer for the units, each element's reference
-// deleted as soon as it is stored.
-[[gnu::noinline]] bool newStringArrayBest(jobjectArray* result, JNIEnv* env, jclass stringClass,
-                                          const ksVector* vec, std::vector<jchar>& buffer)
-{
-    const KS_INT n = ksVectorLength(vec);
-    bool ok = true;
-    jobjectArray array = Careful::call(
-        env, ok, [&] { return env->NewObjectArray(static_cast<jsize>(n), stringClass, nullptr); });
+    jobjectArray array =
+        P::reference(env, ok, [&] { return env->NewObjectArray(static_cast<jsize>(n), clazz, nullptr); });
+    env->DeleteLocalRef(clazz);
     replaceLocal(env, result, array);
+    std::vector<jchar> longUnits;
     for (KS_INT i = 0; ok && i < n; ++i) {
         ksString* string = ksStringFrom(ksVectorObjAt(vec, i));
-        const KS_INT length = ksStringLength(string);
-        if (static_cast<KS_INT>(buffer.size()) < 2 * length) {
-            buffer.resize(static_cast<std::size_t>(2 * length));
+        jstring element = nullptr;
+        if (string != nullptr) {
+            const KS_INT length = ksStringLength(string);
+            jchar shortUnits[2 * kShortText];
+            jchar* units = shortUnits;
+            if (length > kShortText) {
+                longUnits.resize(static_cast<std::size_t>(2 * length));
+                units = longUnits.data();
+            }
+            const KS_INT count = encodeInto(units, ksStringBacking(string), length);
+            ksObjRelease(string);
+            element = P::reference(env, ok, [&] { return env->NewString(units, static_cast<jsize>(count)); });
         }
-        const KS_INT units = encodeInto(buffer.data(), ksStringBacking(string), length);
-        ksObjRelease(string);
-        jstring element =
-            Careful::call(env, ok, [&] { return env->NewString(buffer.data(), static_cast<jsize>(units)); });
         if (ok) {
-            Careful::call(env, ok,
-                          [&] { env->SetObjectArrayElement(array, static_cast<jsize>(i), element); });
+            P::call(env, ok, [&] { env->SetObjectArrayElement(array, static_cast<jsize>(i), element); });
         }
         if (element != nullptr) {
             env->DeleteLocalRef(element);
         }
+    }
+    if (!ok) {
+        replaceLocal(env, result, static_cast<jobjectArray>(nullptr));
     }
     return ok;
 }
@@ -340,7 +297,6 @@ void registerBridgeRows()
     }
     static std::vector<KS_INT> intsOut(kElements);
     static std::vector<double> doublesOut(kElements);
-    static std::vector<jchar> unitBuffer;
 
     jintArray localInts = env->NewIntArray(kElements);
     env->SetIntArrayRegion(localInts, 0, kElements, ints.data());
@@ -364,8 +320,6 @@ void registerBridgeRows()
         ksVectorAppend(vector, string);
         ksObjRelease(string);
     }
-    jclass localString = env->FindClass("java/lang/String");
-    const auto stringClass = static_cast<jclass>(newGlobal(env, localString));
 
     const auto deleteRef = [env](benchmark::State&, jobject ref) {
         if (ref != nullptr) {
@@ -389,16 +343,14 @@ void registerBridgeRows()
         "raw", strings, [=](jobjectArray* r) { return newStringArrayFromKsVector<Careful>(r, env, vector); },
         deleteRef, stringBytes);
     resultRow<jobjectArray>(
-        "min", strings, [=](jobjectArray* r) { return newStringArrayFromKsVector<Floor>(r, env, vector); },
+        "min", strings,
+        [=](jobjectArray* r) { return newStringArrayFromKsVector<ComposedFloor>(r, env, vector); },
         deleteRef, stringBytes);
     resultRow<jobjectArray>(
         "ven", strings,
         [=](jobjectArray* r) { return venNewStringArrayFromKsVector(r, env, trace, vector) == KS_TRUE; },
         deleteRef, stringBytes);
-    resultRow<jobjectArray>(
-        "best", strings,
-        [=](jobjectArray* r) { return newStringArrayBest(r, env, stringClass, vector, unitBuffer); },
-        deleteRef, stringBytes);
+
 
     const char* toBytes = "NewByteArrayFromBuffer/1000000";
     resultRow<jbyteArray>(

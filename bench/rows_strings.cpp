@@ -1,7 +1,7 @@
 // Rows of text: the two string conversions (jstring <-> ksString) and the two UTF-16 routines
 // under them, on BMP text and on text with supplementary characters, at 16, 1,000 and
 // 1,000,000 UTF-16 units. The routines are measured against memcpy of their output size;
-// the conversions against the JNI calls of their composition with the same routines.
+// the conversions against the best hand-written JNI code with the same routines.
 #include <algorithm>
 #include <cstring>
 #include <string>
@@ -67,43 +67,84 @@ template <typename Obj> void deliverObject(Obj** variable, Obj* object)
 
 // --- Reference sequences ----------------------------------------------------------------------
 
-// The conversion's composition: length, characters in the critical region, decoding with the
-// library's routine, the new string taking the block over, release.
+} // namespace
+
+__attribute__((noinline, aligned(64))) KS_INT encodeInto(jchar* __restrict destination, const KS_CHAR* __restrict source, KS_INT count)
+{
+    KS_INT units = 0;
+    for (KS_INT i = 0; i < count; ++i) {
+        const KS_CHAR c = source[i];
+        if (c <= 0xFFFF) {
+            destination[units++] = static_cast<jchar>(c);
+        } else {
+            destination[units++] = static_cast<jchar>(0xD800 + ((c - 0x10000) >> 10));
+            destination[units++] = static_cast<jchar>(0xDC00 + (c & 0x3FF));
+        }
+    }
+    return units;
+}
+
+namespace
+{
+
+// The best hand-written conversion: length; a short text copied out with one region call, a long
+// one read in place in the critical region; decoded with the library's routine into the block
+// the new string takes over.
 template <class P> [[gnu::noinline]] bool stringToKsString(ksString** result, JNIEnv* env, jstring string)
 {
-    bool ok = true;
-    const jsize length = P::call(env, ok, [&] { return env->GetStringLength(string); });
-    if (!ok) {
-        return false;
-    }
+    P::start(env);
+    const jsize length = env->GetStringLength(string);
+    P::afterNonRaising(env);
     if (length == 0) {
         deliverObject(result, ksStringCreate());
         return true;
     }
-    const jchar* chars = P::critical(env, ok, [&] { return env->GetStringCritical(string, nullptr); });
-    if (!ok) {
-        return false;
-    }
     KS_CHAR* codePoints = nullptr;
     KS_INT count = 0;
-    const bool decoded = ven___JCharsToChars(&codePoints, &count, chars, length);
+    bool decoded = false;
+    bool ok = true;
+    if (length <= kShortText) {
+        jchar units[kShortText];
+        P::call(env, ok, [&] { env->GetStringRegion(string, 0, length, units); });
+        if (!ok) {
+            return false;
+        }
+        decoded = ven___JCharsToChars(&codePoints, &count, units, length);
+    } else {
+        const jchar* chars = P::critical(env, ok, [&] { return env->GetStringCritical(string, nullptr); });
+        if (!ok) {
+            return false;
+        }
+        decoded = ven___JCharsToChars(&codePoints, &count, chars, length);
+        env->ReleaseStringCritical(string, chars);
+    }
     if (decoded) {
         deliverObject(result, ksStringCreateFromCharsUse(codePoints, count));
     }
-    env->ReleaseStringCritical(string, chars);
     return decoded;
 }
 
-// The other way: encoding with the library's routine, then NewString.
+// The other way: a short text encoded on the stack, a long one with the library's routine, then
+// NewString.
 template <class P>
 [[gnu::noinline]] bool stringFromKsString(jstring* result, JNIEnv* env, const ksString* string)
 {
+    P::start(env);
+    const KS_INT length = ksStringLength(string);
+    const KS_CHAR* codePoints = ksStringBacking(string);
+    bool ok = true;
+    if (length <= kShortText) {
+        jchar units[2 * kShortText];
+        const KS_INT count = encodeInto(units, codePoints, length);
+        replaceLocal(env, result,
+                     P::reference(env, ok, [&] { return env->NewString(units, static_cast<jsize>(count)); }));
+        return ok;
+    }
     jchar* units = nullptr;
     KS_INT count = 0;
-    ven___CharsToJChars(&units, &count, ksStringBacking(string), ksStringLength(string));
-    bool ok = true;
+    ven___CharsToJChars(&units, &count, codePoints, length);
     replaceLocal(env, result,
-                 P::call(env, ok, [&] { return env->NewString(units, static_cast<jsize>(count)); }));
+                 P::reference(env, ok, [&] { return env->NewString(units, static_cast<jsize>(count)); }));
     ksMemFree(units);
     return ok;
 }
@@ -158,7 +199,7 @@ void registerTextRows(const Text& text)
     resultRow<ksString*>(
         "raw", toKs, [=](ksString** r) { return stringToKsString<Careful>(r, env, java); }, releaseKs);
     resultRow<ksString*>(
-        "min", toKs, [=](ksString** r) { return stringToKsString<Floor>(r, env, java); }, releaseKs);
+        "min", toKs, [=](ksString** r) { return stringToKsString<ComposedFloor>(r, env, java); }, releaseKs);
     resultRow<ksString*>(
         "ven", toKs, [=](ksString** r) { return venStringToKsString(r, env, trace, java) == KS_TRUE; },
         releaseKs);
@@ -171,7 +212,7 @@ void registerTextRows(const Text& text)
     resultRow<jstring>(
         "raw", fromKs, [=](jstring* r) { return stringFromKsString<Careful>(r, env, ks); }, deleteJava);
     resultRow<jstring>(
-        "min", fromKs, [=](jstring* r) { return stringFromKsString<Floor>(r, env, ks); }, deleteJava);
+        "min", fromKs, [=](jstring* r) { return stringFromKsString<ComposedFloor>(r, env, ks); }, deleteJava);
     resultRow<jstring>(
         "ven", fromKs,
         [=](jstring* r) {

@@ -1,5 +1,12 @@
-/* Integration method invocation: method lookups and calls of every kind and result type,
- * with converted results, a va_list form for object results and a string form. */
+/** @file
+ * Integration method invocation: method lookups and calls of every kind and result type,
+ * with converted results, a va_list form for object results and a string form.
+ * Convention, conversions and out-parameter rules: ven/integration.h.
+ *
+ * The method's arguments follow `methodID` as JNI's variadic calls take them: jboolean,
+ * jbyte, jchar, jshort and jint as int-sized values, jlong, jfloat and jdouble as double, objects
+ * as jobject. A KS_INT must be narrowed by the caller (`(jint)n`) for an int parameter, since
+ * the list carries no types; the signature decides how each is read. */
 #ifndef VEN_METHODS_H
 #define VEN_METHODS_H
 
@@ -13,13 +20,27 @@
 
 VEN_EXTERN_C_BEGIN
 
-/* Method lookups: *result receives the ID, or NULL with the JNI exception pending and traced. */
+/** @name Method lookups
+ * @{ */
+/** The ID of the instance (static) method `name` with the JNI signature `sig` ("(I)V",
+ * "()Ljava/lang/String;"; "<init>" names a constructor) in `clazz` or its superclasses. Bad
+ * arguments: "result != NULL", "clazz != NULL", "name != NULL", "sig != NULL". No such method:
+ * NULL stored, java.lang.NoSuchMethodError pending and traced. */
 VEN_API KS_BOOL venGetMethodID(jmethodID* result, JNIEnv* env, lgStream* trace, jclass clazz,
                                const char* name, const char* sig);
 VEN_API KS_BOOL venGetStaticMethodID(jmethodID* result, JNIEnv* env, lgStream* trace, jclass clazz,
                                      const char* name, const char* sig);
+/** @} */
 
-/* Virtual calls: the method's arguments follow methodID; a Java exception leaves zero (NULL). */
+/** @name Virtual calls
+ * @{ */
+/** Calls method `methodID` on `obj`; the result, widened as a field read is (boolean to
+ * KS_BOOL, char to KS_CHAR, short/int/long to KS_INT, float/double to double), goes to
+ * `*result`, an object as a new local reference replacing the variable's (NULL for a null
+ * return). Bad arguments: "result != NULL" (not for void), "obj != NULL", "methodID != NULL".
+ * A method that throws: KS_FALSE, zero (NULL) in `*result` (the variable's old local reference
+ * deleted), its exception pending and traced when unchecked; a checked exception is pending but
+ * not traced. */
 VEN_API KS_BOOL venCallVoidMethod(JNIEnv* env, lgStream* trace, jobject obj, jmethodID methodID, ...);
 VEN_API KS_BOOL venCallObjectMethod(jobject* result, JNIEnv* env, lgStream* trace, jobject obj,
                                     jmethodID methodID, ...);
@@ -39,8 +60,12 @@ VEN_API KS_BOOL venCallFloatMethod(double* result, JNIEnv* env, lgStream* trace,
                                    jmethodID methodID, ...);
 VEN_API KS_BOOL venCallDoubleMethod(double* result, JNIEnv* env, lgStream* trace, jobject obj,
                                     jmethodID methodID, ...);
+/** @} */
 
-/* Non-virtual calls: as the virtual calls, with the class whose method runs. */
+/** @name Non-virtual calls
+ * @{ */
+/** As the virtual calls, running the method as declared in `clazz` ("clazz != NULL", tested
+ * after `obj`), whatever `obj`'s class overrides (Java's `super.m()`). */
 VEN_API KS_BOOL venCallNonvirtualVoidMethod(JNIEnv* env, lgStream* trace, jobject obj, jclass clazz,
                                             jmethodID methodID, ...);
 VEN_API KS_BOOL venCallNonvirtualObjectMethod(jobject* result, JNIEnv* env, lgStream* trace, jobject obj,
@@ -61,8 +86,11 @@ VEN_API KS_BOOL venCallNonvirtualFloatMethod(double* result, JNIEnv* env, lgStre
                                              jclass clazz, jmethodID methodID, ...);
 VEN_API KS_BOOL venCallNonvirtualDoubleMethod(double* result, JNIEnv* env, lgStream* trace, jobject obj,
                                               jclass clazz, jmethodID methodID, ...);
+/** @} */
 
-/* Static calls: as the virtual calls, on a class. */
+/** @name Static calls
+ * @{ */
+/** As the virtual calls, on the static method `methodID` of `clazz` ("clazz != NULL"). */
 VEN_API KS_BOOL venCallStaticVoidMethod(JNIEnv* env, lgStream* trace, jclass clazz, jmethodID methodID, ...);
 VEN_API KS_BOOL venCallStaticObjectMethod(jobject* result, JNIEnv* env, lgStream* trace, jclass clazz,
                                           jmethodID methodID, ...);
@@ -82,22 +110,34 @@ VEN_API KS_BOOL venCallStaticFloatMethod(double* result, JNIEnv* env, lgStream* 
                                          jmethodID methodID, ...);
 VEN_API KS_BOOL venCallStaticDoubleMethod(double* result, JNIEnv* env, lgStream* trace, jclass clazz,
                                           jmethodID methodID, ...);
+/** @} */
 
-/* Object calls with the method's arguments as a va_list. */
+/** @name Object calls with a va_list
+ * @{ */
+/** The object-returning calls with the method's arguments as a `va_list`, for wrappers of one's
+ * own that are variadic; same checks and results. */
 VEN_API KS_BOOL venCallObjectMethodV(jobject* result, JNIEnv* env, lgStream* trace, jobject obj,
                                      jmethodID methodID, va_list args);
 VEN_API KS_BOOL venCallNonvirtualObjectMethodV(jobject* result, JNIEnv* env, lgStream* trace, jobject obj,
                                                jclass clazz, jmethodID methodID, va_list args);
 VEN_API KS_BOOL venCallStaticObjectMethodV(jobject* result, JNIEnv* env, lgStream* trace, jclass clazz,
                                            jmethodID methodID, va_list args);
+/** @} */
 
-/* String calls: the returned java/lang/String as a ks string (NULL for null) replacing *result's. */
+/** @name String calls
+ * @{ */
+/** Calls a method that returns `java.lang.String` and delivers its text as a new ksString
+ * replacing (and releasing) `*result`'s: NULL for a null return, an empty ksString for "". A
+ * return with a lone high surrogate fails with java.lang.AssertionError pending and `*result`
+ * unchanged. Failures are reported under the names of the object call and of
+ * venStringToKsString. */
 VEN_API KS_BOOL venCallStringMethod(ksString** result, JNIEnv* env, lgStream* trace, jobject obj,
                                     jmethodID methodID, ...);
 VEN_API KS_BOOL venCallNonvirtualStringMethod(ksString** result, JNIEnv* env, lgStream* trace, jobject obj,
                                               jclass clazz, jmethodID methodID, ...);
 VEN_API KS_BOOL venCallStaticStringMethod(ksString** result, JNIEnv* env, lgStream* trace, jclass clazz,
                                           jmethodID methodID, ...);
+/** @} */
 
 VEN_EXTERN_C_END
 

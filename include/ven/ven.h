@@ -1,13 +1,9 @@
-/* ven: native modules' access to the Java virtual machine they run in.
- * The umbrella header: the whole public surface, with the ks and lg types. */
+/** @file
+ * ven: native modules' access to the Java virtual machine they run in.
+ * The umbrella header: the whole public surface, with the ks and lg types. Compiles as C11 and
+ * as C++. */
 #ifndef VEN_VEN_H
 #define VEN_VEN_H
-
-#include <jni.h>
-
-#include "ks/ks.h"
-#include "lg/lg.h"
-#include "ven/export.h"
 
 #include "ven/frame.h"
 #include "ven/wrapper.h"

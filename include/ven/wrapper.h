@@ -1,6 +1,26 @@
-/* The wrapper layer: one checked twin of each JNI environment function the library uses.
- * A broken argument or a broken JNI guarantee stops the process through ks___Abort; a Java
- * exception pending on entry is kept across a call that succeeds. */
+/** @file
+ * The wrapper layer: one checked twin `ven___X` of each JNI environment function X the library
+ * uses, with the JNI function's arguments and meaning. Modules normally call the integration
+ * layer instead; the wrappers are for code that wants JNI's own types and failure values.
+ *
+ * @par Fatal checks
+ * A broken argument or a broken JNI guarantee is a programming error: the wrapper stops the
+ * process through ks___Abort() with the path "source/ven/ven_wrapper", a line and the
+ * condition text: the argument's name for a pointer that must not be NULL ("env", "clazz",
+ * "obj") or the expression ("nMethods >= 0"). `env` is always checked first. An argument not
+ * named in a family's description may be NULL. A consistency check stops the process when no
+ * exception is pending although the result signals failure, with a message such as
+ * "(*env)->ExceptionCheck() == JNI_FALSE <> (*env)->NewGlobalRef() == NULL".
+ *
+ * @par The pending exception
+ * Except where a family says otherwise, a wrapper takes the exception pending on entry out of
+ * the way, makes the call, and asks `ExceptionCheck`: if the call raised, the new exception
+ * stays pending and the failure value is returned (NULL, or for a jint status a non-zero value);
+ * if not, the saved exception is thrown again and the result returned. So exactly one exception
+ * is pending afterwards when either was, the new one when both were. Functions that JNI does
+ * not allow to raise stop the process if they do ("(*env)->ExceptionCheck( env ) == JNI_FALSE").
+ * The releasing, deleting and exception functions are direct calls that leave the exception
+ * state alone. */
 #ifndef VEN_WRAPPER_H
 #define VEN_WRAPPER_H
 
@@ -8,16 +28,20 @@
 
 #include <jni.h>
 
-#include "ks/ks.h"
-#include "lg/lg.h"
 #include "ven/export.h"
 
 VEN_EXTERN_C_BEGIN
 
-/* Version: direct call. */
+/** JNI's GetVersion, a direct call. */
 VEN_API jint ven___GetVersion(JNIEnv* env);
 
-/* Exceptions: throwing, asking and clearing; the throws and the clear check the resulting state. */
+/** @name Exceptions
+ * @{ */
+/** JNI's exception functions. ven___Throw() and ven___ThrowNew() make their exception pending,
+ * replacing any, and stop the process if JNI refuses ("(*env)->Throw( env, throwable ) == 0") or
+ * nothing is pending afterwards; ven___ExceptionClear() stops it if an exception is still pending
+ * after the clear. ven___ExceptionOccurred() returns a new local reference or NULL;
+ * ven___FatalError() does not return; the others are direct calls. */
 VEN_API void ven___Throw(JNIEnv* env, jthrowable throwable);
 VEN_API void ven___ThrowNew(JNIEnv* env, jclass clazz, const char* message);
 VEN_API jthrowable ven___ExceptionOccurred(JNIEnv* env);
@@ -25,28 +49,52 @@ VEN_API void ven___ExceptionDescribe(JNIEnv* env);
 VEN_API void ven___ExceptionClear(JNIEnv* env);
 VEN_API void ven___FatalError(JNIEnv* env, const char* msg);
 VEN_API jboolean ven___ExceptionCheck(JNIEnv* env);
+/** @} */
 
-/* Classes: lookup by name; NULL with the exception pending when the class is not found. */
+/** The class named `name` ("java/lang/String") as a new local reference; NULL with the exception
+ * (NoClassDefFoundError) pending when it is not found. `name` is checked. */
 VEN_API jclass ven___FindClass(JNIEnv* env, const char* name);
 
-/* References: global, local and weak; deletions refuse NULL, ven___NewLocalRef(env, NULL) is NULL. */
+/** @name References
+ * @{ */
+/** Global, local and weak global references. The deletions are direct calls and refuse NULL (fatal
+ * check on the reference's name). ven___NewGlobalRef() refuses a NULL `obj` and returns NULL with
+ * the exception pending when the JVM cannot make one; ven___NewWeakGlobalRef() takes any `obj`.
+ * ven___NewLocalRef(env, NULL) is NULL; a non-NULL `ref` whose object is gone stops the process
+ * (message "ref != NULL <> (*env)->NewLocalRef(ref) == NULL"). */
 VEN_API jobject ven___NewGlobalRef(JNIEnv* env, jobject obj);
 VEN_API void ven___DeleteGlobalRef(JNIEnv* env, jobject globalRef);
 VEN_API void ven___DeleteLocalRef(JNIEnv* env, jobject localRef);
 VEN_API jobject ven___NewLocalRef(JNIEnv* env, jobject ref);
 VEN_API jweak ven___NewWeakGlobalRef(JNIEnv* env, jobject obj);
 VEN_API void ven___DeleteWeakGlobalRef(JNIEnv* env, jweak obj);
+/** @} */
 
-/* Local frames: a non-zero status exactly on failure; the pop keeps a pending exception pending. */
+/** @name Local frames
+ * @{ */
+/** ven___EnsureLocalCapacity() and ven___PushLocalFrame() return 0 on success and a non-zero status
+ * with the exception (OutOfMemoryError) pending on failure; a negative `capacity` is a fatal check
+ * ("capacity >= 0"). ven___PopLocalFrame() carries `result` (may be NULL) into the enclosing frame
+ * and returns its new local reference; a pending exception stays pending. */
 VEN_API jint ven___EnsureLocalCapacity(JNIEnv* env, jint capacity);
 VEN_API jint ven___PushLocalFrame(JNIEnv* env, jint capacity);
 VEN_API jobject ven___PopLocalFrame(JNIEnv* env, jobject result);
+/** @} */
 
-/* Native methods: jint status non-zero exactly when the call failed. */
+/** @name Native methods
+ * @{ */
+/** JNI's RegisterNatives and UnregisterNatives: 0 on success, a non-zero status exactly when the
+ * call failed with its exception pending. Fatal checks: "clazz", "methods", "nMethods >= 0". */
 VEN_API jint ven___RegisterNatives(JNIEnv* env, jclass clazz, const JNINativeMethod* methods, jint nMethods);
 VEN_API jint ven___UnregisterNatives(JNIEnv* env, jclass clazz);
+/** @} */
 
-/* Objects: creation (the variadic form forwards to its V twin), class and identity tests. */
+/** @name Objects
+ * @{ */
+/** Creation returns a new local reference, or NULL with the exception pending (a constructor that
+ * threw, OutOfMemoryError); `clazz` and `methodID` are checked, `args` is not; the variadic form
+ * forwards to its V twin. ven___GetObjectClass() (checks `obj`), ven___IsInstanceOf() (a NULL
+ * `obj` is an instance of every class) and ven___IsSameObject() do not raise. */
 VEN_API jobject ven___AllocObject(JNIEnv* env, jclass clazz);
 VEN_API jobject ven___NewObjectA(JNIEnv* env, jclass clazz, jmethodID methodID, const jvalue* args);
 VEN_API jobject ven___NewObjectV(JNIEnv* env, jclass clazz, jmethodID methodID, va_list args);
@@ -54,16 +102,29 @@ VEN_API jobject ven___NewObject(JNIEnv* env, jclass clazz, jmethodID methodID, .
 VEN_API jclass ven___GetObjectClass(JNIEnv* env, jobject obj);
 VEN_API jboolean ven___IsInstanceOf(JNIEnv* env, jobject obj, jclass clazz);
 VEN_API jboolean ven___IsSameObject(JNIEnv* env, jobject ref1, jobject ref2);
+/** @} */
 
-/* Monitors: ven___MonitorLeave calls JNI's MonitorExit and leaves a pending exception alone. */
+/** @name Monitors
+ * @{ */
+/** JNI's MonitorEnter and MonitorExit on `obj` (checked). ven___MonitorLeave() calls MonitorExit
+ * and leaves a pending exception alone; a monitor JNI refuses stops the process. */
 VEN_API void ven___MonitorEnter(JNIEnv* env, jobject obj);
 VEN_API void ven___MonitorLeave(JNIEnv* env, jobject obj);
+/** @} */
 
-/* Field lookups: NULL with the exception pending when the field is not found. */
+/** @name Field lookups
+ * @{ */
+/** The ID of field `name` with the JNI type signature `sig` ("I", "Ljava/lang/String;") in `clazz`;
+ * NULL with the exception (NoSuchFieldError) pending when there is none. `clazz`, `name` and `sig`
+ * are checked. */
 VEN_API jfieldID ven___GetFieldID(JNIEnv* env, jclass clazz, const char* name, const char* sig);
 VEN_API jfieldID ven___GetStaticFieldID(JNIEnv* env, jclass clazz, const char* name, const char* sig);
+/** @} */
 
-/* Instance field getters: an exception raised by the access stops the process. */
+/** @name Instance field getters
+ * @{ */
+/** The value of field `fieldID` of `obj`, in JNI's type; `obj` and `fieldID` are checked, and an
+ * exception raised by the access stops the process. A pending exception is kept. */
 VEN_API jobject ven___GetObjectField(JNIEnv* env, jobject obj, jfieldID fieldID);
 VEN_API jboolean ven___GetBooleanField(JNIEnv* env, jobject obj, jfieldID fieldID);
 VEN_API jbyte ven___GetByteField(JNIEnv* env, jobject obj, jfieldID fieldID);
@@ -73,8 +134,12 @@ VEN_API jint ven___GetIntField(JNIEnv* env, jobject obj, jfieldID fieldID);
 VEN_API jlong ven___GetLongField(JNIEnv* env, jobject obj, jfieldID fieldID);
 VEN_API jfloat ven___GetFloatField(JNIEnv* env, jobject obj, jfieldID fieldID);
 VEN_API jdouble ven___GetDoubleField(JNIEnv* env, jobject obj, jfieldID fieldID);
+/** @} */
 
-/* Instance field setters. */
+/** @name Instance field setters
+ * @{ */
+/** Stores `value` into field `fieldID` of `obj`; `obj` and `fieldID` are checked (an object `value`
+ * may be NULL). An exception raised by the access stops the process; a pending exception is kept. */
 VEN_API void ven___SetObjectField(JNIEnv* env, jobject obj, jfieldID fieldID, jobject value);
 VEN_API void ven___SetBooleanField(JNIEnv* env, jobject obj, jfieldID fieldID, jboolean value);
 VEN_API void ven___SetByteField(JNIEnv* env, jobject obj, jfieldID fieldID, jbyte value);
@@ -84,8 +149,11 @@ VEN_API void ven___SetIntField(JNIEnv* env, jobject obj, jfieldID fieldID, jint 
 VEN_API void ven___SetLongField(JNIEnv* env, jobject obj, jfieldID fieldID, jlong value);
 VEN_API void ven___SetFloatField(JNIEnv* env, jobject obj, jfieldID fieldID, jfloat value);
 VEN_API void ven___SetDoubleField(JNIEnv* env, jobject obj, jfieldID fieldID, jdouble value);
+/** @} */
 
-/* Static field getters. */
+/** @name Static field getters
+ * @{ */
+/** As the instance field getters, on the static field `fieldID` of `clazz` (checked). */
 VEN_API jobject ven___GetStaticObjectField(JNIEnv* env, jclass clazz, jfieldID fieldID);
 VEN_API jboolean ven___GetStaticBooleanField(JNIEnv* env, jclass clazz, jfieldID fieldID);
 VEN_API jbyte ven___GetStaticByteField(JNIEnv* env, jclass clazz, jfieldID fieldID);
@@ -95,8 +163,11 @@ VEN_API jint ven___GetStaticIntField(JNIEnv* env, jclass clazz, jfieldID fieldID
 VEN_API jlong ven___GetStaticLongField(JNIEnv* env, jclass clazz, jfieldID fieldID);
 VEN_API jfloat ven___GetStaticFloatField(JNIEnv* env, jclass clazz, jfieldID fieldID);
 VEN_API jdouble ven___GetStaticDoubleField(JNIEnv* env, jclass clazz, jfieldID fieldID);
+/** @} */
 
-/* Static field setters. */
+/** @name Static field setters
+ * @{ */
+/** As the instance field setters, on the static field `fieldID` of `clazz` (checked). */
 VEN_API void ven___SetStaticObjectField(JNIEnv* env, jclass clazz, jfieldID fieldID, jobject value);
 VEN_API void ven___SetStaticBooleanField(JNIEnv* env, jclass clazz, jfieldID fieldID, jboolean value);
 VEN_API void ven___SetStaticByteField(JNIEnv* env, jclass clazz, jfieldID fieldID, jbyte value);
@@ -106,12 +177,24 @@ VEN_API void ven___SetStaticIntField(JNIEnv* env, jclass clazz, jfieldID fieldID
 VEN_API void ven___SetStaticLongField(JNIEnv* env, jclass clazz, jfieldID fieldID, jlong value);
 VEN_API void ven___SetStaticFloatField(JNIEnv* env, jclass clazz, jfieldID fieldID, jfloat value);
 VEN_API void ven___SetStaticDoubleField(JNIEnv* env, jclass clazz, jfieldID fieldID, jdouble value);
+/** @} */
 
-/* Method lookups: NULL with the exception pending when the method is not found. */
+/** @name Method lookups
+ * @{ */
+/** The ID of method `name` with the JNI signature `sig` ("(I)V", "<init>" for constructors) in
+ * `clazz`; NULL with the exception (NoSuchMethodError) pending when there is none. `clazz`, `name`
+ * and `sig` are checked. */
 VEN_API jmethodID ven___GetMethodID(JNIEnv* env, jclass clazz, const char* name, const char* sig);
 VEN_API jmethodID ven___GetStaticMethodID(JNIEnv* env, jclass clazz, const char* name, const char* sig);
+/** @} */
 
-/* Virtual calls: JNI_FALSE, the exception pending and a zero *result when the method threw. */
+/** @name Virtual calls
+ * @{ */
+/** Call method `methodID` on `obj` with the arguments as a jvalue array (A), a va_list (V) or
+ * variadic (no suffix). The value goes to `*result` (checked: not NULL), the success flag is
+ * returned: JNI_TRUE and the value, or JNI_FALSE, the method's exception pending and a zero
+ * `*result` (NULL, 0, 0.0) when it threw. The object V and variadic forms delete the local
+ * reference `*result` held before; the A form overwrites it. `obj` and `methodID` are checked. */
 VEN_API jboolean ven___CallVoidMethodA(JNIEnv* env, jobject obj, jmethodID methodID, const jvalue* args);
 VEN_API jboolean ven___CallVoidMethodV(JNIEnv* env, jobject obj, jmethodID methodID, va_list args);
 VEN_API jboolean ven___CallVoidMethod(JNIEnv* env, jobject obj, jmethodID methodID, ...);
@@ -160,8 +243,12 @@ VEN_API jboolean ven___CallDoubleMethodA(jdouble* result, JNIEnv* env, jobject o
 VEN_API jboolean ven___CallDoubleMethodV(jdouble* result, JNIEnv* env, jobject obj, jmethodID methodID,
                                          va_list args);
 VEN_API jboolean ven___CallDoubleMethod(jdouble* result, JNIEnv* env, jobject obj, jmethodID methodID, ...);
+/** @} */
 
-/* Nonvirtual calls: as the virtual calls. */
+/** @name Non-virtual calls
+ * @{ */
+/** As the virtual calls, running the method of `clazz` (checked) on `obj` whatever its class
+ * overrides. */
 VEN_API jboolean ven___CallNonvirtualVoidMethodA(JNIEnv* env, jobject obj, jclass clazz, jmethodID methodID,
                                                  const jvalue* args);
 VEN_API jboolean ven___CallNonvirtualVoidMethodV(JNIEnv* env, jobject obj, jclass clazz, jmethodID methodID,
@@ -222,8 +309,11 @@ VEN_API jboolean ven___CallNonvirtualDoubleMethodV(jdouble* result, JNIEnv* env,
                                                    jmethodID methodID, va_list args);
 VEN_API jboolean ven___CallNonvirtualDoubleMethod(jdouble* result, JNIEnv* env, jobject obj, jclass clazz,
                                                   jmethodID methodID, ...);
+/** @} */
 
-/* Static calls: as the virtual calls. In all three, object V and variadic calls delete the old *result. */
+/** @name Static calls
+ * @{ */
+/** As the virtual calls, on the static method `methodID` of `clazz` (checked). */
 VEN_API jboolean ven___CallStaticVoidMethodA(JNIEnv* env, jclass clazz, jmethodID methodID,
                                              const jvalue* args);
 VEN_API jboolean ven___CallStaticVoidMethodV(JNIEnv* env, jclass clazz, jmethodID methodID, va_list args);
@@ -281,8 +371,16 @@ VEN_API jboolean ven___CallStaticDoubleMethodV(jdouble* result, JNIEnv* env, jcl
                                                va_list args);
 VEN_API jboolean ven___CallStaticDoubleMethod(jdouble* result, JNIEnv* env, jclass clazz, jmethodID methodID,
                                               ...);
+/** @} */
 
-/* Strings: creation, lengths, pinned characters, regions (JNI_FALSE on failure), critical access. */
+/** @name Strings
+ * @{ */
+/** JNI's string functions. Creation returns a new local reference or NULL with the exception
+ * pending (ven___NewString() accepts NULL characters only with `len` 0). The pinning functions
+ * return the characters or NULL with the exception pending; pass them back to the matching release
+ * function, which is a direct call. The region copies return JNI_TRUE, or JNI_FALSE with
+ * StringIndexOutOfBoundsException pending. Between ven___GetStringCritical() and
+ * ven___ReleaseStringCritical() call no other JNI function. */
 VEN_API jstring ven___NewString(JNIEnv* env, const jchar* unicodeChars, jsize len);
 VEN_API jsize ven___GetStringLength(JNIEnv* env, jstring string);
 VEN_API const jchar* ven___GetStringChars(JNIEnv* env, jstring string, jboolean* isCopy);
@@ -295,16 +393,26 @@ VEN_API jboolean ven___GetStringRegion(JNIEnv* env, jstring str, jsize start, js
 VEN_API jboolean ven___GetStringUTFRegion(JNIEnv* env, jstring str, jsize start, jsize len, char* buf);
 VEN_API const jchar* ven___GetStringCritical(JNIEnv* env, jstring string, jboolean* isCopy);
 VEN_API void ven___ReleaseStringCritical(JNIEnv* env, jstring string, const jchar* carray);
+/** @} */
 
-/* Arrays of any type: length, object arrays, critical access (mode 0, JNI_COMMIT or JNI_ABORT). */
+/** @name Arrays of any type
+ * @{ */
+/** The length of any array; object arrays (creation filled with `initialElement`, which may be
+ * NULL, while a negative `length` and a NULL `elementClass` are fatal checks; storing one element: JNI_FALSE with the exception pending when `index` is out of bounds or
+ * `value` does not fit the element type); and the critical pair, between which no other JNI
+ * function may be called (release mode 0, JNI_COMMIT or JNI_ABORT). */
 VEN_API jsize ven___GetArrayLength(JNIEnv* env, jarray array);
 VEN_API jobjectArray ven___NewObjectArray(JNIEnv* env, jsize length, jclass elementClass,
                                           jobject initialElement);
 VEN_API jboolean ven___SetObjectArrayElement(JNIEnv* env, jobjectArray array, jsize index, jobject value);
 VEN_API void* ven___GetPrimitiveArrayCritical(JNIEnv* env, jarray array, jboolean* isCopy);
 VEN_API void ven___ReleasePrimitiveArrayCritical(JNIEnv* env, jarray array, void* carray, jint mode);
+/** @} */
 
-/* Primitive array creation: NULL with the exception pending when the array cannot be made. */
+/** @name Primitive array creation
+ * @{ */
+/** A new array of `length` zero elements as a local reference; a negative `length` is a fatal
+ * check ("length >= 0"); NULL with OutOfMemoryError pending when it cannot be made. */
 VEN_API jbooleanArray ven___NewBooleanArray(JNIEnv* env, jsize length);
 VEN_API jbyteArray ven___NewByteArray(JNIEnv* env, jsize length);
 VEN_API jcharArray ven___NewCharArray(JNIEnv* env, jsize length);
@@ -313,8 +421,13 @@ VEN_API jintArray ven___NewIntArray(JNIEnv* env, jsize length);
 VEN_API jlongArray ven___NewLongArray(JNIEnv* env, jsize length);
 VEN_API jfloatArray ven___NewFloatArray(JNIEnv* env, jsize length);
 VEN_API jdoubleArray ven___NewDoubleArray(JNIEnv* env, jsize length);
+/** @} */
 
-/* Primitive array elements: pinning (NULL with the exception pending on failure). */
+/** @name Primitive array pinning
+ * @{ */
+/** The elements of `array` (checked), pinned or copied (`*isCopy` tells which when `isCopy` is not
+ * NULL); NULL with the exception pending on failure. Give them back with the matching release
+ * function. */
 VEN_API jboolean* ven___GetBooleanArrayElements(JNIEnv* env, jbooleanArray array, jboolean* isCopy);
 VEN_API jbyte* ven___GetByteArrayElements(JNIEnv* env, jbyteArray array, jboolean* isCopy);
 VEN_API jchar* ven___GetCharArrayElements(JNIEnv* env, jcharArray array, jboolean* isCopy);
@@ -323,8 +436,14 @@ VEN_API jint* ven___GetIntArrayElements(JNIEnv* env, jintArray array, jboolean* 
 VEN_API jlong* ven___GetLongArrayElements(JNIEnv* env, jlongArray array, jboolean* isCopy);
 VEN_API jfloat* ven___GetFloatArrayElements(JNIEnv* env, jfloatArray array, jboolean* isCopy);
 VEN_API jdouble* ven___GetDoubleArrayElements(JNIEnv* env, jdoubleArray array, jboolean* isCopy);
+/** @} */
 
-/* Primitive array elements: release (mode 0, JNI_COMMIT or JNI_ABORT); a pending exception stays. */
+/** @name Primitive array release
+ * @{ */
+/** Gives elements from the pinning functions back (`array` and `elems` checked): mode 0 copies
+ * back and frees, JNI_COMMIT copies back and keeps, JNI_ABORT frees without copying; any other
+ * mode is a fatal check ("mode == 0 || mode == JNI_COMMIT || mode == JNI_ABORT"). A pending
+ * exception stays. */
 VEN_API void ven___ReleaseBooleanArrayElements(JNIEnv* env, jbooleanArray array, jboolean* elems, jint mode);
 VEN_API void ven___ReleaseByteArrayElements(JNIEnv* env, jbyteArray array, jbyte* elems, jint mode);
 VEN_API void ven___ReleaseCharArrayElements(JNIEnv* env, jcharArray array, jchar* elems, jint mode);
@@ -333,8 +452,12 @@ VEN_API void ven___ReleaseIntArrayElements(JNIEnv* env, jintArray array, jint* e
 VEN_API void ven___ReleaseLongArrayElements(JNIEnv* env, jlongArray array, jlong* elems, jint mode);
 VEN_API void ven___ReleaseFloatArrayElements(JNIEnv* env, jfloatArray array, jfloat* elems, jint mode);
 VEN_API void ven___ReleaseDoubleArrayElements(JNIEnv* env, jdoubleArray array, jdouble* elems, jint mode);
+/** @} */
 
-/* Primitive array regions read: JNI_FALSE with the exception pending when out of bounds. */
+/** @name Primitive array region reads
+ * @{ */
+/** Copies `len` elements from index `start` of `array` into `buf` (both checked); JNI_TRUE, or
+ * JNI_FALSE with ArrayIndexOutOfBoundsException pending when the region is out of bounds. */
 VEN_API jboolean ven___GetBooleanArrayRegion(JNIEnv* env, jbooleanArray array, jsize start, jsize len,
                                              jboolean* buf);
 VEN_API jboolean ven___GetByteArrayRegion(JNIEnv* env, jbyteArray array, jsize start, jsize len, jbyte* buf);
@@ -347,8 +470,11 @@ VEN_API jboolean ven___GetFloatArrayRegion(JNIEnv* env, jfloatArray array, jsize
                                            jfloat* buf);
 VEN_API jboolean ven___GetDoubleArrayRegion(JNIEnv* env, jdoubleArray array, jsize start, jsize len,
                                             jdouble* buf);
+/** @} */
 
-/* Primitive array regions written: as the reads. */
+/** @name Primitive array region writes
+ * @{ */
+/** Copies `len` elements from `buf` into `array` at index `start`; results as the region reads. */
 VEN_API jboolean ven___SetBooleanArrayRegion(JNIEnv* env, jbooleanArray array, jsize start, jsize len,
                                              const jboolean* buf);
 VEN_API jboolean ven___SetByteArrayRegion(JNIEnv* env, jbyteArray array, jsize start, jsize len,
@@ -365,6 +491,7 @@ VEN_API jboolean ven___SetFloatArrayRegion(JNIEnv* env, jfloatArray array, jsize
                                            const jfloat* buf);
 VEN_API jboolean ven___SetDoubleArrayRegion(JNIEnv* env, jdoubleArray array, jsize start, jsize len,
                                             const jdouble* buf);
+/** @} */
 
 VEN_EXTERN_C_END
 

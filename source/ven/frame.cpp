@@ -2,9 +2,14 @@
 // failure here is a programming error of the embedding code and stops the process.
 #include "ven/frame.h"
 
+#include <jni.h>
+
+#include "ven/checks.hpp"
+
 namespace {
 
-constexpr const char* kIntegrationPath = "source/ven/ven_integration";
+// The frame's stops report the integration unit's name.
+constexpr ven::FatalChecks fatalCheck{"source/ven/ven_integration"};
 
 // The one registered machine. Written without synchronisation by design: the
 // embedding code registers it before any thread asks for an environment.
@@ -28,13 +33,6 @@ constexpr int attachDaemonEnv = 70;
 constexpr int detachVm = 76; // ours, as above
 constexpr int detachStatus = 78;
 } // namespace line
-
-inline void fatalCheck(bool holds, int line, const char* condition)
-{
-    if (!holds) [[unlikely]] {
-        ks___Abort(nullptr, kIntegrationPath, line, condition);
-    }
-}
 
 JavaVM* registeredVm(int line)
 {

@@ -1,6 +1,7 @@
 // The module unit: the descriptor, record and version string that the module
 // framework reads, and the start-up and shutdown that run every unit's own.
-#include "build_info.h"
+#include "ks/ks.h"
+#include "ven/build_info.h"
 #include "ven/frame.h"
 
 namespace {

@@ -107,20 +107,49 @@ TEST_F(Strings, Conversions)
 }
 
 // A failed fetch and ill-formed text (an AssertionError, thrown only after the characters
-// went back) both keep the result; every text obtained, ours or the trace's, goes back.
+// went back) both keep the result; every text obtained, ours or the trace's, goes back. Short
+// text is copied out with a region call, long text is read in the critical region.
 TEST_F(Strings, ToKsStringFailuresKeepTheResult)
 {
+    std::u16string longText(300, u'\u00e9');
+    longText[299] = 0xD83D;
     const jchar unpaired[] = {'x', 0xD83D, 'y'};
-    // clang-format off
-    const struct { bool inject; jstring text; const char* function; const char* exception; const char* message; } rows[] = {
-        {true, jstr(env, "abc"), "venGetStringCritical", "java.lang.OutOfMemoryError", "injected by FaultEnv"},
-        {false, env->NewString(unpaired, 3), "venStringToKsString", "java.lang.AssertionError",
-         "venStringToKsString: Invalid UTF16 String."}};
-    // clang-format on
+    const jstring shortText = jstr(env, "abc");
+    const jstring longValid = env->NewString(reinterpret_cast<const jchar*>(longText.data()), 299);
+    const jstring longUnpaired = env->NewString(reinterpret_cast<const jchar*>(longText.data()), 300);
+    const char* const kOome = "java.lang.OutOfMemoryError";
+    const char* const kInjected = "injected by FaultEnv";
+    const char* const kAssertion = "java.lang.AssertionError";
+    const char* const kInvalid = "venStringToKsString: Invalid UTF16 String.";
+    using Inject = void (*)(FaultEnv&);
+    const Inject none = nullptr;
+    const Inject region = [](FaultEnv& f) {
+        f.raiseOutOfMemory<&JNINativeInterface_::GetStringRegion>(FaultEnv::Calls::nth(1));
+    };
+    const Inject critical = [](FaultEnv& f) {
+        f.raiseOutOfMemory<&JNINativeInterface_::GetStringCritical>(FaultEnv::Calls::nth(1));
+    };
+    const struct {
+        Inject inject;
+        jstring text;
+        bool pins; // the conversion itself holds the characters in the critical region
+        const char* function;
+        const char* exception;
+        const char* message;
+    } rows[] = {
+        {.inject = region, .text = shortText, .pins = false, .function = "venGetStringRegion", .exception = kOome,
+         .message = kInjected},
+        {.inject = critical, .text = longValid, .pins = false, .function = "venGetStringCritical", .exception = kOome,
+         .message = kInjected},
+        {.inject = none, .text = env->NewString(unpaired, 3), .pins = false, .function = "venStringToKsString",
+         .exception = kAssertion, .message = kInvalid},
+        {.inject = none, .text = longUnpaired, .pins = true, .function = "venStringToKsString", .exception = kAssertion,
+         .message = kInvalid},
+    };
     for (const auto& row : rows) {
         FaultEnv fault(env);
-        if (row.inject) {
-            fault.raiseOutOfMemory<&JNINativeInterface_::GetStringCritical>(FaultEnv::Calls::nth(1));
+        if (row.inject != nullptr) {
+            row.inject(fault);
         }
         Trace trace;
         KsRef<ksString> held(ksStringCreateFromCstr("held", -1));
@@ -130,9 +159,11 @@ TEST_F(Strings, ToKsStringFailuresKeepTheResult)
         EXPECT_EQ(trace.lines(), Lines{std::string("[") + row.function + "()] Exception: " + row.exception +
                                        ": " + row.message});
         const Lines trail = fault.trail();
-        EXPECT_EQ(std::ranges::count(trail, "ReleaseStringCritical") + row.inject,
+        EXPECT_EQ(std::ranges::count(trail, "ReleaseStringCritical") + (row.inject == critical),
                   std::ranges::count(trail, "GetStringCritical"));
-        EXPECT_LT(std::ranges::find(trail, "ReleaseStringCritical"), std::ranges::find(trail, "ThrowNew"));
+        if (row.pins) {
+            EXPECT_LT(std::ranges::find(trail, "ReleaseStringCritical"), std::ranges::find(trail, "ThrowNew"));
+        }
         ExpectPending(env, row.exception, row.message);
     }
 }

@@ -1,11 +1,12 @@
 // The UTF-16 routines of the String unit and the integration layer's range checks: the rules
-// at their edges, the fatal checks, and a generated property (with a round trip via Java).
+// at their edges, the fatal checks, and both conversions through Java against the reference.
 #include <optional>
 #include <random>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "support/utf16_reference.hpp"
 #include "support/ven_test.hpp"
 #include "ven/ven.h"
 
@@ -23,23 +24,6 @@ KS_INT gLength;
 // clang-format off
 const CodePoints gBeyond = [] { CodePoints c(40, 0x41); c[33] = 0xA10000; c[39] = 0xFFFFFFFF; return c; }();
 // clang-format on
-
-// The decoding rule written as plainly as possible; nullopt for ill-formed input.
-std::optional<CodePoints> referenceDecode(const Units& units)
-{
-    CodePoints out;
-    for (std::size_t i = 0; i < units.size(); ++i) {
-        if (units[i] < 0xD800 || units[i] > 0xDBFF) {
-            out.push_back(units[i]);
-        } else if (i + 1 < units.size() && units[i + 1] >= 0xDC00 && units[i + 1] <= 0xDFFF) {
-            out.push_back(0x10000u + ((units[i] - 0xD800u) << 10) + (units[i + 1] - 0xDC00u));
-            ++i;
-        } else {
-            return std::nullopt;
-        }
-    }
-    return out;
-}
 
 // nullopt on failure, which must leave the sentinel outputs as they were.
 std::optional<CodePoints> decode(const Units& units)
@@ -131,50 +115,72 @@ TEST(Utf16, FatalChecks)
     }
 }
 
-// Generated texts of every length up to 70 (across the vector block edges) with pairs,
-// lone surrogates of both kinds and plain units: decoding agrees with the reference, and
-// what decodes encodes back to the same units, also on the way Java -> ksString -> Java.
+// Generated texts with pairs, lone surrogates of both kinds and plain units, of every length
+// across the vector blocks and around the longest text copied through the stack (longer ones are
+// read in the critical region): Java -> ksString gives the reference's code points or refuses as
+// it does, and ksString -> Java gives the units back.
 using Utf16Java = ven::test::JvmTest;
-TEST_F(Utf16Java, GeneratedTextsAgreeWithTheReference)
+TEST_F(Utf16Java, ConversionsAgreeWithTheReference)
 {
     std::mt19937 random(20261123);
-    auto pick = [&](unsigned low, unsigned high) {
+    auto draw = [&](unsigned low, unsigned high) {
         return static_cast<char16_t>(std::uniform_int_distribution<unsigned>(low, high)(random));
     };
+    std::vector<std::size_t> lengths;
+    for (std::size_t length = 1; length <= 40; ++length) {
+        lengths.push_back(length);
+    }
+    for (std::size_t length : {250, 255, 256, 257, 258, 300, 700}) {
+        lengths.push_back(length);
+    }
     int refused = 0;
-    for (std::size_t length = 0; length <= 70; ++length) {
-        for (unsigned repeat = 0; repeat < 40; ++repeat) {
+    for (std::size_t length : lengths) {
+        for (unsigned repeat = 0; repeat < 16; ++repeat) {
             const unsigned pairPercent = repeat % 4 * 15;
-            const unsigned lonePercent = repeat % 8 < 4 ? 0 : 2;
+            const unsigned lonePercent = repeat % 8 < 4 ? 0 : (length > 200 ? 1 : 3);
             Units units;
             while (units.size() < length) {
-                const unsigned roll = pick(0, 99);
-                const char16_t plain = pick(0, 0xF7FF);
-                if (roll < pairPercent) {
-                    units.insert(units.end(), {pick(0xD800, 0xDBFF), pick(0xDC00, 0xDFFF)});
+                const unsigned roll = draw(0, 999) / 10;
+                const char16_t plain = draw(0, 0xF7FF);
+                if (roll < pairPercent && units.size() + 1 < length) {
+                    units.insert(units.end(), {draw(0xD800, 0xDBFF), draw(0xDC00, 0xDFFF)});
                 } else {
-                    units.push_back(roll < pairPercent + lonePercent ? pick(0xD800, 0xDFFF)
-                                    : plain < 0xD800                 ? plain
-                                                                     : plain + 0x800);
+                    units.push_back(draw(0, 999) < lonePercent * 10 ? draw(0xD800, 0xDFFF)
+                                    : plain < 0xD800                ? plain
+                                                                    : plain + 0x800);
                 }
             }
             SCOPED_TRACE(testing::PrintToString(units));
-            const std::optional<CodePoints> expected = referenceDecode(units);
-            ASSERT_EQ(decode(units), expected);
-            if (!expected) {
-                ++refused;
-                continue;
-            }
-            ASSERT_EQ(encode(*expected), units);
+            const auto expected = ven::test::referenceDecode(
+                reinterpret_cast<const std::uint16_t*>(units.data()), units.size());
             ven::test::TestFrame frame(env);
             ven::test::KsRef<ksString> text;
+            const KS_BOOL converted =
+                venStringToKsString(text.out(), env, nullptr, ven::test::jstr(env, units));
+            if (!expected) {
+                ++refused;
+                ASSERT_EQ(converted, KS_FALSE);
+                env->ExceptionClear();
+                continue;
+            }
+            ASSERT_EQ(converted, KS_TRUE);
+            ASSERT_EQ(CodePoints(ksStringBacking(text), ksStringBacking(text) + ksStringLength(text)),
+                      *expected);
             jstring back = nullptr;
-            ASSERT_EQ(venStringToKsString(text.out(), env, nullptr, ven::test::jstr(env, units)), KS_TRUE);
             ASSERT_EQ(venStringFromKsString(&back, env, nullptr, text), KS_TRUE);
             ASSERT_EQ(ven::test::units(env, back), units);
         }
     }
-    EXPECT_GT(refused, 300);
+    EXPECT_GT(refused, 50);
+    // A leading unit beyond 16 bits stops the encoding on the stack as on the heap.
+    for (const std::size_t length : {40, 300}) {
+        CodePoints beyond(length, 0x1F600);
+        beyond[length - 2] = 0xA10000;
+        ven::test::KsRef<ksString> text(ksStringCreateFromChars(beyond.data(), static_cast<KS_INT>(length)));
+        jstring back = nullptr;
+        EXPECT_VEN_ABORT(venStringFromKsString(&back, env, nullptr, text), kStringPath, 174,
+                         "VEN_KS_CHAR_TO_JCHAR_CONV_OK( hi )");
+    }
 }
 
 // The four range checks at their bounds.

@@ -1,259 +1,178 @@
-// The UTF-16 routines without a JVM, on each architecture's own vector path: the block edges,
-// every surrogate value, long BMP runs against the rule written plainly, and the fatal checks.
+// The UTF-16 codecs without a JVM: every kernel this processor runs (portable, the baseline
+// vectors, AVX2 and AVX-512 where present) against the plain reference at every position around
+// its blocks. The routines' checks over them are tested with the String unit (tests/core).
 #include <gtest/gtest.h>
 
-#include <cstddef>
+#include <algorithm>
 #include <optional>
-#include <string>
-#include <vector>
 
-#include "ks/ks.h"
-#include "ven/java/lang/string.h"
+#include "support/utf16_reference.hpp"
+#include "ven/java/lang/utf16.hpp"
 
 namespace
 {
 
-using Units = std::vector<jchar>;
-using CodePoints = std::vector<KS_CHAR>;
+using ven::test::CodePoints;
+using ven::test::referenceDecode;
+using ven::test::referenceEncode;
+using ven::test::Utf16Units;
+namespace utf16 = ven::utf16;
 
-std::optional<CodePoints> referenceDecode(const jchar* units, std::size_t n)
-{
-    CodePoints out;
-    for (std::size_t i = 0; i < n; ++i) {
-        if (units[i] < 0xD800 || units[i] > 0xDBFF) {
-            out.push_back(units[i]);
-        } else if (i + 1 < n && units[i + 1] >= 0xDC00 && units[i + 1] <= 0xDFFF) {
-            out.push_back(0x10000u + ((units[i] - 0xD800u) << 10) + (units[i + 1] - 0xDC00u));
-            ++i;
-        } else {
-            return std::nullopt;
-        }
-    }
-    return out;
-}
+// Plain units that strain lane arithmetic: zero, the sign bit of a 16-bit lane, the neighbours
+// of the surrogate range and the largest unit.
+constexpr std::uint16_t kPlain[] = {0x0041, 0x0000, 0x7FFF, 0x8000, 0xD7FF,
+                                    0xE000, 0xF7FF, 0xF800, 0xFFFF, 0x4E2D};
 
-Units referenceEncode(const CodePoints& codePoints)
+Utf16Units plainText(std::size_t length, std::size_t shift)
 {
-    Units out;
-    for (KS_CHAR c : codePoints) {
-        if (c <= 0xFFFF) {
-            out.push_back(static_cast<jchar>(c));
-        } else {
-            out.push_back(static_cast<jchar>(0xD800 + ((c - 0x10000) >> 10)));
-            out.push_back(static_cast<jchar>(0xDC00 + (c & 0x3FF)));
-        }
-    }
-    return out;
-}
-
-std::optional<CodePoints> decode(const jchar* units, std::size_t n)
-{
-    KS_CHAR* chars = nullptr;
-    KS_INT length = -1;
-    if (ven___JCharsToChars(&chars, &length, units, static_cast<KS_INT>(n)) == KS_FALSE) {
-        return std::nullopt;
-    }
-    CodePoints result(chars, chars + length);
-    ksMemFree(chars);
-    return result;
-}
-std::optional<CodePoints> decode(const Units& units)
-{
-    return decode(units.data(), units.size());
-}
-
-Units encode(const KS_CHAR* codePoints, std::size_t n)
-{
-    jchar* units = nullptr;
-    KS_INT length = -1;
-    ven___CharsToJChars(&units, &length, codePoints, static_cast<KS_INT>(n));
-    Units result(units, units + length);
-    ksMemFree(units);
-    return result;
-}
-Units encode(const CodePoints& codePoints)
-{
-    return encode(codePoints.data(), codePoints.size());
-}
-
-// Plain units that strain lane arithmetic: zero, the sign bit of a 16-bit lane, the
-// neighbours of the surrogate range and the largest unit.
-constexpr jchar kPlain[] = {0x0041, 0x0000, 0x7FFF, 0x8000, 0xD7FF, 0xE000, 0xF7FF, 0xF800, 0xFFFF, 0x4E2D};
-constexpr std::size_t kLengths[] = {1, 2, 15, 16, 17, 18, 31, 32, 33, 34, 47, 48, 49, 64, 65, 80};
-
-Units plainText(std::size_t length, std::size_t shift)
-{
-    Units units(length);
+    Utf16Units units(length);
     for (std::size_t i = 0; i < length; ++i) {
         units[i] = kPlain[(i + shift) % std::size(kPlain)];
     }
     return units;
 }
 
-// A short sequence of units placed at every position of texts of every length around the
-// blocks (a pair at 15 straddles the first block's end): refused or not, the code point count,
-// the exact result against the plain rule, and what decodes encodes back to the same units.
-TEST(PortableUtf16, SurrogatesAtEveryPosition)
+std::optional<CodePoints> decode(const utf16::Kernel& kernel, const Utf16Units& units)
 {
-    // clang-format off
-    const struct { const char* name; Units insert; bool refused; std::size_t pairs; } rows[] = {
-        {"pair", {0xD83D, 0xDE00}, false, 1},          {"lowest pair", {0xD800, 0xDC00}, false, 1},
-        {"highest pair", {0xDBFF, 0xDFFF}, false, 1},   {"two pairs", {0xD800, 0xDFFF, 0xDBFF, 0xDC00}, false, 2},
-        {"lone low", {0xDC00}, false, 0},               {"lone high low end", {0xDFFF}, false, 0},
-        {"lone high", {0xDBFF}, true, 0},               {"high before plain", {0xD800, 0x0041}, true, 0},
-        {"reversed pair", {0xDC00, 0xD800}, true, 0},   {"high high low", {0xD800, 0xD800, 0xDC00}, true, 0}};
-    // clang-format on
-    for (const auto& row : rows) {
-        for (std::size_t length : kLengths) {
-            for (std::size_t pos = 0; pos + row.insert.size() <= length; ++pos) {
-                Units units = plainText(length, pos);
-                std::copy(row.insert.begin(), row.insert.end(), units.begin() + static_cast<std::ptrdiff_t>(pos));
-                SCOPED_TRACE(testing::Message() << row.name << " at " << pos << " of " << length);
-                const std::optional<CodePoints> got = decode(units);
-                ASSERT_EQ(!got, row.refused);
-                ASSERT_EQ(got, referenceDecode(units.data(), units.size()));
-                if (got) {
-                    ASSERT_EQ(got->size(), length - row.pairs);
-                    ASSERT_EQ(encode(*got), units);
-                }
-            }
-        }
+    CodePoints out(units.size());
+    const utf16::Count count =
+        kernel.decode(out.data(), units.data(), static_cast<utf16::Count>(units.size()));
+    if (count == utf16::kIllFormed) {
+        return std::nullopt;
     }
+    out.resize(static_cast<std::size_t>(count));
+    return out;
 }
 
-// Every one of the 2048 surrogate values at the block edges of a 48-unit text: a high one
-// with its low partner gives the code point the two encode, a low one stays itself.
-TEST(PortableUtf16, EverySurrogateValueAtBlockEdges)
+// Counted, then encoded into exactly the counted units; a stop other than the end is reported.
+std::optional<Utf16Units> encode(const utf16::Kernel& kernel, const CodePoints& codePoints,
+                                 utf16::Count slack = 0, utf16::EncodeStop* stop = nullptr)
 {
-    for (unsigned unit = 0xD800; unit <= 0xDFFF; ++unit) {
-        const bool high = unit < 0xDC00;
-        const KS_CHAR partner = 0xDC00 + (unit & 0x3FF);
-        const KS_CHAR expected = high ? 0x10000 + ((unit - 0xD800) << 10) + (partner - 0xDC00) : unit;
-        for (std::size_t pos : {0, 14, 15, 16, 17, 31, 32, 46}) {
-            Units units = plainText(48, unit);
-            units[pos] = static_cast<jchar>(unit);
-            if (high) {
-                units[pos + 1] = static_cast<jchar>(partner);
-            }
-            SCOPED_TRACE(testing::Message() << std::hex << unit << " at " << std::dec << pos);
-            const std::optional<CodePoints> got = decode(units);
-            ASSERT_TRUE(got);
-            ASSERT_EQ(got->size(), high ? 47u : 48u);
-            ASSERT_EQ((*got)[pos], expected);
-            ASSERT_EQ(CodePoints(got->begin(), got->begin() + static_cast<std::ptrdiff_t>(pos)),
-                      CodePoints(units.begin(), units.begin() + static_cast<std::ptrdiff_t>(pos)));
-            ASSERT_EQ(encode(*got), units);
-        }
+    const auto length = static_cast<utf16::Count>(codePoints.size());
+    const utf16::Count count = kernel.encodedLength(codePoints.data(), length) - slack;
+    Utf16Units out(static_cast<std::size_t>(std::max<utf16::Count>(count, 0)) + 64, 0xBEEF);
+    const utf16::EncodeResult result = kernel.encode(out.data(), count, codePoints.data(), length);
+    if (stop != nullptr) {
+        *stop = result.stop;
     }
+    EXPECT_TRUE(std::all_of(out.begin() + count, out.end(), [](std::uint16_t u) { return u == 0xBEEF; }))
+        << "a unit written beyond the count";
+    if (result.stop != utf16::EncodeStop::done) {
+        return std::nullopt;
+    }
+    EXPECT_EQ(result.written, count);
+    out.resize(static_cast<std::size_t>(count));
+    return out;
 }
 
-// Every BMP value outside the surrogates in one run, read from each of 17 misaligned starts
-// (so each length ends at another place in a block), decodes unit for unit and encodes back;
-// the same run with a lone high surrogate as its last unit is refused after all its blocks.
-TEST(PortableUtf16, LongBmpRuns)
-{
-    Units run;
-    for (unsigned unit = 0; unit <= 0xFFFF; ++unit) {
-        if (unit < 0xD800 || unit > 0xDFFF) {
-            run.push_back(static_cast<jchar>(unit));
-        }
-    }
-    ASSERT_EQ(run.size(), 63488u);
-    for (std::size_t offset = 0; offset <= 16; ++offset) {
-        SCOPED_TRACE(offset);
-        const jchar* units = run.data() + offset;
-        const std::size_t length = run.size() - offset;
-        const std::optional<CodePoints> got = decode(units, length);
-        ASSERT_TRUE(got);
-        ASSERT_EQ(*got, CodePoints(units, units + length));
-        ASSERT_EQ(encode(got->data(), got->size()), Units(units, units + length));
-    }
-    run.back() = 0xDBFF;
-    EXPECT_FALSE(decode(run));
-    run.back() = 0xDFFF;
-    const std::optional<CodePoints> lowAtEnd = decode(run);
-    ASSERT_TRUE(lowAtEnd);
-    EXPECT_EQ(lowAtEnd->back(), 0xDFFFu);
-}
+// Lengths around the 16-unit blocks and the 8-lane groups, and positions at every place in them.
+constexpr std::size_t kLengths[] = {1, 2, 7, 8, 9, 15, 16, 17, 18, 31, 32, 33, 34, 47, 48, 49, 64, 65, 80};
 
-// Supplementary code points at every position around the blocks, alone and with a second one
-// in the last place (in the scalar tail when the length is not a multiple of 16): each adds one
-// unit, the pairs are the plain rule's, and lone surrogate values among them pass unchanged.
-TEST(PortableUtf16, EncodeSupplementaryAtEveryPosition)
+// Units placed at every position of texts of every length: refused or decoded exactly as the
+// reference does, counted and encoded back to the same units; then the same as code points among
+// plain ones, encoded as the reference does, stopped where it stops.
+TEST(Utf16Kernels, AgreeWithTheReferenceAtEveryPosition)
 {
-    for (KS_CHAR supplementary : {0x10000u, 0x1F600u, 0x10FFFFu}) {
+    const Utf16Units inserts[] = {
+        {0xD83D, 0xDE00},
+        {0xD800, 0xDC00},
+        {0xDBFF, 0xDFFF},
+        {0xD800, 0xDFFF, 0xDBFF, 0xDC00}, // pairs
+        {0xDC00},
+        {0xDFFF},
+        {0xDC00, 0xD800, 0xDC00}, // lone lows
+        {0xDBFF},
+        {0xD800, 0x0041},
+        {0xDC00, 0xD800},
+        {0xD800, 0xD800, 0xDC00}, // refused
+    };
+    const std::uint32_t codePoints[] = {0x10000,  0x1F600,  0x10FFFF, 0xD800,    0xDFFF,
+                                        0x110000, 0xA0FFFF, 0xA10000, 0xFFFFFFFF};
+    for (const utf16::Kernel* kernel : utf16::available()) {
         for (std::size_t length : kLengths) {
             for (std::size_t pos = 0; pos < length; ++pos) {
-                for (bool secondAtEnd : {false, true}) {
-                    const Units plain = plainText(length, pos);
-                    CodePoints codePoints(plain.begin(), plain.end());
-                    codePoints[length / 2] = 0xDC00 + static_cast<KS_CHAR>(pos); // a lone surrogate value
-                    codePoints[pos] = supplementary;
-                    if (secondAtEnd) {
-                        codePoints.back() = 0x10437;
+                SCOPED_TRACE(testing::Message() << kernel->name << ": at " << pos << " of " << length);
+                for (const Utf16Units& insert : inserts) {
+                    if (pos + insert.size() > length) {
+                        continue;
                     }
-                    SCOPED_TRACE(testing::Message() << std::hex << supplementary << std::dec << " at " << pos
-                                                    << " of " << length << (secondAtEnd ? " and at the end" : ""));
-                    const Units got = encode(codePoints);
-                    ASSERT_EQ(got.size(), length + 1 + (secondAtEnd && pos + 1 < length ? 1 : 0));
-                    ASSERT_EQ(got, referenceEncode(codePoints));
+                    Utf16Units units = plainText(length, pos);
+                    std::copy(insert.begin(), insert.end(), units.begin() + static_cast<std::ptrdiff_t>(pos));
+                    const std::optional<CodePoints> got = decode(*kernel, units);
+                    ASSERT_EQ(got, referenceDecode(units)) << "inserted " << testing::PrintToString(insert);
+                    if (got) {
+                        ASSERT_EQ(encode(*kernel, *got), units);
+                    }
+                }
+                for (std::uint32_t value : codePoints) {
+                    const Utf16Units plain = plainText(length, pos);
+                    CodePoints text(plain.begin(), plain.end());
+                    text[pos] = value;
+                    text[length - 1 - pos / 2] = 0x1F600 + static_cast<std::uint32_t>(pos); // a second one
+                    const ven::test::ReferenceEncoding expected = referenceEncode(text);
+                    utf16::EncodeStop stop{};
+                    const std::optional<Utf16Units> got = encode(*kernel, text, 0, &stop);
+                    ASSERT_EQ(got.has_value(), expected.complete) << std::hex << value;
+                    if (got) {
+                        ASSERT_EQ(*got, expected.units) << std::hex << value;
+                        // One unit short of the count: stopped before writing beyond it (a count
+                        // of one unit per code point tells the kernel that the text is all BMP).
+                        if (got->size() - 1 != length) {
+                            ASSERT_FALSE(encode(*kernel, text, 1, &stop));
+                            ASSERT_EQ(stop, utf16::EncodeStop::beyondCount);
+                        }
+                    } else {
+                        ASSERT_EQ(stop, utf16::EncodeStop::leadingUnitTooLarge);
+                    }
                 }
             }
         }
     }
 }
 
-struct Aborted {
-    std::string path;
-    int line;
-    std::string condition;
-};
-
-[[noreturn]] void throwAborted(const char*, const char* path, int line, const char* condition)
+// Every one of the 2048 surrogate values at the edges of blocks and groups: a high one with its
+// low partner gives the code point the two encode, a low one stays itself.
+TEST(Utf16Kernels, EverySurrogateValueAtBlockEdges)
 {
-    throw Aborted{path != nullptr ? path : "", line, condition != nullptr ? condition : ""};
+    for (const utf16::Kernel* kernel : utf16::available()) {
+        for (std::uint16_t unit = 0xD800; unit <= 0xDFFF; ++unit) {
+            for (std::size_t pos : {0, 7, 8, 14, 15, 16, 17, 31, 32, 46}) {
+                Utf16Units units = plainText(48, unit);
+                units[pos] = unit;
+                if (unit < 0xDC00) {
+                    units[pos + 1] = static_cast<std::uint16_t>(0xDC00 + (unit & 0x3FF));
+                }
+                SCOPED_TRACE(testing::Message() << kernel->name << ": " << std::hex << unit << " at " << pos);
+                const std::optional<CodePoints> got = decode(*kernel, units);
+                ASSERT_TRUE(got && got == referenceDecode(units));
+                ASSERT_EQ(encode(*kernel, *got), units);
+            }
+        }
+    }
 }
 
-// A fatal check leaves through the hook from inside the vector loops (a code point whose
-// leading unit does not fit, at the block edges) and from the argument checks; the library
-// stays usable afterwards.
-TEST(PortableUtf16, FatalChecksLeaveThroughTheHook)
+// Every BMP value outside the surrogates in one run, from 17 misaligned starts: unit for unit both
+// ways; with a lone high surrogate as its last unit the whole run is refused.
+TEST(Utf16Kernels, LongBmpRuns)
 {
-    const ksAbortHook previous = ksAbortSetHook(&throwAborted);
-    KS_CHAR* chars = nullptr;
-    jchar* units = nullptr;
-    KS_INT length = 0;
-    const jchar unit = 0x41;
-    auto abortOf = [](auto&& call) -> std::optional<Aborted> {
-        try {
-            call();
-        } catch (const Aborted& aborted) {
-            return aborted;
+    Utf16Units run;
+    for (unsigned unit = 0; unit <= 0xFFFF; ++unit) {
+        if (unit < 0xD800 || unit > 0xDFFF) {
+            run.push_back(static_cast<std::uint16_t>(unit));
         }
-        return std::nullopt;
-    };
-    struct Row {
-        std::size_t pos;
-        std::size_t length;
-    };
-    for (const Row row : {Row{0, 1}, Row{15, 40}, Row{16, 40}, Row{17, 40}, Row{33, 40}, Row{39, 40}}) {
-        CodePoints codePoints(row.length, 0x41);
-        codePoints[row.pos] = 0xFFFFFFFF;
-        const std::optional<Aborted> aborted =
-            abortOf([&] { ven___CharsToJChars(&units, &length, codePoints.data(), static_cast<KS_INT>(row.length)); });
-        ASSERT_TRUE(aborted) << row.pos;
-        EXPECT_EQ(aborted->path, "source/ven/java/lang/ven_string");
-        EXPECT_EQ(aborted->line, 174) << row.pos;
-        EXPECT_EQ(aborted->condition, "VEN_KS_CHAR_TO_JCHAR_CONV_OK( hi )");
     }
-    const std::optional<Aborted> decodeArgument = abortOf([&] { ven___JCharsToChars(&chars, &length, &unit, -1); });
-    ASSERT_TRUE(decodeArgument);
-    EXPECT_EQ(decodeArgument->line, 101);
-    const std::optional<Aborted> encodeArgument = abortOf([&] { ven___CharsToJChars(nullptr, &length, nullptr, 1); });
-    ASSERT_TRUE(encodeArgument);
-    EXPECT_EQ(encodeArgument->line, 149);
-    ksAbortSetHook(previous);
-    EXPECT_EQ(encode(CodePoints{0x41, 0x1F600}), (Units{0x41, 0xD83D, 0xDE00}));
+    for (const utf16::Kernel* kernel : utf16::available()) {
+        for (std::size_t offset = 0; offset <= 16; ++offset) {
+            SCOPED_TRACE(testing::Message() << kernel->name << " from " << offset);
+            const Utf16Units units(run.begin() + static_cast<std::ptrdiff_t>(offset), run.end());
+            const std::optional<CodePoints> got = decode(*kernel, units);
+            ASSERT_TRUE(got && std::equal(got->begin(), got->end(), units.begin(), units.end()));
+            ASSERT_EQ(encode(*kernel, *got), units);
+        }
+        Utf16Units refused = run;
+        refused.back() = 0xDBFF;
+        EXPECT_FALSE(decode(*kernel, refused)) << kernel->name;
+    }
 }
 
 } // namespace

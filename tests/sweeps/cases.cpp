@@ -7,14 +7,14 @@
 #include <string>
 #include <type_traits>
 
-#include "../../source/ven/integration/array_table.hpp"
-#include "../../source/ven/integration/call_table.hpp"
-#include "../../source/ven/integration/field_table.hpp"
-#include "../../source/ven/integration/string_table.hpp"
-#include "../../source/ven/java/lang/boxed_table.hpp"
-#include "../../source/ven/java/lang/throwable_table.hpp"
-#include "../../source/ven/java/util/collection_table.hpp"
 #include "sweep.hpp"
+#include "ven/integration/array_table.hpp"
+#include "ven/integration/call_table.hpp"
+#include "ven/integration/field_table.hpp"
+#include "ven/integration/string_table.hpp"
+#include "ven/java/lang/boxed_table.hpp"
+#include "ven/java/lang/throwable_table.hpp"
+#include "ven/java/util/collection_table.hpp"
 
 namespace ven::sweeps
 {
@@ -234,7 +234,9 @@ const std::vector<std::string> kConversionResultCheck = {"venStringToKsString: r
 const std::vector<std::string> kArrayLengthCheck = {"venGetArrayLength: array != NULL"};
 
 // Floors of success paths: a call the wrapper convention guards (the exception query before and
-// after it), a call it does not guard, and the conversion of a Java string's text.
+// after it), a call it does not guard, and the conversion of a short Java string's text. A
+// composed operation asks once that nothing is pending, then pays only the queries its calls'
+// own checks need.
 std::vector<std::string> guarded(const std::string& call)
 {
     return {"ExceptionOccurred", call, "ExceptionCheck"};
@@ -245,8 +247,8 @@ std::vector<std::string> unguarded(const std::string& call)
     return {call};
 }
 
-const std::vector<std::string> kTextConversion =
-    guarded("GetStringLength") + guarded("GetStringCritical") + unguarded("ReleaseStringCritical");
+const std::vector<std::string> kTextConversion = {"ExceptionCheck", "GetStringLength", "ExceptionCheck",
+                                                  "GetStringRegion", "ExceptionCheck"};
 
 // The class found, a method looked up on it and called, the class let go.
 std::vector<std::string> throughClass(const char* classCall, const char* lookUp, const char* call)
@@ -307,8 +309,8 @@ Case fieldCase(const char* name, const char* callee, const char* rangeCondition)
         row.floor = guarded("Get" + objectMember) + kTextConversion + unguarded("DeleteLocalRef");
         row.blocks = 1;
     } else if constexpr (kind == FieldKind::SetString) {
-        row.floor = guarded("NewString") + guarded("Set" + objectMember) + unguarded("DeleteLocalRef");
-        row.blocks = 1;
+        row.floor = unguarded("ExceptionCheck") + unguarded("NewString") + guarded("Set" + objectMember) +
+                    unguarded("DeleteLocalRef");
     }
     if constexpr (kind != FieldKind::GetString) {
         row.cannotFail = text ? "the text of a ksString always makes a Java string but for want of memory"
@@ -951,10 +953,9 @@ std::vector<Case> oneOffs()
                  });
              },
          .checks = checksOf("venNewStringArrayFromKsVector", {"result != NULL", "vec != NULL"}),
-         .floor = guarded("FindClass") + guarded("NewObjectArray") + guarded("NewString") +
-                  guarded("SetObjectArrayElement") + unguarded("DeleteLocalRef") + guarded("NewString") +
-                  guarded("SetObjectArrayElement") + unguarded("DeleteLocalRef") + unguarded("DeleteLocalRef"),
-         .blocks = 2,
+         .floor = {"ExceptionCheck", "FindClass", "NewObjectArray", "NewString", "SetObjectArrayElement",
+                   "ExceptionCheck", "DeleteLocalRef", "NewString", "SetObjectArrayElement", "ExceptionCheck",
+                   "DeleteLocalRef", "DeleteLocalRef"},
          .cannotFail = "the strings and the array fail only for want of memory",
          .delivers = 1},
         {.name = "venNewByteArrayFromBuffer",
@@ -1086,7 +1087,7 @@ std::vector<Case> oneOffs()
                  });
              },
          .checks = {"venStringFromKsString: result != ((void *)0)"},
-         .blocks = 1,
+         .floor = {"ExceptionCheck", "NewString"},
          .cannotFail = "a new string fails only for want of memory",
          .delivers = 1},
     };

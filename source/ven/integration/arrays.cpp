@@ -1,19 +1,27 @@
 // Integration arrays: length, object arrays, the five functions of each primitive element
 // type (create, pin, release, region read, region write) and the critical pair. Lengths,
 // indexes and start positions are range-tested to jsize; element data passes unconverted.
-#include "integration/array_table.hpp"
-#include "integration/convention.hpp"
+#include <jni.h>
+
+#include "ks/ks.h"
+#include "lg/lg.h"
+#include "ven/arrays.h"
+#include "ven/checks.hpp"
+#include "ven/integration.h"
+#include "ven/integration/array_table.hpp"
+#include "ven/integration/convention.hpp"
+#include "ven/integration/settled.hpp"
+#include "ven/wrapper.h"
+#include "ven/wrapper/settled.hpp"
 
 namespace ven::integration
 {
 namespace
 {
 
-// Modes 0, JNI_COMMIT and JNI_ABORT are 0, 1 and 2: unsigned, every negative mode is above them.
 Requirement releaseMode(jint mode)
 {
-    return {static_cast<unsigned>(mode) <= static_cast<unsigned>(JNI_ABORT),
-            "mode == 0 || mode == JNI_COMMIT || mode == JNI_ABORT"};
+    return {isReleaseMode(mode), kReleaseModeCondition};
 }
 
 template <auto Create, typename Array>
@@ -150,8 +158,12 @@ extern "C" KS_BOOL venGetArrayLength(KS_INT* result, JNIEnv* env, lgStream* trac
     return KS_TRUE;
 }
 
-extern "C" KS_BOOL venNewObjectArray(jobjectArray* result, JNIEnv* env, lgStream* trace, KS_INT length,
-                                     jclass elementClass, jobject initialElement)
+namespace
+{
+
+template <jobjectArray (*create)(JNIEnv*, jsize, jclass, jobject)>
+KS_BOOL newObjectArray(jobjectArray* result, JNIEnv* env, lgStream* trace, KS_INT length, jclass elementClass,
+                       jobject initialElement)
 {
     constexpr const char* function = "venNewObjectArray";
     if (!checkArguments(env, trace, function,
@@ -161,13 +173,12 @@ extern "C" KS_BOOL venNewObjectArray(jobjectArray* result, JNIEnv* env, lgStream
                          {elementClass != nullptr, "elementClass != NULL"}})) {
         return KS_FALSE;
     }
-    return deliverLocalRefOrFail(
-        env, trace, function, result,
-        ven___NewObjectArray(env, static_cast<jsize>(length), elementClass, initialElement));
+    return deliverLocalRefOrFail(env, trace, function, result,
+                                 create(env, static_cast<jsize>(length), elementClass, initialElement));
 }
 
-extern "C" KS_BOOL venSetObjectArrayElement(JNIEnv* env, lgStream* trace, jobjectArray array, KS_INT index,
-                                            jobject value)
+template <jboolean (*store)(JNIEnv*, jobjectArray, jsize, jobject)>
+KS_BOOL setObjectArrayElement(JNIEnv* env, lgStream* trace, jobjectArray array, KS_INT index, jobject value)
 {
     constexpr const char* function = "venSetObjectArrayElement";
     if (!checkArguments(env, trace, function,
@@ -175,8 +186,36 @@ extern "C" KS_BOOL venSetObjectArrayElement(JNIEnv* env, lgStream* trace, jobjec
                          VEN_RANGE_REQUIREMENT(VEN_KS_INT_TO_JSIZE_CONV_OK, index)})) {
         return KS_FALSE;
     }
-    if (ven___SetObjectArrayElement(env, array, static_cast<jsize>(index), value) != JNI_TRUE) {
+    if (store(env, array, static_cast<jsize>(index), value) != JNI_TRUE) {
         return jniFailure(env, trace, function);
     }
     return KS_TRUE;
+}
+
+} // namespace
+
+extern "C" KS_BOOL venNewObjectArray(jobjectArray* result, JNIEnv* env, lgStream* trace, KS_INT length,
+                                     jclass elementClass, jobject initialElement)
+{
+    return newObjectArray<ven___NewObjectArray>(result, env, trace, length, elementClass, initialElement);
+}
+
+extern "C" KS_BOOL venSetObjectArrayElement(JNIEnv* env, lgStream* trace, jobjectArray array, KS_INT index,
+                                            jobject value)
+{
+    return setObjectArrayElement<ven___SetObjectArrayElement>(env, trace, array, index, value);
+}
+
+KS_BOOL ven::integration::settled::newObjectArray(jobjectArray* result, JNIEnv* env, lgStream* trace,
+                                                  KS_INT length, jclass elementClass, jobject initialElement)
+{
+    return ::newObjectArray<ven::wrapper::settled::NewObjectArray>(result, env, trace, length, elementClass,
+                                                                   initialElement);
+}
+
+KS_BOOL ven::integration::settled::setObjectArrayElement(JNIEnv* env, lgStream* trace, jobjectArray array,
+                                                         KS_INT index, jobject value)
+{
+    return ::setObjectArrayElement<ven::wrapper::settled::SetObjectArrayElement>(env, trace, array, index,
+                                                                                 value);
 }

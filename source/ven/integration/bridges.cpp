@@ -1,29 +1,61 @@
 // Array bridges: whole vectors of strings, buffers and plain arrays moved across in one
 // call. They compose integration functions and ks operations only; the functions they call
 // report and trace their own failures under their own names.
-#include <algorithm>
 #include <cstring>
 
-#include "integration/convention.hpp"
+#include <jni.h>
+
+#include "ks/ks.h"
+#include "lg/lg.h"
+#include "ven/arrays.h"
+#include "ven/bridges.h"
+#include "ven/integration.h"
+#include "ven/integration/convention.hpp"
+#include "ven/integration/settled.hpp"
+#include "ven/java/lang/string.h"
+#include "ven/java/lang/string_unit.hpp"
 
 using namespace ven::integration;
 
-extern "C" KS_BOOL venNewStringArrayFromKsVector(jobjectArray* result, JNIEnv* env, lgStream* trace,
-                                                 ksVector* vec)
+namespace
 {
-    if (!checkArguments(env, trace, "venNewStringArrayFromKsVector",
-                        {{result != nullptr, "result != NULL"}, {vec != nullptr, "vec != NULL"}})) {
-        return KS_FALSE;
+
+// The calls the bridge composes: the exported ones, or their settled twins when nothing was pending
+// at the start.
+struct Exported {
+    static constexpr auto getClass = venStringGetClass;
+    static constexpr auto newObjectArray = venNewObjectArray;
+    static constexpr auto setObjectArrayElement = venSetObjectArrayElement;
+    static constexpr auto fromKsString = venStringFromKsString;
+};
+
+struct Settled {
+    static constexpr auto getClass = ven::java_lang::settled::stringGetClass;
+    static constexpr auto newObjectArray = ven::integration::settled::newObjectArray;
+    static constexpr auto setObjectArrayElement = ven::integration::settled::setObjectArrayElement;
+    // A NULL element stays a NULL entry of the array.
+    static KS_BOOL fromKsString(jstring* result, JNIEnv* env, lgStream* trace, ksString* text)
+    {
+        if (text == nullptr) {
+            deliverLocalRef(env, result, static_cast<jstring>(nullptr));
+            return KS_TRUE;
+        }
+        return ven::java_lang::settled::stringFromKsString(result, env, trace, text);
     }
+};
+
+template <typename Calls>
+KS_BOOL newStringArray(jobjectArray* result, JNIEnv* env, lgStream* trace, ksVector* vec)
+{
     const KS_INT length = ksVectorLength(vec);
     jclass stringClass = nullptr;
     jstring element = nullptr;
-    bool ok = venStringGetClass(&stringClass, env, trace) &&
-              venNewObjectArray(result, env, trace, length, stringClass, nullptr);
+    bool ok = Calls::getClass(&stringClass, env, trace) &&
+              Calls::newObjectArray(result, env, trace, length, stringClass, nullptr);
     for (KS_INT index = 0; ok && index < length; ++index) {
         ksString* text = ksStringFrom(ksVectorObjAt(vec, index));
-        ok = venStringFromKsString(&element, env, trace, text) &&
-             venSetObjectArrayElement(env, trace, *result, index, element);
+        ok = Calls::fromKsString(&element, env, trace, text) &&
+             Calls::setObjectArrayElement(env, trace, *result, index, element);
         ksObjRelease(text);
         // Once the array holds it, the element's own reference goes: with the class and the
         // array that is three local references at most, however long the vector.
@@ -37,6 +69,21 @@ extern "C" KS_BOOL venNewStringArrayFromKsVector(jobjectArray* result, JNIEnv* e
         return KS_FALSE;
     }
     return KS_TRUE;
+}
+
+} // namespace
+
+extern "C" KS_BOOL venNewStringArrayFromKsVector(jobjectArray* result, JNIEnv* env, lgStream* trace,
+                                                 ksVector* vec)
+{
+    if (!checkArguments(env, trace, "venNewStringArrayFromKsVector",
+                        {{result != nullptr, "result != NULL"}, {vec != nullptr, "vec != NULL"}})) {
+        return KS_FALSE;
+    }
+    if (ven::integration::settled::nothingPending(env)) {
+        return newStringArray<Settled>(result, env, trace, vec);
+    }
+    return newStringArray<Exported>(result, env, trace, vec);
 }
 
 // Reports its own argument failures under the name of the function it grew out of.

@@ -3,11 +3,23 @@
 // (argument failure, JNI failure) that every integration function ends in.
 #include <cstdarg>
 
-#include "integration/convention.hpp"
+#include <jni.h>
+
+#include "ks/ks.h"
+#include "lg/lg.h"
+#include "ven/integration.h"
+#include "ven/integration/convention.hpp"
+#include "ven/integration/settled.hpp"
+#include "ven/java/lang/throwables.h"
+#include "ven/wrapper.h"
+#include "ven/wrapper/settled.hpp"
 
 namespace ven::integration
 {
 
+// The argument failure is IllegalArgumentException's own C-string throw, the one a module
+// calls too, so that a refused argument reads and traces alike whoever throws it. It is the
+// integration layer's only call into class support besides the String unit.
 KS_BOOL argumentFailure(JNIEnv* env, lgStream* trace, const char* function, const char* condition)
 {
     venIllegalArgumentExceptionThrowUseMessageCstr(env, trace, function, condition);
@@ -68,7 +80,22 @@ char* composeExceptionMessage(const char* methodName, const char* message)
     return composed;
 }
 
+template <jclass (*lookUp)(JNIEnv*, const char*)>
+KS_BOOL findClass(jclass* result, JNIEnv* env, lgStream* trace, const char* name)
+{
+    if (!checkArguments(env, trace, "venFindClass",
+                        {{result != nullptr, "result != NULL"}, {name != nullptr, "name != NULL"}})) {
+        return KS_FALSE;
+    }
+    return deliverLocalRefOrFail(env, trace, "venFindClass", result, lookUp(env, name));
+}
+
 } // namespace
+
+KS_BOOL ven::integration::settled::findClass(jclass* result, JNIEnv* env, lgStream* trace, const char* name)
+{
+    return ::findClass<ven::wrapper::settled::FindClass>(result, env, trace, name);
+}
 
 extern "C" {
 
@@ -81,11 +108,7 @@ VEN_API void venDeleteLocalRef(JNIEnv* env, jobject localRef)
 
 VEN_API KS_BOOL venFindClass(jclass* result, JNIEnv* env, lgStream* trace, const char* name)
 {
-    if (!checkArguments(env, trace, "venFindClass",
-                        {{result != nullptr, "result != NULL"}, {name != nullptr, "name != NULL"}})) {
-        return KS_FALSE;
-    }
-    return deliverLocalRefOrFail(env, trace, "venFindClass", result, ven___FindClass(env, name));
+    return findClass<ven___FindClass>(result, env, trace, name);
 }
 
 VEN_API KS_BOOL venThrowNew(JNIEnv* env, lgStream* trace, jclass clazz, const char* message,

@@ -1,8 +1,17 @@
 // Integration functions for Java strings. Apart from the two creating functions they
 // come in families (lengths, pinning, release, regions) that differ only in the
 // wrapper function and the character type: one template per family, one row each.
-#include "integration/convention.hpp"
-#include "integration/string_table.hpp"
+#include <jni.h>
+
+#include "ks/ks.h"
+#include "lg/lg.h"
+#include "ven/integration.h"
+#include "ven/integration/convention.hpp"
+#include "ven/integration/settled.hpp"
+#include "ven/integration/string_table.hpp"
+#include "ven/strings.h"
+#include "ven/wrapper.h"
+#include "ven/wrapper/settled.hpp"
 
 using namespace ven::integration;
 
@@ -69,7 +78,55 @@ KS_BOOL stringRegion(const char* function, JNIEnv* env, lgStream* trace, jstring
     return KS_TRUE;
 }
 
+template <jstring (*create)(JNIEnv*, const jchar*, jsize)>
+KS_BOOL newString(jstring* result, JNIEnv* env, lgStream* trace, const jchar* unicodeChars, KS_INT len)
+{
+    if (!checkArguments(env, trace, "venNewString",
+                        {{result != nullptr, "result != NULL"},
+                         {unicodeChars != nullptr || len == 0, "unicodeChars != NULL || len == 0"},
+                         {len >= 0, "len >= 0"},
+                         VEN_RANGE_REQUIREMENT(VEN_KS_INT_TO_JSIZE_CONV_OK, len)})) {
+        return KS_FALSE;
+    }
+    return deliverLocalRefOrFail(env, trace, "venNewString", result,
+                                 create(env, unicodeChars, static_cast<jsize>(len)));
+}
+
 } // namespace
+
+namespace ven::integration::settled
+{
+
+namespace wrapper = ven::wrapper::settled;
+
+bool nothingPending(JNIEnv* env)
+{
+    return ven___ExceptionCheck(env) == JNI_FALSE;
+}
+
+KS_BOOL getStringLength(KS_INT* result, JNIEnv* env, lgStream* trace, jstring string)
+{
+    return stringLength<wrapper::GetStringLength>("venGetStringLength", result, env, trace, string);
+}
+
+KS_BOOL getStringCritical(const jchar** result, JNIEnv* env, lgStream* trace, jstring string, KS_BOOL* isCopy)
+{
+    return pinString<jchar, wrapper::GetStringCritical>("venGetStringCritical", result, env, trace, string,
+                                                        isCopy);
+}
+
+KS_BOOL getStringRegion(JNIEnv* env, lgStream* trace, jstring str, jsize start, jsize len, jchar* buf)
+{
+    return stringRegion<jchar, wrapper::GetStringRegion>("venGetStringRegion", env, trace, str, start, len,
+                                                         buf);
+}
+
+KS_BOOL newString(jstring* result, JNIEnv* env, lgStream* trace, const jchar* unicodeChars, KS_INT len)
+{
+    return ::newString<wrapper::NewString>(result, env, trace, unicodeChars, len);
+}
+
+} // namespace ven::integration::settled
 
 #define VEN_DEFINE_STRING_LENGTH(name, wrapper)                                                              \
     VEN_API KS_BOOL name(KS_INT* result, JNIEnv* env, lgStream* trace, jstring string)                       \
@@ -100,15 +157,7 @@ extern "C" {
 VEN_API KS_BOOL venNewString(jstring* result, JNIEnv* env, lgStream* trace, const jchar* unicodeChars,
                              KS_INT len)
 {
-    if (!checkArguments(env, trace, "venNewString",
-                        {{result != nullptr, "result != NULL"},
-                         {unicodeChars != nullptr || len == 0, "unicodeChars != NULL || len == 0"},
-                         {len >= 0, "len >= 0"},
-                         VEN_RANGE_REQUIREMENT(VEN_KS_INT_TO_JSIZE_CONV_OK, len)})) {
-        return KS_FALSE;
-    }
-    return deliverLocalRefOrFail(env, trace, "venNewString", result,
-                                 ven___NewString(env, unicodeChars, static_cast<jsize>(len)));
+    return newString<ven___NewString>(result, env, trace, unicodeChars, len);
 }
 
 VEN_API KS_BOOL venNewStringUTF(jstring* result, JNIEnv* env, lgStream* trace, const char* bytes)

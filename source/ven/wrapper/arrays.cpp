@@ -1,6 +1,42 @@
 // Wrappers for the JNI array functions: the five functions of each primitive element type,
 // one table row per type, and the length, object-array and critical functions.
+#include <jni.h>
+
+#include "ven/wrapper.h"
 #include "ven/wrapper/convention.hpp"
+#include "ven/wrapper/settled.hpp"
+
+namespace ven::wrapper
+{
+
+template <typename Guard>
+jobjectArray newObjectArray(JNIEnv* env, jsize length, jclass elementClass, jobject initialElement)
+{
+    checkRequired(4051, {{env, "env"}});
+    check(length >= 0, 4052, "length >= 0");
+    checkRequired(4053, {{elementClass, "elementClass"}});
+    return checkedResult<&Jni::NewObjectArray, Guard>(env, {4065, VEN_NULL_RESULT_MESSAGE(NewObjectArray)},
+                                                      length, elementClass, initialElement);
+}
+
+template <typename Guard>
+jboolean setObjectArrayElement(JNIEnv* env, jobjectArray array, jsize index, jobject value)
+{
+    checkRequired(4080, {{env, "env"}, {array, "array"}});
+    return flagged<&Jni::SetObjectArrayElement, Guard>(env, array, index, value);
+}
+
+jobjectArray settled::NewObjectArray(JNIEnv* env, jsize length, jclass elementClass, jobject initialElement)
+{
+    return newObjectArray<NothingPending>(env, length, elementClass, initialElement);
+}
+
+jboolean settled::SetObjectArrayElement(JNIEnv* env, jobjectArray array, jsize index, jobject value)
+{
+    return setObjectArrayElement<NothingPending>(env, array, index, value);
+}
+
+} // namespace ven::wrapper
 
 using namespace ven::wrapper;
 
@@ -40,7 +76,7 @@ using namespace ven::wrapper;
     VEN_API void ven___Release##Type##ArrayElements(JNIEnv* env, type##Array array, type* elems, jint mode)  \
     {                                                                                                        \
         checkRequired(releaseLine, {{env, "env"}, {array, "array"}, {elems, "elems"}});                      \
-        check(isReleaseMode(mode), releaseLine + 3, kReleaseModeCondition);                                  \
+        check(ven::isReleaseMode(mode), releaseLine + 3, ven::kReleaseModeCondition);                        \
         callJni<&Jni::Release##Type##ArrayElements>(env, array, elems, mode);                                \
     }                                                                                                        \
     VEN_API jboolean ven___Get##Type##ArrayRegion(JNIEnv* env, type##Array array, jsize start, jsize len,    \
@@ -69,17 +105,12 @@ VEN_API jsize ven___GetArrayLength(JNIEnv* env, jarray array)
 VEN_API jobjectArray ven___NewObjectArray(JNIEnv* env, jsize length, jclass elementClass,
                                           jobject initialElement)
 {
-    checkRequired(4051, {{env, "env"}});
-    check(length >= 0, 4052, "length >= 0");
-    checkRequired(4053, {{elementClass, "elementClass"}});
-    return checkedResult<&Jni::NewObjectArray>(env, {4065, VEN_NULL_RESULT_MESSAGE(NewObjectArray)}, length,
-                                               elementClass, initialElement);
+    return newObjectArray<SavedException>(env, length, elementClass, initialElement);
 }
 
 VEN_API jboolean ven___SetObjectArrayElement(JNIEnv* env, jobjectArray array, jsize index, jobject value)
 {
-    checkRequired(4080, {{env, "env"}, {array, "array"}});
-    return flagged<&Jni::SetObjectArrayElement>(env, array, index, value);
+    return setObjectArrayElement<SavedException>(env, array, index, value);
 }
 
 VEN_API void* ven___GetPrimitiveArrayCritical(JNIEnv* env, jarray array, jboolean* isCopy)
@@ -92,7 +123,7 @@ VEN_API void* ven___GetPrimitiveArrayCritical(JNIEnv* env, jarray array, jboolea
 VEN_API void ven___ReleasePrimitiveArrayCritical(JNIEnv* env, jarray array, void* carray, jint mode)
 {
     checkRequired(5083, {{env, "env"}, {array, "array"}, {carray, "carray"}});
-    check(isReleaseMode(mode), 5086, kReleaseModeCondition);
+    check(ven::isReleaseMode(mode), 5086, ven::kReleaseModeCondition);
     callJni<&Jni::ReleasePrimitiveArrayCritical>(env, array, carray, mode);
 }
 

@@ -1,24 +1,25 @@
-// The wrapper layer's rules, each written once: the fatal check, the consistency check, the
-// saved pending exception and one template per kind of wrapper (direct, checked-result,
-// non-raising, flagged). The family files build every exported wrapper from these.
+// The wrapper layer's rules, each written once: its fatal and consistency checks (over the
+// library's one stop), the saved pending exception and one template per kind of wrapper
+// (direct, checked-result, non-raising, flagged). The family files build every exported
+// wrapper from these.
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 #include <type_traits>
 #include <utility>
 
-#include "ven/wrapper.h"
+#include <jni.h>
+
+#include "ven/checks.hpp"
 
 namespace ven::wrapper
 {
 
-// The unit's name that every stop of this layer reports.
-inline constexpr const char* kSourcePath = "source/ven/ven_wrapper";
+// Every stop of this layer reports the unit's name.
+inline constexpr FatalChecks check{"source/ven/ven_wrapper"};
 
 inline constexpr const char* kNoExceptionCondition = "(*env)->ExceptionCheck( env ) == JNI_FALSE";
 inline constexpr const char* kExceptionRaisedCondition = "(*env)->ExceptionCheck( env ) == JNI_TRUE";
-inline constexpr const char* kReleaseModeCondition = "mode == 0 || mode == JNI_COMMIT || mode == JNI_ABORT";
 
 // The usual consistency messages: no exception pending, yet the result signals failure.
 #define VEN_NULL_RESULT_MESSAGE(member)                                                                      \
@@ -27,19 +28,7 @@ inline constexpr const char* kReleaseModeCondition = "mode == 0 || mode == JNI_C
 
 using Jni = JNINativeInterface_;
 
-// --- Stopping the process ------------------------------------------------------------------
-// Out of line and cold, so that a check on the fast path is one test and a branch not taken.
-// Neither is noexcept: a test's abort hook leaves them by throwing.
-
-[[noreturn, gnu::cold, gnu::noinline]] void failCheck(int line, const char* condition);
-[[noreturn, gnu::cold, gnu::noinline]] void failConsistency(int line, const char* message);
-
-inline void check(bool holds, int line, const char* condition)
-{
-    if (!holds) [[unlikely]] {
-        failCheck(line, condition);
-    }
-}
+// --- Argument checks -----------------------------------------------------------------------
 
 // A pointer argument that must not be NULL; a failure reports its name.
 struct Required {
@@ -56,12 +45,6 @@ template <std::size_t N> inline void checkRequired(int line, const Required (&ar
         (check(arguments[I].pointer != nullptr, line + static_cast<int>(I), arguments[I].name), ...);
     }
     (std::make_index_sequence<N>{});
-}
-
-// JNI accepts 0, JNI_COMMIT and JNI_ABORT; compared unsigned, so a negative mode fails too.
-inline bool isReleaseMode(jint mode)
-{
-    return static_cast<std::uint32_t>(mode) <= JNI_ABORT;
 }
 
 // --- Calling JNI ---------------------------------------------------------------------------
@@ -120,9 +103,30 @@ class SavedException
         }
     }
 
+    // Every result is confirmed by the query after the call.
+    static constexpr bool kTrustsNonNullResult = false;
+
   private:
     JNIEnv* env_;
     jthrowable saved_;
+};
+
+// The guard of a call inside a composed operation that asked once, before its first call, that
+// nothing is pending: no query before the call and nothing to restore, so a run of calls pays one
+// query in all instead of one pair each. JNI returns NULL from a reference or pointer function
+// exactly when it raised, so a non-NULL result needs no query after the call either.
+class NothingPending
+{
+  public:
+    explicit NothingPending(JNIEnv* env) : env_(env) {}
+
+    bool callRaised() const { return exceptionPending(env_); }
+    void restore() const {}
+
+    static constexpr bool kTrustsNonNullResult = true;
+
+  private:
+    JNIEnv* env_;
 };
 
 // --- The kinds -----------------------------------------------------------------------------
@@ -136,13 +140,18 @@ struct Consistency {
 // Checked-result call: a reference, ID or pointer (NULL on failure) or a jint status
 // (non-zero on failure). After a raised exception a status that JNI left at 0 becomes -1,
 // so that the caller sees a non-zero status exactly when the call failed.
-template <auto Member, typename... Args>
+template <auto Member, typename Guard = SavedException, typename... Args>
 inline JniResult<Member> checkedResult(JNIEnv* env, Consistency consistency, Args... args)
 {
     using Result = JniResult<Member>;
     static_assert(std::is_pointer_v<Result> || std::is_same_v<Result, jint>);
-    SavedException saved(env);
+    Guard saved(env);
     Result result = callJni<Member>(env, args...);
+    if constexpr (std::is_pointer_v<Result> && Guard::kTrustsNonNullResult) {
+        if (result != nullptr) [[likely]] {
+            return result;
+        }
+    }
     if (saved.callRaised()) [[unlikely]] {
         if constexpr (std::is_pointer_v<Result>) {
             return nullptr;
@@ -157,7 +166,7 @@ inline JniResult<Member> checkedResult(JNIEnv* env, Consistency consistency, Arg
         signalsFailure = result != 0;
     }
     if (signalsFailure) [[unlikely]] {
-        failConsistency(consistency.line, consistency.message);
+        check.inconsistent(consistency.line, consistency.message);
     }
     saved.restore();
     return result;
@@ -173,7 +182,7 @@ struct NullResultCheck {
     void verify(const void* result) const
     {
         if (result == nullptr) [[unlikely]] {
-            failConsistency(consistency.line, consistency.message);
+            check.inconsistent(consistency.line, consistency.message);
         }
     }
 };
@@ -183,17 +192,17 @@ struct NegativeResultCheck {
     void verify(jint result) const
     {
         if (result < 0) [[unlikely]] {
-            failConsistency(consistency.line, consistency.message);
+            check.inconsistent(consistency.line, consistency.message);
         }
     }
 };
 
 // Non-raising call: JNI promises no exception here, so one stops the process; an optional
 // check of the result follows.
-template <auto Member, typename ResultCheck, typename... Args>
+template <auto Member, typename Guard = SavedException, typename ResultCheck, typename... Args>
 inline JniResult<Member> nonRaising(JNIEnv* env, int exceptionLine, ResultCheck resultCheck, Args... args)
 {
-    SavedException saved(env);
+    Guard saved(env);
     if constexpr (std::is_void_v<JniResult<Member>>) {
         callJni<Member>(env, args...);
         check(!saved.callRaised(), exceptionLine, kNoExceptionCondition);
@@ -208,9 +217,10 @@ inline JniResult<Member> nonRaising(JNIEnv* env, int exceptionLine, ResultCheck 
 }
 
 // Flagged call without a value: JNI_FALSE, with the exception pending, when the call raised.
-template <auto Member, typename... Args> inline jboolean flagged(JNIEnv* env, Args... args)
+template <auto Member, typename Guard = SavedException, typename... Args>
+inline jboolean flagged(JNIEnv* env, Args... args)
 {
-    SavedException saved(env);
+    Guard saved(env);
     callJni<Member>(env, args...);
     if (saved.callRaised()) [[unlikely]] {
         return JNI_FALSE;

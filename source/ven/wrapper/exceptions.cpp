@@ -1,20 +1,16 @@
 // Wrappers for version, exceptions, classes, references, local frames, native methods,
 // objects and monitors, and the steps of the exception wrappers that every guarded wrapper
 // shares. Each definition names its JNI member, its kind and the lines of its checks.
+#include <cstdarg>
+
+#include <jni.h>
+
+#include "ven/wrapper.h"
 #include "ven/wrapper/convention.hpp"
+#include "ven/wrapper/settled.hpp"
 
 namespace ven::wrapper
 {
-
-void failCheck(int line, const char* condition)
-{
-    ks___Abort(nullptr, kSourcePath, line, condition);
-}
-
-void failConsistency(int line, const char* message)
-{
-    ks___Abort(message, kSourcePath, line, nullptr);
-}
 
 void clearPending(JNIEnv* env)
 {
@@ -41,6 +37,19 @@ inline jobject newObjectV(JNIEnv* env, jclass clazz, jmethodID methodID, va_list
 
 } // namespace
 
+template <typename Guard> jclass findClass(JNIEnv* env, const char* name)
+{
+    checkRequired(56, {{env, "env"}, {name, "name"}});
+    // This message names the wrapper where its siblings name the JNI function.
+    return checkedResult<&Jni::FindClass, Guard>(
+        env, {69, "(*env)->ExceptionCheck() == JNI_FALSE <> (*env)->ven___FindClass() == NULL"}, name);
+}
+
+jclass settled::FindClass(JNIEnv* env, const char* name)
+{
+    return findClass<NothingPending>(env, name);
+}
+
 } // namespace ven::wrapper
 
 using namespace ven::wrapper;
@@ -55,10 +64,7 @@ VEN_API jint ven___GetVersion(JNIEnv* env)
 
 VEN_API jclass ven___FindClass(JNIEnv* env, const char* name)
 {
-    checkRequired(56, {{env, "env"}, {name, "name"}});
-    // This message names the wrapper where its siblings name the JNI function.
-    return checkedResult<&Jni::FindClass>(
-        env, {69, "(*env)->ExceptionCheck() == JNI_FALSE <> (*env)->ven___FindClass() == NULL"}, name);
+    return findClass<SavedException>(env, name);
 }
 
 VEN_API void ven___Throw(JNIEnv* env, jthrowable throwable)

@@ -1,6 +1,10 @@
 // Wrappers for the JNI string functions: creation and pinning (checked-result calls),
 // lengths (non-raising), regions (flagged) and releases (direct), one table row per function.
+#include <jni.h>
+
+#include "ven/wrapper.h"
 #include "ven/wrapper/convention.hpp"
+#include "ven/wrapper/settled.hpp"
 
 using namespace ven::wrapper;
 
@@ -13,12 +17,19 @@ using namespace ven::wrapper;
     X(GetStringCritical, const jchar*, 3990, 4003)
 // clang-format on
 
+// Each row is one template over the guard (SavedException for the exported wrapper,
+// NothingPending for the settled twin).
 #define VEN_DEFINE_STRING_PINNING(Member, Chars, envLine, consistencyLine)                                   \
-    VEN_API Chars ven___##Member(JNIEnv* env, jstring string, jboolean* isCopy)                              \
+    template <typename Guard> Chars Member(JNIEnv* env, jstring string, jboolean* isCopy)                    \
     {                                                                                                        \
         checkRequired(envLine, {{env, "env"}, {string, "string"}});                                          \
-        return checkedResult<&Jni::Member>(env, {consistencyLine, VEN_NULL_RESULT_MESSAGE(Member)}, string,  \
-                                           isCopy);                                                          \
+        return checkedResult<&Jni::Member, Guard>(env, {consistencyLine, VEN_NULL_RESULT_MESSAGE(Member)},   \
+                                                  string, isCopy);                                           \
+    }
+#define VEN_EXPORT_STRING_PINNING(Member, Chars, envLine, consistencyLine)                                   \
+    VEN_API Chars ven___##Member(JNIEnv* env, jstring string, jboolean* isCopy)                              \
+    {                                                                                                        \
+        return rows::Member<SavedException>(env, string, isCopy);                                            \
     }
 
 // X(Member, chars type, chars name, "env" line): direct, "string" and the chars checked on
@@ -46,11 +57,16 @@ using namespace ven::wrapper;
 // clang-format on
 
 #define VEN_DEFINE_STRING_LENGTH(Member, envLine, exceptionLine, negativeLine)                               \
-    VEN_API jsize ven___##Member(JNIEnv* env, jstring string)                                                \
+    template <typename Guard> jsize Member(JNIEnv* env, jstring string)                                      \
     {                                                                                                        \
         checkRequired(envLine, {{env, "env"}, {string, "string"}});                                          \
-        return nonRaising<&Jni::Member>(                                                                     \
+        return nonRaising<&Jni::Member, Guard>(                                                              \
             env, exceptionLine, NegativeResultCheck{{negativeLine, "(*env)->" #Member "() < 0"}}, string);   \
+    }
+#define VEN_EXPORT_STRING_LENGTH(Member, envLine, exceptionLine, negativeLine)                               \
+    VEN_API jsize ven___##Member(JNIEnv* env, jstring string)                                                \
+    {                                                                                                        \
+        return rows::Member<SavedException>(env, string);                                                    \
     }
 
 // X(Member, buffer element type, "env" line): flagged, "str" and "buf" checked on the next
@@ -62,20 +78,66 @@ using namespace ven::wrapper;
 // clang-format on
 
 #define VEN_DEFINE_STRING_REGION(Member, Element, envLine)                                                   \
-    VEN_API jboolean ven___##Member(JNIEnv* env, jstring str, jsize start, jsize len, Element* buf)          \
+    template <typename Guard>                                                                                \
+    jboolean Member(JNIEnv* env, jstring str, jsize start, jsize len, Element* buf)                          \
     {                                                                                                        \
         checkRequired(envLine, {{env, "env"}, {str, "str"}, {buf, "buf"}});                                  \
-        return flagged<&Jni::Member>(env, str, start, len, buf);                                             \
+        return flagged<&Jni::Member, Guard>(env, str, start, len, buf);                                      \
     }
+#define VEN_EXPORT_STRING_REGION(Member, Element, envLine)                                                   \
+    VEN_API jboolean ven___##Member(JNIEnv* env, jstring str, jsize start, jsize len, Element* buf)          \
+    {                                                                                                        \
+        return rows::Member<SavedException>(env, str, start, len, buf);                                      \
+    }
+
+namespace ven::wrapper::rows
+{
+
+template <typename Guard> jstring NewString(JNIEnv* env, const jchar* unicodeChars, jsize len)
+{
+    checkRequired(3756, {{env, "env"}});
+    check(unicodeChars != nullptr || len == 0, 3757, "unicodeChars || len == 0");
+    check(len >= 0, 3758, "len >= 0");
+    return checkedResult<&Jni::NewString, Guard>(env, {3770, VEN_NULL_RESULT_MESSAGE(NewString)},
+                                                 unicodeChars, len);
+}
+
+VEN_STRING_PINNING(VEN_DEFINE_STRING_PINNING)
+VEN_STRING_LENGTHS(VEN_DEFINE_STRING_LENGTH)
+VEN_STRING_REGIONS(VEN_DEFINE_STRING_REGION)
+
+} // namespace ven::wrapper::rows
+
+namespace ven::wrapper
+{
+
+jstring settled::NewString(JNIEnv* env, const jchar* unicodeChars, jsize len)
+{
+    return rows::NewString<NothingPending>(env, unicodeChars, len);
+}
+
+jsize settled::GetStringLength(JNIEnv* env, jstring string)
+{
+    return rows::GetStringLength<NothingPending>(env, string);
+}
+
+const jchar* settled::GetStringCritical(JNIEnv* env, jstring string, jboolean* isCopy)
+{
+    return rows::GetStringCritical<NothingPending>(env, string, isCopy);
+}
+
+jboolean settled::GetStringRegion(JNIEnv* env, jstring str, jsize start, jsize len, jchar* buf)
+{
+    return rows::GetStringRegion<NothingPending>(env, str, start, len, buf);
+}
+
+} // namespace ven::wrapper
 
 extern "C" {
 
 VEN_API jstring ven___NewString(JNIEnv* env, const jchar* unicodeChars, jsize len)
 {
-    checkRequired(3756, {{env, "env"}});
-    check(unicodeChars != nullptr || len == 0, 3757, "unicodeChars || len == 0");
-    check(len >= 0, 3758, "len >= 0");
-    return checkedResult<&Jni::NewString>(env, {3770, VEN_NULL_RESULT_MESSAGE(NewString)}, unicodeChars, len);
+    return rows::NewString<SavedException>(env, unicodeChars, len);
 }
 
 VEN_API jstring ven___NewStringUTF(JNIEnv* env, const char* bytes)
@@ -84,9 +146,9 @@ VEN_API jstring ven___NewStringUTF(JNIEnv* env, const char* bytes)
     return checkedResult<&Jni::NewStringUTF>(env, {3860, VEN_NULL_RESULT_MESSAGE(NewStringUTF)}, bytes);
 }
 
-VEN_STRING_PINNING(VEN_DEFINE_STRING_PINNING)
+VEN_STRING_PINNING(VEN_EXPORT_STRING_PINNING)
 VEN_STRING_RELEASES(VEN_DEFINE_STRING_RELEASE)
-VEN_STRING_LENGTHS(VEN_DEFINE_STRING_LENGTH)
-VEN_STRING_REGIONS(VEN_DEFINE_STRING_REGION)
+VEN_STRING_LENGTHS(VEN_EXPORT_STRING_LENGTH)
+VEN_STRING_REGIONS(VEN_EXPORT_STRING_REGION)
 
 } // extern "C"

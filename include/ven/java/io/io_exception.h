@@ -1,5 +1,7 @@
-/* The java/io/IOException unit: class lookup, instance test and throw operations
- * (KS_TRUE when the IOException is pending, KS_FALSE when another exception is). */
+/** @file
+ * The java/io/IOException unit: class lookup, instance test and throw operations
+ * (KS_TRUE when the IOException is pending, KS_FALSE when another exception is). A checked
+ * exception: the throws write no trace line, and the Java method must declare it. */
 #ifndef VEN_JAVA_IO_IO_EXCEPTION_H
 #define VEN_JAVA_IO_IO_EXCEPTION_H
 
@@ -11,7 +13,9 @@
 
 VEN_EXTERN_C_BEGIN
 
-/* java/io/IOException: lookup, instance test, throw with a C string, a ksString or a format. */
+/** @name java.io.IOException
+ * @{ */
+/** As the java.lang.AssertionError unit of ven/java/lang/throwables.h. */
 VEN_API KS_BOOL venIOExceptionGetClass(jclass* result, JNIEnv* env, lgStream* trace);
 VEN_API KS_BOOL venIOExceptionIsInstance(KS_BOOL* result, JNIEnv* env, lgStream* trace, jobject obj);
 VEN_API KS_BOOL venIOExceptionThrowUseMessageCstr(JNIEnv* env, lgStream* trace, const char* methodName,
@@ -20,6 +24,7 @@ VEN_API KS_BOOL venIOExceptionThrowUseMessage(JNIEnv* env, lgStream* trace, cons
                                               ksString* msg);
 VEN_API KS_BOOL venIOExceptionThrowUseMessageFormatCstr(JNIEnv* env, lgStream* trace, const char* methodName,
                                                         const char* format, KS_INT formatLength, ...);
+/** @} */
 
 VEN_EXTERN_C_END
 

@@ -1,5 +1,6 @@
 // The java/io/IOException unit: the throwable pattern over its own class.
-#include "java/lang/class_unit.hpp"
+#include "ven/java/class_unit.hpp"
+#include "ven/java/io/io_exception.h"
 
 extern "C" {
 

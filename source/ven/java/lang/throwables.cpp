@@ -1,7 +1,8 @@
 // The java/lang throwable units. IllegalArgumentException's lookup and C-string throw
 // are the argument failure of every integration function.
-#include "java/lang/class_unit.hpp"
-#include "java/lang/throwable_table.hpp"
+#include "ven/java/class_unit.hpp"
+#include "ven/java/lang/throwable_table.hpp"
+#include "ven/java/lang/throwables.h"
 
 extern "C" {
 
