@@ -59,40 +59,6 @@ struct PinRow {
            [](FaultEnv& f) { f.raiseOutOfMemory<&JNINativeInterface_::entry>(FaultEnv::Calls::nth(1)); }, sizeof(Char)}
 // clang-format on
 
-// Pinned text with and without isCopy, a NULL pointer released by doing nothing, and a
-// failure that stores NULL, writes the flag as "no copy" and traces.
-TEST_F(Strings, PinningAndRelease)
-{
-    const PinRow rows[] = {PIN_ROW(venGetStringChars, venReleaseStringChars, jchar, GetStringChars),
-                           PIN_ROW(venGetStringCritical, venReleaseStringCritical, jchar, GetStringCritical),
-                           PIN_ROW(venGetStringUTFChars, venReleaseStringUTFChars, char, GetStringUTFChars)};
-    jstring text = jstr(env, "abc");
-    for (const PinRow& row : rows) {
-        SCOPED_TRACE(row.name);
-        const void* chars = nullptr;
-        KS_BOOL isCopy = 0x55;
-        ASSERT_EQ(row.pin(&chars, env, nullptr, text, &isCopy), KS_TRUE);
-        EXPECT_TRUE(isCopy == KS_TRUE || isCopy == KS_FALSE) << isCopy;
-        const void* expected = row.width == 2 ? static_cast<const void*>(u"abc") : "abc";
-        EXPECT_EQ(std::memcmp(chars, expected, 3 * row.width), 0);
-        EXPECT_EQ(row.release(env, nullptr, text, chars), KS_TRUE);
-        ASSERT_EQ(row.pin(&chars, env, nullptr, text, nullptr), KS_TRUE);
-        EXPECT_EQ(row.release(env, nullptr, text, chars), KS_TRUE);
-
-        FaultEnv fault(env);
-        EXPECT_EQ(row.release(fault.env(), nullptr, text, nullptr), KS_TRUE);
-        EXPECT_TRUE(fault.trail().empty());
-        row.inject(fault);
-        Trace trace;
-        isCopy = 0x55;
-        EXPECT_EQ(row.pin(&chars, fault.env(), trace.get(), text, &isCopy), KS_FALSE);
-        EXPECT_TRUE(chars == nullptr && isCopy == KS_FALSE);
-        EXPECT_EQ(trace.lines(), Lines{std::string("[") + row.name +
-                                       "()] Exception: java.lang.OutOfMemoryError: injected by FaultEnv"});
-        ExpectPending(env, "java.lang.OutOfMemoryError", "injected by FaultEnv");
-    }
-}
-
 // Regions in bounds, and out of bounds the JVM's exception traced under the function's name.
 TEST_F(Strings, Regions)
 {
@@ -200,26 +166,6 @@ TEST_F(Strings, ToKsStringFailuresKeepTheResult)
         }
         ExpectPending(env, row.exception, row.message);
     }
-}
-
-// The class lookup, and the instance test, which gives its class back on every path (an
-// argument failure and its trace look up two classes of their own).
-TEST_F(Strings, ClassAndInstanceTest)
-{
-    jclass stringClass = nullptr;
-    ASSERT_EQ(venStringGetClass(&stringClass, env, nullptr), KS_TRUE);
-    EXPECT_TRUE(env->IsSameObject(stringClass, findClass(env, "java/lang/String")));
-    FaultEnv fault(env);
-    ObtainedRefs obtained(fault);
-    KS_BOOL answers[3] = {0x55, 0x55, 0x55};
-    int next = 0;
-    for (jobject obj : {static_cast<jobject>(jstr(env, "s")), static_cast<jobject>(stringClass), jobject{}}) {
-        EXPECT_EQ(venStringIsInstance(&answers[next++], fault.env(), nullptr, obj), KS_TRUE);
-    }
-    EXPECT_EQ(std::vector<KS_BOOL>(answers, answers + 3), (std::vector<KS_BOOL>{KS_TRUE, KS_FALSE, KS_TRUE}));
-    EXPECT_EQ(venStringIsInstance(nullptr, fault.env(), nullptr, stringClass), KS_FALSE);
-    EXPECT_TRUE(obtained.obtained == 6 && obtained.outstanding.empty());
-    ExpectPending(env, "java.lang.IllegalArgumentException", "venIsInstanceOf: result != NULL");
 }
 
 struct ThrowableUnit {

@@ -41,7 +41,7 @@ class ArraysTest : public JvmTest
 {
   protected:
     // Creation replacing the array held; regions whole, partial and out of bounds; pinning
-    // with the three release modes, modes 3 and -1 and NULL elements refused; checks in order.
+    // with the three release modes and mode -1 refused.
     template <typename Element, typename Array> void checkFamily(const ArrayFamily<Element, Array>& family)
     {
         SCOPED_TRACE(family.type);
@@ -52,7 +52,7 @@ class ArraysTest : public JvmTest
         FaultEnv fault(env);
         Array array = nullptr;
         Element* elements = nullptr;
-        KS_BOOL isCopy = 7, untouchedFlag = 7;
+        KS_BOOL isCopy = 7;
         Trace trace;
         // clang-format off
         const std::string type = family.type, get = "venGet" + type + "ArrayRegion", set = "venSet" + type + "ArrayRegion", outOfBounds = "java.lang.ArrayIndexOutOfBoundsException";
@@ -78,14 +78,7 @@ class ArraysTest : public JvmTest
             VEN_STEP(KS_TRUE, family.release(env, nullptr, array, elements, JNI_COMMIT), "", holds(0, {s[2], s[1], s[2]})),
             VEN_DO(elements[1] = s[0]),
             VEN_STEP(KS_TRUE, family.release(env, nullptr, array, elements, 0), "", holds(0, {s[2], s[0], s[2]}))});
-        const std::vector<std::string> regionChecks{"array != NULL", "VEN_KS_INT_TO_JSIZE_CONV_OK( start )", "VEN_KS_INT_TO_JSIZE_CONV_OK( len )", "buf != NULL"};
-        expectChecksInOrder(env, "venNew" + type + "Array", {"result != NULL", "length >= 0"}, family.create, std::tuple{&array, env, nullptr, KS_INT{3}}, {nullptr, env, nullptr, -1});
-        expectChecksInOrder(env, get, regionChecks, family.getRegion, std::tuple{env, nullptr, array, KS_INT{0}, KS_INT{3}, buffer.data()}, {env, nullptr, nullptr, kBeyondJsize, kBeyondJsize, nullptr});
-        expectChecksInOrder(env, set, regionChecks, family.setRegion, std::tuple{env, nullptr, array, KS_INT{0}, KS_INT{3}, buffer.data()}, {env, nullptr, nullptr, kBeyondJsize, kBeyondJsize, nullptr});
-        expectChecksInOrder(env, "venGet" + type + "ArrayElements", {"result != NULL", "array != NULL"}, family.pin, std::tuple{&elements, env, nullptr, array, &untouchedFlag}, {nullptr, env, nullptr, nullptr, &untouchedFlag});
-        expectChecksInOrder(env, "venRelease" + type + "ArrayElements", {"array != NULL", "elems != NULL", kModeCondition}, family.release, std::tuple{env, nullptr, array, buffer.data(), jint{0}}, {env, nullptr, nullptr, nullptr, 3});
         // clang-format on
-        EXPECT_EQ(7, untouchedFlag);
     }
 };
 
@@ -120,7 +113,7 @@ TEST_F(ArraysTest, CopyFlagFailuresObjectArraysAndTheCriticalPair)
     KS_INT length = -1;
     void* carray = nullptr;
     KS_BOOL isCopy = 7;
-    jboolean jniIsCopy = 7, untouchedFlag = 7;
+    jboolean jniIsCopy = 7;
     Trace trace, stores;
     // clang-format off
     const std::string injected = "Exception: java.lang.OutOfMemoryError: injected by FaultEnv";
@@ -150,14 +143,8 @@ TEST_F(ArraysTest, CopyFlagFailuresObjectArraysAndTheCriticalPair)
         VEN_STEP(KS_TRUE, venReleasePrimitiveArrayCritical(fault.env(), nullptr, ints, carray, 0), "", fault.calls<&Entry::ReleasePrimitiveArrayCritical>() == 1),
         VEN_DO(env->GetIntArrayRegion(ints, 2, 1, &last)),
         VEN_STEP(KS_TRUE, venGetArrayLength(&length, env, nullptr, array), "", length == 2 && last == 8)});
-    expectChecksInOrder(env, "venGetArrayLength", {"result != NULL", "array != NULL"}, venGetArrayLength, std::tuple{&length, env, nullptr, static_cast<jarray>(ints)}, {nullptr, env, nullptr, nullptr});
-    expectChecksInOrder(env, "venNewObjectArray", {"result != NULL", "length >= 0", "elementClass != NULL"}, venNewObjectArray, std::tuple{&array, env, nullptr, KS_INT{1}, stringClass, nullptr}, {nullptr, env, nullptr, -1, nullptr, nullptr});
-    expectChecksInOrder(env, "venSetObjectArrayElement", {"array != NULL", "VEN_KS_INT_TO_JSIZE_CONV_OK( index )"}, venSetObjectArrayElement, std::tuple{env, nullptr, array, KS_INT{0}, nullptr}, {env, nullptr, nullptr, kBeyondJsize, nullptr});
-    expectChecksInOrder(env, "venGetPrimitiveArrayCritical", {"result != NULL", "array != NULL"}, venGetPrimitiveArrayCritical, std::tuple{&carray, env, nullptr, static_cast<jarray>(ints), &untouchedFlag}, {nullptr, env, nullptr, nullptr, &untouchedFlag});
-    expectChecksInOrder(env, "venReleasePrimitiveArrayCritical", {"array != NULL", "carray != NULL", kModeCondition}, venReleasePrimitiveArrayCritical,
-                        std::tuple{fault.env(), nullptr, static_cast<jarray>(ints), static_cast<void*>(&last), 0}, {fault.env(), nullptr, nullptr, nullptr, 3});
     // clang-format on
-    EXPECT_TRUE(untouchedFlag == 7 && length == 2 &&
+    EXPECT_TRUE(length == 2 &&
                 fault.calls<&Entry::ReleasePrimitiveArrayCritical>() == 1);
 }
 
@@ -229,13 +216,12 @@ TEST_F(BridgesTest, VectorsOfStringsBecomeStringArrays)
 // Buffers and doubles to arrays (a failed copy or pin keeps the new, all-zero array); arrays
 // to a buffer replacing (and releasing) the one held, a whole array in the critical region
 // with no JNI call there, one byte per element; copies of the smaller of both lengths given
-// back with JNI_ABORT; every bridge's own checks (three under other names) in order.
+// back with JNI_ABORT.
 TEST_F(BridgesTest, BuffersPlainArraysAndCopies)
 {
     FaultEnv fault(env);
     LeakCheck leaks(fault);
     JNIEnv* f = fault.env();
-    jobjectArray strings = nullptr;
     jbyteArray bytes = nullptr;
     jdoubleArray doubles = nullptr;
     KsRef<ksBuffer> buffer = bufferOf("old", 3);
@@ -297,24 +283,6 @@ TEST_F(BridgesTest, BuffersPlainArraysAndCopies)
         VEN_STEP(KS_FALSE, venGetPrimitiveArrayAsKsBuffer(buffer.out(), f, nullptr, array), "java.lang.OutOfMemoryError", buffer.get() == kept),
         VEN_STEP(KS_FALSE, venCopyIntArrayElements(intCopy.data(), f, nullptr, ints, 1), "java.lang.OutOfMemoryError", intCopy[0] == 99),
         VEN_STEP(KS_FALSE, venCopyDoubleArrayElements(doubleCopy.data(), f, nullptr, fourDoubles, 1), "java.lang.OutOfMemoryError", doubleCopy[0] == 99),
-        VEN_REFUSED("venNewStringArrayFromKsVector: result != NULL", venNewStringArrayFromKsVector(nullptr, env, nullptr, nullptr)),
-        VEN_REFUSED("venNewStringArrayFromKsVector: vec != NULL", venNewStringArrayFromKsVector(&strings, env, nullptr, nullptr)),
-        VEN_REFUSED("venNewByteArray: result != NULL", venNewByteArrayFromBuffer(nullptr, env, nullptr, nullptr)),
-        VEN_REFUSED("venNewByteArray: buffer != NULL", venNewByteArrayFromBuffer(&bytes, env, nullptr, nullptr)),
-        VEN_REFUSED("venNewDoubleArrayOf: source != NULL", venNewDoubleArrayOf(nullptr, env, nullptr, nullptr, -1)),
-        VEN_REFUSED("venNewDoubleArray: result != NULL", venNewDoubleArrayOf(nullptr, env, nullptr, values, -1)),
-        VEN_REFUSED("venNewDoubleArray: length >= 0", venNewDoubleArrayOf(&doubles, env, nullptr, values, -1)),
-        VEN_REFUSED("venGetByteArrayRegionAsBytes: result != ((void *)0)", venGetByteArrayRegionAsBuffer(nullptr, env, nullptr, nullptr, 0, -1)),
-        VEN_REFUSED("venGetByteArrayRegionAsBytes: len >= 0", venGetByteArrayRegionAsBuffer(buffer.out(), env, nullptr, nullptr, 0, -1)),
-        VEN_REFUSED("venGetByteArrayRegion: array != NULL", venGetByteArrayRegionAsBuffer(buffer.out(), env, nullptr, nullptr, 0, 1)),
-        VEN_REFUSED("venArrayToKsBuffer: result != ((void *)0)", venGetPrimitiveArrayAsKsBuffer(nullptr, env, nullptr, nullptr)),
-        VEN_REFUSED("venGetArrayLength: array != NULL", venGetPrimitiveArrayAsKsBuffer(buffer.out(), env, nullptr, nullptr)),
-        VEN_REFUSED("venCopyIntArrayElements: result != NULL", venCopyIntArrayElements(nullptr, env, nullptr, nullptr, -1)),
-        VEN_REFUSED("venCopyIntArrayElements: length >= 0", venCopyIntArrayElements(intCopy.data(), env, nullptr, nullptr, -1)),
-        VEN_REFUSED("venGetArrayLength: array != NULL", venCopyIntArrayElements(intCopy.data(), env, nullptr, nullptr, 1)),
-        VEN_REFUSED("venCopyDoubleArrayElements: result != NULL", venCopyDoubleArrayElements(nullptr, env, nullptr, nullptr, -1)),
-        VEN_REFUSED("venCopyDoubleArrayElements: length >= 0", venCopyDoubleArrayElements(doubleCopy.data(), env, nullptr, nullptr, -1)),
-        VEN_REFUSED("venGetArrayLength: array != NULL", venCopyDoubleArrayElements(doubleCopy.data(), env, nullptr, nullptr, 1)),
         VEN_DO(kept = buffer.get())});
     const KS_INT allocations = ksMemAllocCount();
     expectArgumentFailure(env, venGetByteArrayRegionAsBuffer(buffer.out(), env, nullptr, array, 0, 2147483648LL), "venGetByteArrayRegion: VEN_KS_INT_TO_JSIZE_CONV_OK( len )");

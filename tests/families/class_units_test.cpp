@@ -1,6 +1,6 @@
 // The class support units of the boxed values, Object and the collections: class lookup and
 // instance test of every unit, boxing at the extremes, the text of an object, and the list,
-// collection and enum-set operations with their checks in order.
+// collection and enum-set operations.
 #include <cfloat>
 #include <cstdint>
 #include <limits>
@@ -53,9 +53,7 @@ TEST_F(ClassUnitsTest, EveryUnitFindsItsClassAndTestsInstances)
         runSteps(env, {
             VEN_STEP(KS_TRUE, getClass(&clazz, fault.env(), nullptr) && getClass(&clazz, fault.env(), nullptr), "", same<jobject>(clazz, findClass(env, className)) && fault.ledger().live() == 1),
             VEN_STEP(KS_TRUE, isInstance(&answer, fault.env(), nullptr, nullptr) && answer && isInstance(&answer, fault.env(), nullptr, instance), "", answer == KS_TRUE),
-            VEN_STEP(KS_TRUE, isInstance(&answer, fault.env(), nullptr, unrelated), "", answer == (className == std::string("java/lang/Object")) && fault.ledger().live() == 1),
-            VEN_REFUSED(name + ": result != ((void *)0)", getClass(nullptr, env, nullptr)),
-            VEN_REFUSED("venIsInstanceOf: result != NULL", isInstance(nullptr, env, nullptr, unrelated))});
+            VEN_STEP(KS_TRUE, isInstance(&answer, fault.env(), nullptr, unrelated), "", answer == (className == std::string("java/lang/Object")) && fault.ledger().live() == 1)});
         env->DeleteLocalRef(clazz);
     }
     // clang-format on
@@ -86,13 +84,11 @@ TEST_F(ClassUnitsTest, BoxingAndTextOfAnObject)
         VEN_STEP(KS_TRUE, venDoubleValueOf(&value, env, nullptr, -0.0), "", text() == "-0.0"),
         VEN_STEP(KS_TRUE, venDoubleValueOf(&value, env, nullptr, DBL_MAX), "", text() == "1.7976931348623157E308"),
         VEN_STEP(KS_TRUE, venDoubleValueOf(&value, env, nullptr, DBL_TRUE_MIN), "", text() == "4.9E-324"),
-        VEN_REFUSED("venCallStaticObjectMethod: result != NULL", venLongValueOf(nullptr, fault.env(), nullptr, 1)),
-        VEN_STEP(KS_TRUE, venObjectToString(string.out(), env, nullptr, jstr(env, "\xF0\x9F\x98\x80")), "", codePoints(string) == U"\U0001F600" && fault.calls<&Entry::GetStaticMethodID>() == 1 && leaks.live() == 0),
+        VEN_STEP(KS_TRUE, venObjectToString(string.out(), env, nullptr, jstr(env, "\xF0\x9F\x98\x80")), "", codePoints(string) == U"\U0001F600" && leaks.live() == 0),
         VEN_STEP(KS_TRUE, venObjectToString(string.out(), env, nullptr, newInstance(env, "fixtures/ToStringNull")), "", string.get() == nullptr),
         VEN_DO(string = ksStr("kept")),
         VEN_STEP(KS_FALSE, venObjectToString(string.out(), env, trace.get(), newInstance(env, "fixtures/ToStringThrows")), "java.lang.IllegalStateException",
                  utf8(string) == "kept" && tracedOnce(trace, "[venCallObjectMethodV()] Exception: java.lang.IllegalStateException: toString fails", true))});
-    expectChecksInOrder(env, "venObjectToString", {"result != ((void *)0)", "obj != ((void *)0)"}, venObjectToString, std::tuple{string.out(), env, nullptr, jstr(env, "x")}, {nullptr, env, nullptr, nullptr});
     // clang-format on
     EXPECT_EQ("kept", utf8(string));
 }
@@ -108,7 +104,7 @@ TEST_F(ClassUnitsTest, ListsAndSetsAsCollections)
     jobject set = noColors();
     jobject red = valueOf("fixtures/Color", "RED");
     jstring second = jstr(env, "second");
-    KS_INT size = -1, untouched = 5;
+    KS_INT size = -1;
     KS_BOOL answer = 7;
     Trace trace;
     // clang-format off
@@ -126,21 +122,8 @@ TEST_F(ClassUnitsTest, ListsAndSetsAsCollections)
         VEN_STEP(KS_TRUE, venCollectionContains(&answer, env, nullptr, set, valueOf("fixtures/Color", "BLUE")), "", answer == KS_FALSE),
         VEN_STEP(KS_TRUE, venCollectionAdd(&answer, env, nullptr, set, red), "", answer == KS_FALSE),
         VEN_STEP(KS_TRUE, venCollectionContains(&answer, env, nullptr, list, red), "", answer == KS_FALSE),
-        VEN_STEP(KS_TRUE, venCollectionAdd(&answer, env, nullptr, list, red) && venCollectionContains(&answer, env, nullptr, list, red), "", answer == KS_TRUE),
-        VEN_REFUSED("venNewObject: result != NULL", venArrayListNew(nullptr, env, nullptr)),
-        VEN_REFUSED("venCallIntMethod: result != NULL", venArrayListSize(nullptr, env, nullptr, list)),
-        VEN_REFUSED("venCallBooleanMethod: result != NULL", venCollectionAdd(nullptr, env, nullptr, list, list)),
-        VEN_REFUSED("venGetObjectClass: obj != NULL", venCollectionContains(&answer, env, nullptr, nullptr, list))});
-    FaultEnv checks(env);
-    expectChecksInOrder(env, "venArrayListGet", {"arrayList != ((void *)0)",
-                        "( sizeof(KS_INT)>=sizeof(jint) ? (KS_INT)(index) >= (KS_INT)((KS_INT)(-2147483648LL)) && (KS_INT)(index) <= (KS_INT)((KS_INT)(2147483647LL)) : ((KS_BOOL)1) )"},
-                        venArrayListGet, std::tuple{&element, checks.env(), nullptr, list, KS_INT{0}}, {&element, checks.env(), nullptr, nullptr, 2147483648LL});
-    expectChecksInOrder(env, "venEnumSetNoneOf", {"result != ((void *)0)", "elementType != ((void *)0)"}, venEnumSetNoneOf,
-                        std::tuple{&element, checks.env(), nullptr, findClass(env, "fixtures/Color")}, {nullptr, checks.env(), nullptr, nullptr});
-    runSteps(env, {VEN_REFUSED("venArrayListSize: arrayList != ((void *)0)", venArrayListSize(&untouched, checks.env(), nullptr, nullptr))});
+        VEN_STEP(KS_TRUE, venCollectionAdd(&answer, env, nullptr, list, red) && venCollectionContains(&answer, env, nullptr, list, red), "", answer == KS_TRUE)});
     // clang-format on
-    EXPECT_TRUE(checks.calls<&Entry::GetMethodID>() + checks.calls<&Entry::GetStaticMethodID>() == 0 &&
-                untouched == 5);
 }
 
 } // namespace

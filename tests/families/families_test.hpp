@@ -1,5 +1,5 @@
 // Helpers shared by the suites of the field, method, array, bridge and class support
-// families: exact value comparison, scenarios and argument checks as tables, and leaks.
+// families: exact value comparison and scenarios as tables.
 #pragma once
 
 #include <algorithm>
@@ -8,7 +8,6 @@
 #include <functional>
 #include <set>
 #include <string>
-#include <tuple>
 #include <vector>
 
 #include "support/ven_test.hpp"
@@ -83,28 +82,6 @@ inline bool tracedOnce(Trace& trace, const std::string& head, bool exact = false
     const std::vector<std::string> lines = trace.lines();
     trace.reset();
     return lines.size() == 1 && (exact ? lines[0] == head : lines[0].starts_with(head));
-}
-
-// The arguments that differ between `good` and `bad` are tested in order: call k passes
-// the first k of them good and the rest bad, and fails with "<name>: <conditions[k]>".
-template <typename F, typename... A>
-void expectChecksInOrder(JNIEnv* env, const std::string& name, const std::vector<std::string>& conditions,
-                         F function, std::tuple<A...> good, std::type_identity_t<std::tuple<A...>> bad,
-                         std::source_location where = std::source_location::current())
-{
-    for (std::size_t k = 0; k <= conditions.size(); ++k) {
-        std::size_t checked = 0;
-        auto pick = [&](const auto& g, const auto& b) { return g == b || checked++ >= k ? b : g; };
-        auto args = [&]<std::size_t... I>(std::index_sequence<I...>)
-        {
-            return std::tuple<A...>{pick(std::get<I>(good), std::get<I>(bad))...};
-        }
-        (std::index_sequence_for<A...>{});
-        if (k < conditions.size()) {
-            expectArgumentFailure(env, std::apply(function, args), name + ": " + conditions[k], where);
-        }
-        EXPECT_TRUE(k < conditions.size() || checked == k) << name << " at line " << where.line();
-    }
 }
 
 } // namespace ven::families_test

@@ -3,6 +3,8 @@
 #include <array>
 #include <cstdarg>
 #include <cstdint>
+#include <initializer_list>
+#include <string>
 #include <type_traits>
 
 #include "sweep.hpp"
@@ -36,13 +38,13 @@ jobject global(jobject local)
     return made;
 }
 
-template <typename T> T pick(Variant v, T succeed, std::type_identity_t<T> fail, std::type_identity_t<T> bad)
+template <typename T> T byVariant(Variant v, T succeed, std::type_identity_t<T> fail, std::type_identity_t<T> bad)
 {
     return v == Succeed ? succeed : v == Fail ? fail : bad;
 }
 
 // What an out-parameter holds after the call is let go of: local references and ks objects.
-template <typename Out> void letGo(Out& out)
+template <typename Out> void releaseResult(Out& out)
 {
     if constexpr (std::is_convertible_v<Out, jobject>) {
         if (out != nullptr) {
@@ -54,7 +56,7 @@ template <typename Out> void letGo(Out& out)
     out = Out{};
 }
 
-Prepared plain(
+Prepared actOnly(
     std::function<KS_BOOL(JNIEnv*, lgStream*)> act, std::function<void()> cleanup = [] {})
 {
     return {std::move(act), std::move(cleanup)};
@@ -62,15 +64,15 @@ Prepared plain(
 
 // A call with an out-parameter; nullResult passes NULL in its place (the bad argument).
 template <typename Out>
-Prepared withOut(
+Prepared withResult(
     bool nullResult, std::function<KS_BOOL(Out*, JNIEnv*, lgStream*)> call,
     std::function<void()> restore = [] {})
 {
     auto slot = std::make_shared<Out>();
-    Prepared prepared = plain(
+    Prepared prepared = actOnly(
         [=](JNIEnv* env, lgStream* trace) { return call(nullResult ? nullptr : slot.get(), env, trace); },
         [=] {
-            letGo(*slot);
+            releaseResult(*slot);
             restore();
         });
     if constexpr (std::is_convertible_v<Out, jobject>) {
@@ -81,26 +83,27 @@ Prepared withOut(
 
 // f called with its out-parameter and then the arguments given.
 template <typename Out, typename... P, typename... A>
-Prepared outCall(KS_BOOL (*f)(Out*, JNIEnv*, lgStream*, P...), bool nullResult, A... args)
+Prepared resultCall(KS_BOOL (*f)(Out*, JNIEnv*, lgStream*, P...), bool nullResult, A... args)
 {
-    return withOut<Out>(nullResult, [=](Out* r, JNIEnv* e, lgStream* t) { return f(r, e, t, args...); });
+    return withResult<Out>(nullResult, [=](Out* r, JNIEnv* e, lgStream* t) { return f(r, e, t, args...); });
 }
 
 template <typename... P, typename... A> Prepared call(KS_BOOL (*f)(JNIEnv*, lgStream*, P...), A... args)
 {
-    return plain([=](JNIEnv* e, lgStream* t) { return f(e, t, args...); });
+    return actOnly([=](JNIEnv* e, lgStream* t) { return f(e, t, args...); });
 }
 
 // A pinning call, its success undone at once.
 template <typename Elements, typename Target, typename Copy>
 Prepared pinning(KS_BOOL (*pin)(Elements*, JNIEnv*, lgStream*, Target, Copy*),
                  std::type_identity_t<Target> target,
-                 std::type_identity_t<std::function<void(Elements)>> unpin, bool askCopy = true)
+                 std::type_identity_t<std::function<void(Elements)>> unpin, bool askCopy = true,
+                 bool nullResult = false)
 {
-    return plain([=](JNIEnv* env, lgStream* trace) {
+    return actOnly([=](JNIEnv* env, lgStream* trace) {
         Elements elements = nullptr;
         Copy isCopy{};
-        const KS_BOOL ok = pin(&elements, env, trace, target, askCopy ? &isCopy : nullptr);
+        const KS_BOOL ok = pin(nullResult ? nullptr : &elements, env, trace, target, askCopy ? &isCopy : nullptr);
         if (ok) {
             unpin(elements);
         }
@@ -115,7 +118,7 @@ Prepared releasing(Elements held, std::type_identity_t<Elements> otherwise,
                    std::function<void(Elements)> unpin)
 {
     auto pinned = std::make_shared<Elements>(held);
-    return plain(
+    return actOnly(
         [=](JNIEnv* env, lgStream* trace) {
             const KS_BOOL ok = release(env, trace, *pinned != nullptr ? *pinned : otherwise);
             if (ok) {
@@ -133,10 +136,10 @@ Prepared releasing(Elements held, std::type_identity_t<Elements> otherwise,
 // A new reference in *result, deleted by undo at cleanup.
 template <typename T, typename... P, typename... A>
 Prepared holding(KS_BOOL (*f)(T*, JNIEnv*, lgStream*, P...), std::type_identity_t<void (*)(T)> undo,
-                 A... args)
+                 bool nullResult, A... args)
 {
     auto held = std::make_shared<T>();
-    return plain([=](JNIEnv* e, lgStream* t) { return f(held.get(), e, t, args...); },
+    return actOnly([=](JNIEnv* e, lgStream* t) { return f(nullResult ? nullptr : held.get(), e, t, args...); },
                  [=] {
                      if (*held != nullptr) {
                          undo(*held);
@@ -210,43 +213,105 @@ template <typename Ven> Ven someValue(bool beyond)
     }
 }
 
-template <FieldKind kind, typename Target, typename Ven, typename Jni, bool ranged, auto F>
-Case fieldCase(const char* name)
+// The messages "<function>: <condition>" of checks made under one function's name.
+std::vector<std::string> checksOf(const std::string& function, std::initializer_list<const char*> conditions)
+{
+    std::vector<std::string> messages;
+    for (const char* condition : conditions) {
+        messages.push_back(function + ": " + condition);
+    }
+    return messages;
+}
+
+std::vector<std::string> operator+(std::vector<std::string> first, const std::vector<std::string>& second)
+{
+    first.insert(first.end(), second.begin(), second.end());
+    return first;
+}
+
+// The string forms check through the object accessor first, then the text's conversion.
+const std::vector<std::string> kConversionResultCheck = {"venStringToKsString: result != ((void *)0)"};
+const std::vector<std::string> kArrayLengthCheck = {"venGetArrayLength: array != NULL"};
+
+// Floors of success paths: a call the wrapper convention guards (the exception query before and
+// after it), a call it does not guard, and the conversion of a short Java string's text. A
+// composed operation asks once that nothing is pending, then pays only the queries its calls'
+// own checks need.
+std::vector<std::string> guarded(const std::string& call)
+{
+    return {"ExceptionOccurred", call, "ExceptionCheck"};
+}
+
+std::vector<std::string> unguarded(const std::string& call)
+{
+    return {call};
+}
+
+const std::vector<std::string> kTextConversion = {"ExceptionCheck", "GetStringLength", "ExceptionCheck",
+                                                  "GetStringRegion", "ExceptionCheck"};
+
+// The class found, a method looked up on it and called, the class let go.
+std::vector<std::string> throughClass(const char* classCall, const char* lookUp, const char* call)
+{
+    return guarded(classCall) + guarded(lookUp) + guarded(call) + unguarded("DeleteLocalRef");
+}
+
+template <FieldKind kind, typename Target, typename Ven, typename Jni, auto F>
+Case fieldCase(const char* name, const char* callee, const char* rangeCondition)
 {
     constexpr bool isStatic = std::is_same_v<Target, jclass>;
     constexpr bool text = kind == FieldKind::GetString || kind == FieldKind::SetString;
+    constexpr bool reads = kind == FieldKind::Get || kind == FieldKind::GetString;
     using Type = std::conditional_t<text, JavaString, JniType<Jni>>;
     Case row{name};
-    row.prepare = [](Variant variant) -> Prepared {
+    // Checked in order: result (plain readers), target, fieldID, the range (writers); the string
+    // readers test result last, in the conversion.
+    constexpr std::size_t first = kind == FieldKind::Get ? 1 : 0;
+    row.prepare = [](Arguments arguments) -> Prepared {
         World& w = world();
         JNIEnv* env = mainEnv();
         const std::string field = member<Type>(isStatic, "Field");
         jfieldID id = isStatic ? env->GetStaticFieldID(w.fields, field.c_str(), Type::kSig)
                                : env->GetFieldID(w.fields, field.c_str(), Type::kSig);
-        auto target = static_cast<Target>(isStatic          ? w.fields
-                                          : variant == Fail ? w.badTextFields
-                                                            : w.fieldsObj);
-        if constexpr (kind == FieldKind::Get || kind == FieldKind::GetString) {
+        auto target = static_cast<Target>(isStatic             ? w.fields
+                                          : arguments == Fail ? w.badTextFields
+                                                              : w.fieldsObj);
+        target = arguments.bad(first) ? Target{} : target;
+        id = arguments.bad(first + 1) ? nullptr : id;
+        if constexpr (reads) {
             std::function<void()> restore = [] {};
-            if (variant == Fail && isStatic) {
+            if (arguments == Fail && isStatic) {
                 env->SetStaticObjectField(w.fields, id, w.badText);
                 restore = [id] { mainEnv()->SetStaticObjectField(world().fields, id, world().text); };
             }
-            return withOut<Ven>(
-                variant == Bad, [=](Ven* r, JNIEnv* e, lgStream* t) { return F(r, e, t, target, id); },
-                restore);
+            return withResult<Ven>(
+                arguments.bad(kind == FieldKind::Get ? 0 : 2),
+                [=](Ven* r, JNIEnv* e, lgStream* t) { return F(r, e, t, target, id); }, restore);
+        } else if constexpr (text) {
+            return owning<ksString>(ksStringCreateFromCstr("written", -1),
+                                    [=](ksString* value) { return call(F, target, id, value); });
         } else {
-            if (variant == Bad && !ranged) {
-                target = Target{};
-            }
-            if constexpr (text) {
-                return owning<ksString>(ksStringCreateFromCstr("written", -1),
-                                        [=](ksString* value) { return call(F, target, id, value); });
-            } else {
-                return call(F, target, id, someValue<Ven>(variant == Bad && ranged));
-            }
+            return call(F, target, id, someValue<Ven>(arguments.bad(2)));
         }
     };
+    const char* targetCheck = isStatic ? "clazz != NULL" : "obj != NULL";
+    if constexpr (kind == FieldKind::Get) {
+        row.checks = checksOf(name, {"result != NULL", targetCheck, "fieldID != NULL"});
+    } else if constexpr (kind == FieldKind::Set) {
+        row.checks = rangeCondition != nullptr ? checksOf(name, {targetCheck, "fieldID != NULL", rangeCondition})
+                                               : checksOf(name, {targetCheck, "fieldID != NULL"});
+    } else {
+        row.checks = checksOf(callee, {targetCheck, "fieldID != NULL"}) +
+                     (kind == FieldKind::GetString ? kConversionResultCheck : std::vector<std::string>{});
+    }
+    const std::string objectMember = isStatic ? "StaticObjectField" : "ObjectField";
+    if constexpr (kind == FieldKind::GetString) {
+        row.floor = guarded("Get" + objectMember) + kTextConversion + unguarded("DeleteLocalRef");
+        row.blocks = 1;
+    } else if constexpr (kind == FieldKind::SetString) {
+        row.floor = unguarded("ExceptionCheck") + unguarded("NewString") + guarded("Set" + objectMember) +
+                    unguarded("DeleteLocalRef");
+    }
     if constexpr (kind != FieldKind::GetString) {
         row.cannotFail = text ? "the text of a ksString always makes a Java string but for want of memory"
                               : "a field access through a valid ID raises nothing";
@@ -302,28 +367,31 @@ std::function<void()> failMethods(Variant variant)
     return [failure] { mainEnv()->SetStaticObjectField(world().methods, failure, nullptr); };
 }
 
-template <Form form, Kind kind, typename Ven, typename Jni, auto F> Case callCase(const char* name)
+template <Form form, Kind kind, typename Ven, typename Jni, auto F> Case callCase(const char* name, const char* callee)
 {
     using Type = std::conditional_t<form == Form::String, JavaString, JniType<Jni>>;
     constexpr bool isStatic = kind == Kind::Static;
     Case row{name};
-    row.prepare = [](Variant variant) -> Prepared {
+    // Checked in order: result (value forms), then obj, clazz and methodID as the kind takes them;
+    // the string forms test result last, in the conversion.
+    constexpr std::size_t first = form == Form::Value || form == Form::VaList ? 1 : 0;
+    constexpr std::size_t targets = kind == Kind::Nonvirtual ? 3 : 2;
+    row.prepare = [](Arguments arguments) -> Prepared {
         World& w = world();
         const std::string method = member<Type>(isStatic, std::is_void_v<Jni> ? "Run" : "Get");
         const std::string sig = std::string("()") + Type::kSig;
         Target t{kind == Kind::Nonvirtual ? w.childObj : w.methodsObj, w.methods,
                  isStatic ? mainEnv()->GetStaticMethodID(w.methods, method.c_str(), sig.c_str())
                           : mainEnv()->GetMethodID(w.methods, method.c_str(), sig.c_str())};
-        if (variant == Bad) {
-            t.obj = isStatic ? t.obj : nullptr;
-            t.clazz = isStatic ? nullptr : t.clazz;
-        }
+        t.obj = arguments.bad(first) && !isStatic ? nullptr : t.obj;
+        t.clazz = arguments.bad(kind == Kind::Nonvirtual ? first + 1 : first) && kind != Kind::Virtual ? nullptr : t.clazz;
+        t.id = arguments.bad(first + targets - 1) ? nullptr : t.id;
         if constexpr (form == Form::Void) {
-            return plain([=](JNIEnv* e, lgStream* trace) { return invoke<kind>(F, t, e, trace); },
-                         failMethods(variant));
+            return actOnly([=](JNIEnv* e, lgStream* trace) { return invoke<kind>(F, t, e, trace); },
+                           failMethods(arguments));
         } else {
-            return withOut<Ven>(
-                false,
+            return withResult<Ven>(
+                arguments.bad(form == Form::String ? targets : 0),
                 [=](Ven* r, JNIEnv* e, lgStream* trace) {
                     if constexpr (form == Form::VaList) {
                         return viaVaList<kind, F>(t, r, e, trace);
@@ -331,9 +399,26 @@ template <Form form, Kind kind, typename Ven, typename Jni, auto F> Case callCas
                         return invoke<kind>(F, t, r, e, trace);
                     }
                 },
-                failMethods(variant));
+                failMethods(arguments));
         }
     };
+    const std::vector<std::string> targetChecks = kind == Kind::Virtual    ? std::vector<std::string>{"obj != NULL", "methodID != NULL"}
+                                                  : kind == Kind::Static ? std::vector<std::string>{"clazz != NULL", "methodID != NULL"}
+                                                                         : std::vector<std::string>{"obj != NULL", "clazz != NULL", "methodID != NULL"};
+    const std::string reporter = form == Form::String ? callee : name;
+    if (first == 1) {
+        row.checks.push_back(reporter + ": result != NULL");
+    }
+    for (const std::string& condition : targetChecks) {
+        row.checks.push_back(reporter + ": " + condition);
+    }
+    if (form == Form::String) {
+        row.checks = row.checks + kConversionResultCheck;
+        const char* kindName = kind == Kind::Virtual ? "" : kind == Kind::Static ? "Static" : "Nonvirtual";
+        row.floor = guarded(std::string("Call") + kindName + "ObjectMethodV") + kTextConversion +
+                    unguarded("DeleteLocalRef");
+        row.blocks = 1;
+    }
     row.delivers = std::is_same_v<Ven, jobject> ? 1 : 0;
     return row;
 }
@@ -363,29 +448,50 @@ template <ArrayKind kind, typename Element, typename Array, auto F> Case arrayCa
 {
     using P = Primitive<Element>;
     Case row{name};
-    row.prepare = [](Variant variant) -> Prepared {
+    row.prepare = [](Arguments arguments) -> Prepared {
         auto array = static_cast<Array>(world().arrays[P::kSlot]);
-        Array target = variant == Bad ? nullptr : array;
         if constexpr (kind == ArrayKind::New) {
-            return outCall(F, false, pick<KS_INT>(variant, 3, kHugeLength, -1));
-        } else if constexpr (kind == ArrayKind::Pin) {
-            return pinning(F, target, [=](Element* e) { jni<P::kUnpin>(mainEnv(), target, e, JNI_ABORT); });
+            const KS_INT length = arguments.bad(1)   ? -1
+                                  : arguments.bad(2) ? kBeyondJint
+                                                     : byVariant<KS_INT>(arguments, 3, kHugeLength, 3);
+            return resultCall(F, arguments.bad(0), length);
+        } else {
+        Array target = arguments.bad(kind == ArrayKind::Pin ? 1 : 0) ? nullptr : array;
+        if constexpr (kind == ArrayKind::Pin) {
+            return pinning(
+                F, target, [=](Element* e) { jni<P::kUnpin>(mainEnv(), target, e, JNI_ABORT); }, true,
+                arguments.bad(0));
         } else if constexpr (kind == ArrayKind::Release) {
             static Element dummy{};
+            const jint mode = arguments.bad(2) ? -1 : 0;
             return releasing<Element*>(
-                variant == Succeed ? jni<P::kPin>(mainEnv(), array, nullptr) : nullptr, &dummy,
-                [=](JNIEnv* e, lgStream* t, Element* elements) { return F(e, t, target, elements, 0); },
+                arguments == Succeed ? jni<P::kPin>(mainEnv(), array, nullptr) : nullptr,
+                arguments.bad(1) ? nullptr : &dummy,
+                [=](JNIEnv* e, lgStream* t, Element* elements) { return F(e, t, target, elements, mode); },
                 [=](Element* e) { jni<P::kUnpin>(mainEnv(), array, e, JNI_ABORT); });
         } else {
-            const KS_INT start = pick<KS_INT>(variant, 0, 10, kBeyondJint);
+            const KS_INT start = arguments.bad(1) ? kBeyondJint : arguments == Fail ? 10 : 0;
+            const KS_INT len = arguments.bad(2) ? kBeyondJint : 2;
             auto buffer = std::make_shared<std::array<Element, 4>>();
-            return plain([=](JNIEnv* e, lgStream* t) { return F(e, t, array, start, 2, buffer->data()); });
+            const bool noBuffer = arguments.bad(3);
+            return actOnly([=](JNIEnv* e, lgStream* t) {
+                return F(e, t, target, start, len, noBuffer ? nullptr : buffer->data());
+            });
+        }
         }
     };
-    if constexpr (kind == ArrayKind::Pin) {
+    if constexpr (kind == ArrayKind::New) {
+        row.checks = checksOf(name, {"result != NULL", "length >= 0", "VEN_KS_INT_TO_JSIZE_CONV_OK( length )"});
+    } else if constexpr (kind == ArrayKind::Pin) {
         row.cannotFail = "pinning or copying fails only for want of memory (left to the fault sweep)";
+        row.checks = checksOf(name, {"result != NULL", "array != NULL"});
     } else if constexpr (kind == ArrayKind::Release) {
         row.cannotFail = "a release raises nothing";
+        row.floor = unguarded(std::string(name).substr(3)); // the JNI function of the same name
+        row.checks = checksOf(name, {"array != NULL", "elems != NULL", "mode == 0 || mode == JNI_COMMIT || mode == JNI_ABORT"});
+    } else {
+        row.checks = checksOf(name, {"array != NULL", "VEN_KS_INT_TO_JSIZE_CONV_OK( start )",
+                                     "VEN_KS_INT_TO_JSIZE_CONV_OK( len )", "buf != NULL"});
     }
     row.delivers = kind == ArrayKind::New ? 1 : 0;
     return row;
@@ -401,56 +507,74 @@ template <ArrayKind kind, typename Element, typename Array, auto F> Case arrayCa
 #define SWEEP_PIN_ven___ReleaseStringUTFChars &Entry::GetStringUTFChars, &Entry::ReleaseStringUTFChars
 #define SWEEP_PIN_ven___ReleaseStringCritical &Entry::GetStringCritical, &Entry::ReleaseStringCritical
 
-jstring textUnlessBad(Variant variant)
+jstring textUnlessBad(bool bad)
 {
-    return variant == Bad ? nullptr : world().text;
+    return bad ? nullptr : world().text;
 }
 
 template <typename Char, auto F, auto Unpin> Case stringPinCase(const char* name)
 {
-    return {name,
-            [](Variant v) {
-                jstring string = textUnlessBad(v);
-                return pinning(F, string, [=](const Char* chars) { jni<Unpin>(mainEnv(), string, chars); });
-            },
-            "pinning or copying fails only for want of memory (left to the fault sweep)"};
+    return {.name = name,
+            .prepare =
+                [](Arguments arguments) {
+                    jstring string = textUnlessBad(arguments.bad(1));
+                    return pinning(
+                        F, string, [=](const Char* chars) { jni<Unpin>(mainEnv(), string, chars); }, true,
+                        arguments.bad(0));
+                },
+            .checks = checksOf(name, {"result != NULL", "string != NULL"}),
+            .cannotFail = "pinning or copying fails only for want of memory (left to the fault sweep)"};
 }
 
 template <typename Char, auto F, auto Pin, auto Unpin> Case stringReleaseCase(const char* name)
 {
-    return {name,
-            [](Variant v) {
-                jstring string = textUnlessBad(v);
-                return releasing<const Char*>(
-                    string != nullptr ? jni<Pin>(mainEnv(), string, nullptr) : nullptr, nullptr,
-                    [=](JNIEnv* e, lgStream* t, const Char* chars) { return F(e, t, string, chars); },
-                    [=](const Char* chars) { jni<Unpin>(mainEnv(), string, chars); });
-            },
-            "a release raises nothing"};
+    return {.name = name,
+            .prepare =
+                [](Arguments arguments) {
+                    jstring string = textUnlessBad(arguments.bad(0));
+                    return releasing<const Char*>(
+                        string != nullptr ? jni<Pin>(mainEnv(), string, nullptr) : nullptr, nullptr,
+                        [=](JNIEnv* e, lgStream* t, const Char* chars) { return F(e, t, string, chars); },
+                        [=](const Char* chars) { jni<Unpin>(mainEnv(), string, chars); });
+                },
+            .checks = checksOf(name, {"string != NULL"}),
+            .floor = unguarded(std::string(name).substr(3)),
+            .cannotFail = "a release raises nothing"};
 }
 
 template <typename Char, auto F> Case stringRegionCase(const char* name)
 {
-    return {name, [](Variant v) {
-                auto buffer = std::make_shared<std::array<Char, 16>>();
-                const jsize start = v == Fail ? 100 : 0;
-                return plain([=](JNIEnv* e, lgStream* t) {
-                    return F(e, t, world().text, start, 2, v == Bad ? nullptr : buffer->data());
-                });
-            }};
+    return {.name = name,
+            .prepare =
+                [](Arguments arguments) {
+                    auto buffer = std::make_shared<std::array<Char, 16>>();
+                    const jsize start = arguments == Fail ? 100 : 0;
+                    jstring string = textUnlessBad(arguments.bad(0));
+                    const bool noBuffer = arguments.bad(1);
+                    return actOnly([=](JNIEnv* e, lgStream* t) {
+                        return F(e, t, string, start, 2, noBuffer ? nullptr : buffer->data());
+                    });
+                },
+            .checks = checksOf(name, {"str != NULL", "buf != NULL"})};
 }
 
-template <typename Element, typename Array, auto F> Case copyCase(const char* name, int slot)
+template <typename Element, typename Array, auto F> Case copyCase(const char* name, int slot, const char* typeName)
 {
-    return {name,
-            [slot](Variant v) {
-                auto target = std::make_shared<std::array<Element, 4>>();
-                auto array = static_cast<Array>(world().arrays[slot]);
-                return plain([=](JNIEnv* e, lgStream* t) {
-                    return F(v == Bad ? nullptr : target->data(), e, t, array, 4);
-                });
-            },
-            "pinning fails only for want of memory"};
+    return {.name = name,
+            .prepare =
+                [slot](Arguments arguments) {
+                    auto target = std::make_shared<std::array<Element, 4>>();
+                    auto array = static_cast<Array>(arguments.bad(2) ? nullptr : world().arrays[slot]);
+                    const bool noTarget = arguments.bad(0);
+                    const KS_INT length = arguments.bad(1) ? -1 : 4;
+                    return actOnly([=](JNIEnv* e, lgStream* t) {
+                        return F(noTarget ? nullptr : target->data(), e, t, array, length);
+                    });
+                },
+            .checks = checksOf(name, {"result != NULL", "length >= 0"}) + kArrayLengthCheck,
+            .floor = guarded("GetArrayLength") + guarded(std::string("Get") + typeName + "ArrayElements") +
+                     unguarded(std::string("Release") + typeName + "ArrayElements"),
+            .cannotFail = "pinning fails only for want of memory"};
 }
 
 enum class ThrowForm { Cstr, KsString, Format, MessageFirst };
@@ -458,9 +582,9 @@ enum class ThrowForm { Cstr, KsString, Format, MessageFirst };
 template <ThrowForm form, auto F> Case throwCase(const char* name, const char* className)
 {
     Case row{name};
-    row.prepare = [](Variant variant) -> Prepared {
-        const bool bad = variant == Bad;
-        return plain([bad](JNIEnv* env, lgStream* trace) {
+    row.prepare = [](Arguments arguments) -> Prepared {
+        const bool bad = arguments.bad(0);
+        return actOnly([bad](JNIEnv* env, lgStream* trace) {
             if constexpr (form == ThrowForm::Cstr) {
                 return F(env, trace, "sweep", bad ? nullptr : "thrown");
             } else if constexpr (form == ThrowForm::MessageFirst) {
@@ -474,8 +598,11 @@ template <ThrowForm form, auto F> Case throwCase(const char* name, const char* c
         });
     };
     row.cannotFail = "the throw raises by design; only a missing class or memory could fail it";
-    if (form == ThrowForm::Format) {
-        row.noBadArgument = "format, length and values go to the formatter unchecked";
+    // The format form hands format, length and values to the formatter unchecked.
+    if constexpr (form == ThrowForm::KsString) {
+        row.checks = checksOf(name, {"msg != ((void *)0)"});
+    } else if constexpr (form != ThrowForm::Format) {
+        row.checks = {"venThrowNew: message != NULL"};
     }
     row.onSuccess = OnSuccess::Throws;
     row.thrown = className;
@@ -484,10 +611,14 @@ template <ThrowForm form, auto F> Case throwCase(const char* name, const char* c
 
 template <auto F> Case lookupCase(const char* name, const char* member, const char* sig, bool field)
 {
-    return {name, [=](Variant v) {
-                jclass clazz = v == Bad ? nullptr : field ? world().fields : world().methods;
-                return outCall(F, false, clazz, v == Fail ? "noSuchMember" : member, sig);
-            }};
+    return {.name = name,
+            .prepare =
+                [=](Arguments arguments) {
+                    jclass clazz = arguments.bad(1) ? nullptr : field ? world().fields : world().methods;
+                    const char* memberName = arguments.bad(2) ? nullptr : arguments == Fail ? "noSuchMember" : member;
+                    return resultCall(F, arguments.bad(0), clazz, memberName, arguments.bad(3) ? nullptr : sig);
+                },
+            .checks = checksOf(name, {"result != NULL", "clazz != NULL", "name != NULL", "sig != NULL"})};
 }
 
 } // namespace
@@ -557,21 +688,22 @@ jint JNICALL answer(JNIEnv*, jclass)
 }
 
 // A trace function, run with E1 pending: it describes and keeps what is pending.
+// A trace function, run with E1 pending: it describes and keeps what is pending. A missing
+// argument is reported in the stream, raising nothing.
 Case traceCase(const char* name, std::function<KS_BOOL(JNIEnv*, lgStream*)> trace)
 {
-    return {name,
-            [trace](Variant) {
-                return plain([trace](JNIEnv* e, lgStream* t) {
-                    if (!mainEnv()->ExceptionCheck()) {
-                        mainEnv()->Throw(world().e1);
-                    }
-                    return trace(e, t);
-                });
-            },
-            "the trace keeps the pending exception whatever its own calls meet",
-            "a missing argument is reported in the stream, raising nothing",
-            0,
-            OnSuccess::Traces};
+    return {.name = name,
+            .prepare =
+                [trace](Arguments) {
+                    return actOnly([trace](JNIEnv* e, lgStream* t) {
+                        if (!mainEnv()->ExceptionCheck()) {
+                            mainEnv()->Throw(world().e1);
+                        }
+                        return trace(e, t);
+                    });
+                },
+            .cannotFail = "the trace keeps the pending exception whatever its own calls meet",
+            .onSuccess = OnSuccess::Traces};
 }
 
 // The sweep's own rows: the functions outside the family tables.
@@ -585,148 +717,214 @@ std::vector<Case> oneOffs()
     static const double source[] = {1.5, 2.5};
     return {
         // Class lookup, objects, references, frames, natives, monitors.
-        {"venFindClass",
-         [](Variant v) {
-             return outCall(venFindClass, false,
-                            pick<const char*>(v, "fixtures/Fields", "no/such/Class", nullptr));
-         },
-         nullptr, nullptr, 1},
-        {"venAllocObject",
-         [&w](Variant v) {
-             return outCall(venAllocObject, false, pick<jclass>(v, w.fields, w.collection, nullptr));
-         },
-         nullptr, nullptr, 1},
-        {"venNewObject",
-         [&w](Variant v) {
-             jclass clazz = v == Fail ? w.integer : w.fields;
-             const char* sig = v == Fail ? "(Ljava/lang/String;)V" : "()V";
-             jmethodID init = v == Bad ? nullptr : mainEnv()->GetMethodID(clazz, "<init>", sig);
-             return withOut<jobject>(false, [=](jobject* r, JNIEnv* e, lgStream* t) {
-                 return venNewObject(r, e, t, clazz, init, w.text);
-             });
-         },
-         nullptr, nullptr, 1},
-        {"venGetObjectClass",
-         [&w](Variant v) { return outCall(venGetObjectClass, false, v == Bad ? nullptr : w.fieldsObj); },
-         "the class of an object is always there", nullptr, 1},
-        {"venIsInstanceOf",
-         [&w](Variant v) { return outCall(venIsInstanceOf, false, w.text, v == Bad ? nullptr : w.object); },
-         "an instance test raises nothing"},
+        {.name = "venFindClass",
+         .prepare =
+             [](Arguments a) {
+                 return resultCall(venFindClass, a.bad(0),
+                                   byVariant<const char*>(a, "fixtures/Fields", "no/such/Class", nullptr));
+             },
+         .checks = checksOf("venFindClass", {"result != NULL", "name != NULL"}),
+         .delivers = 1},
+        {.name = "venAllocObject",
+         .prepare =
+             [&w](Arguments a) {
+                 return resultCall(venAllocObject, a.bad(0), byVariant<jclass>(a, w.fields, w.collection, nullptr));
+             },
+         .checks = checksOf("venAllocObject", {"result != NULL", "clazz != NULL"}),
+         .delivers = 1},
+        {.name = "venNewObject",
+         .prepare =
+             [&w](Arguments a) {
+                 jclass clazz = a == Fail ? w.integer : w.fields;
+                 const char* sig = a == Fail ? "(Ljava/lang/String;)V" : "()V";
+                 jmethodID init = a.bad(2) ? nullptr : mainEnv()->GetMethodID(clazz, "<init>", sig);
+                 clazz = a.bad(1) ? nullptr : clazz;
+                 return withResult<jobject>(a.bad(0), [=](jobject* r, JNIEnv* e, lgStream* t) {
+                     return venNewObject(r, e, t, clazz, init, w.text);
+                 });
+             },
+         .checks = checksOf("venNewObject", {"result != NULL", "clazz != NULL", "methodID != NULL"}),
+         .delivers = 1},
+        {.name = "venGetObjectClass",
+         .prepare =
+             [&w](Arguments a) {
+                 return resultCall(venGetObjectClass, a.bad(0), a.bad(1) ? nullptr : w.fieldsObj);
+             },
+         .checks = checksOf("venGetObjectClass", {"result != NULL", "obj != NULL"}),
+         .cannotFail = "the class of an object is always there",
+         .delivers = 1},
+        {.name = "venIsInstanceOf",
+         .prepare =
+             [&w](Arguments a) {
+                 return resultCall(venIsInstanceOf, a.bad(0), w.text, a.bad(1) ? nullptr : w.object);
+             },
+         .checks = checksOf("venIsInstanceOf", {"result != NULL", "clazz != NULL"}),
+         .cannotFail = "an instance test raises nothing"},
         {.name = "venGetVersion",
-         .prepare = [](Variant v) { return outCall(venGetVersion, v == Bad); },
+         .prepare = [](Arguments a) { return resultCall(venGetVersion, a.bad(0)); },
+         .checks = checksOf("venGetVersion", {"result != NULL"}),
+         .floor = unguarded("GetVersion"), // a direct call
          .cannotFail = "the version raises nothing",
          .successWarns = "ven___GetVersion is a direct call: it neither clears nor sets aside the "
                          "pending exception"},
-        {"venNewGlobalRef",
-         [&w](Variant v) {
-             return holding(
-                 venNewGlobalRef, [](jobject ref) { mainEnv()->DeleteGlobalRef(ref); },
-                 v == Bad ? nullptr : w.text);
-         },
-         "a new global reference fails only for want of memory"},
-        {"venNewWeakGlobalRef",
-         [&w](Variant v) {
-             return holding(
-                 venNewWeakGlobalRef, [](jweak ref) { mainEnv()->DeleteWeakGlobalRef(ref); },
-                 v == Bad ? nullptr : w.text);
-         },
-         "a new weak global reference fails only for want of memory"},
+        {.name = "venNewGlobalRef",
+         .prepare =
+             [&w](Arguments a) {
+                 return holding(
+                     venNewGlobalRef, [](jobject ref) { mainEnv()->DeleteGlobalRef(ref); }, a.bad(0),
+                     a.bad(1) ? nullptr : w.text);
+             },
+         .checks = checksOf("venNewGlobalRef", {"result != NULL", "obj != NULL"}),
+         .cannotFail = "a new global reference fails only for want of memory"},
+        {.name = "venNewWeakGlobalRef",
+         .prepare =
+             [&w](Arguments a) {
+                 return holding(
+                     venNewWeakGlobalRef, [](jweak ref) { mainEnv()->DeleteWeakGlobalRef(ref); }, a.bad(0),
+                     a.bad(1) ? nullptr : w.text);
+             },
+         .checks = checksOf("venNewWeakGlobalRef", {"result != NULL", "obj != NULL"}),
+         .cannotFail = "a new weak global reference fails only for want of memory"},
         {.name = "venEnsureLocalCapacity",
-         .prepare = [](Variant v) { return call(venEnsureLocalCapacity, v == Bad ? -1 : 8); },
+         .prepare = [](Arguments a) { return call(venEnsureLocalCapacity, a.bad(0) ? -1 : 8); },
+         .checks = checksOf("venEnsureLocalCapacity", {"capacity >= 0"}),
          .cannotFail = bySize,
          .untracedFailure = "a refused capacity is reported by the result alone"},
         {.name = "venPushLocalFrame",
          .prepare =
-             [](Variant v) {
-                 return undoing(call(venPushLocalFrame, v == Bad ? -1 : 8),
+             [](Arguments a) {
+                 return undoing(call(venPushLocalFrame, a.bad(0) ? -1 : 8),
                                 [] { mainEnv()->PopLocalFrame(nullptr); });
              },
+         .checks = checksOf("venPushLocalFrame", {"capacity >= 0"}),
          .cannotFail = bySize,
          .untracedFailure = "a refused frame is reported by the result alone"},
-        {"venRegisterNatives",
-         [&w](Variant v) {
-             static JNINativeMethod good{const_cast<char*>("answer"), const_cast<char*>("()I"),
-                                         reinterpret_cast<void*>(&answer)};
-             static JNINativeMethod missing{const_cast<char*>("noSuchMethod"), const_cast<char*>("()I"),
-                                            reinterpret_cast<void*>(&answer)};
-             Prepared p = call(venRegisterNatives, w.natives,
-                               pick<const JNINativeMethod*>(v, &good, &missing, nullptr), 1);
-             p.cleanup = [&w] { mainEnv()->UnregisterNatives(w.natives); };
-             return p;
-         }},
-        {"venUnregisterNatives",
-         [&w](Variant v) { return call(venUnregisterNatives, v == Bad ? nullptr : w.natives); },
-         "unregistering raises nothing"},
-        {"venMonitorEnter",
-         [&w](Variant v) {
-             jobject obj = v == Bad ? nullptr : w.fieldsObj;
-             return undoing(call(venMonitorEnter, obj), [=] { mainEnv()->MonitorExit(obj); });
-         },
-         "entering a monitor fails only for want of memory"},
-        {"venMonitorLeave",
-         [&w](Variant v) {
-             jobject obj = v == Bad ? nullptr : w.fieldsObj;
-             return releasing<jobject>(
-                 v == Succeed && mainEnv()->MonitorEnter(obj) == JNI_OK ? obj : nullptr, obj,
-                 [](JNIEnv* e, lgStream* t, jobject held) { return venMonitorLeave(e, t, held); },
-                 [](jobject held) { mainEnv()->MonitorExit(held); });
-         },
-         "the wrapper stops the process when leaving fails (left to the fault sweep)"},
-        {"venThrow",
-         [&w](Variant v) {
-             jobject thrown = v == Bad ? nullptr : mainEnv()->NewLocalRef(w.toStringThrowsObj);
-             return call(venThrow, static_cast<jthrowable>(thrown), "sweep");
-         },
-         "the throw raises by design", nullptr, 0, OnSuccess::Rethrows, "fixtures/ToStringThrows"},
-        {"venThrowNew",
-         [&w](Variant v) {
-             return call(venThrowNew, v == Bad ? nullptr : w.fixtureException, "thrown", "sweep");
-         },
-         "the throw raises by design", nullptr, 0, OnSuccess::Throws, "fixtures/FixtureException"},
+        {.name = "venRegisterNatives",
+         .prepare =
+             [&w](Arguments a) {
+                 static JNINativeMethod good{const_cast<char*>("answer"), const_cast<char*>("()I"),
+                                             reinterpret_cast<void*>(&answer)};
+                 static JNINativeMethod missing{const_cast<char*>("noSuchMethod"), const_cast<char*>("()I"),
+                                                reinterpret_cast<void*>(&answer)};
+                 Prepared p = call(venRegisterNatives, a.bad(0) ? nullptr : w.natives,
+                                   a.bad(1) ? nullptr : a == Fail ? &missing : &good, a.bad(2) ? -1 : 1);
+                 p.cleanup = [&w] { mainEnv()->UnregisterNatives(w.natives); };
+                 return p;
+             },
+         .checks = checksOf("venRegisterNatives", {"clazz != NULL", "methods != NULL", "nMethods >= 0"})},
+        {.name = "venUnregisterNatives",
+         .prepare = [&w](Arguments a) { return call(venUnregisterNatives, a.bad(0) ? nullptr : w.natives); },
+         .checks = checksOf("venUnregisterNatives", {"clazz != NULL"}),
+         .cannotFail = "unregistering raises nothing"},
+        {.name = "venMonitorEnter",
+         .prepare =
+             [&w](Arguments a) {
+                 jobject obj = a.bad(0) ? nullptr : w.fieldsObj;
+                 return undoing(call(venMonitorEnter, obj), [=] { mainEnv()->MonitorExit(obj); });
+             },
+         .checks = checksOf("venMonitorEnter", {"obj != NULL"}),
+         .cannotFail = "entering a monitor fails only for want of memory"},
+        {.name = "venMonitorLeave",
+         .prepare =
+             [&w](Arguments a) {
+                 jobject obj = a.bad(0) ? nullptr : w.fieldsObj;
+                 return releasing<jobject>(
+                     a == Succeed && mainEnv()->MonitorEnter(obj) == JNI_OK ? obj : nullptr, obj,
+                     [](JNIEnv* e, lgStream* t, jobject held) { return venMonitorLeave(e, t, held); },
+                     [](jobject held) { mainEnv()->MonitorExit(held); });
+             },
+         .checks = checksOf("venMonitorLeave", {"obj != NULL"}),
+         .floor = unguarded("MonitorExit"),
+         .cannotFail = "the wrapper stops the process when leaving fails (left to the fault sweep)"},
+        {.name = "venThrow",
+         .prepare =
+             [&w](Arguments a) {
+                 jobject thrown = a.bad(0) ? nullptr : mainEnv()->NewLocalRef(w.toStringThrowsObj);
+                 return call(venThrow, static_cast<jthrowable>(thrown), "sweep");
+             },
+         .checks = checksOf("venThrow", {"throwable != NULL"}),
+         .cannotFail = "the throw raises by design",
+         .onSuccess = OnSuccess::Rethrows,
+         .thrown = "fixtures/ToStringThrows"},
+        {.name = "venThrowNew",
+         .prepare =
+             [&w](Arguments a) {
+                 return call(venThrowNew, a.bad(0) ? nullptr : w.fixtureException, a.bad(1) ? nullptr : "thrown",
+                             "sweep");
+             },
+         .checks = checksOf("venThrowNew", {"clazz != NULL", "message != NULL"}),
+         .cannotFail = "the throw raises by design",
+         .onSuccess = OnSuccess::Throws,
+         .thrown = "fixtures/FixtureException"},
 
         // Strings and arrays outside the families.
-        {"venNewString", [](Variant v) { return outCall(venNewString, false, units, v == Bad ? -1 : 2); },
-         "a new string fails only for want of memory", nullptr, 1},
-        {"venNewStringUTF",
-         [](Variant v) { return outCall(venNewStringUTF, false, v == Bad ? nullptr : "text"); },
-         "a new string fails only for want of memory", nullptr, 1},
-        {"venGetArrayLength",
-         [&w](Variant v) { return outCall(venGetArrayLength, false, v == Bad ? nullptr : w.arrays[4]); },
-         "the length of an array raises nothing"},
-        {"venNewObjectArray",
-         [&w](Variant v) {
-             return outCall(venNewObjectArray, false, v == Fail ? kHugeLength : 2,
-                            v == Bad ? nullptr : w.object, w.text);
-         },
-         nullptr, nullptr, 1},
-        {"venSetObjectArrayElement",
-         [&w](Variant v) {
-             return call(venSetObjectArrayElement, w.objectArray, pick<KS_INT>(v, 1, 10, kBeyondJint),
-                         w.text);
-         }},
-        {"venGetPrimitiveArrayCritical",
-         [&w](Variant v) {
-             jarray array = v == Bad ? nullptr : w.arrays[4];
-             return pinning(
-                 venGetPrimitiveArrayCritical, array,
-                 [=](void* elements) {
-                     mainEnv()->ReleasePrimitiveArrayCritical(array, elements, JNI_ABORT);
-                 },
-                 false);
-         },
-         "pinning fails only for want of memory (left to the fault sweep)"},
-        {"venReleasePrimitiveArrayCritical",
-         [&w](Variant v) {
-             static jint dummy;
-             jarray array = v == Bad ? nullptr : w.arrays[4];
-             return releasing<void*>(
-                 v == Succeed ? mainEnv()->GetPrimitiveArrayCritical(array, nullptr) : nullptr, &dummy,
-                 [=](JNIEnv* e, lgStream* t, void* p) {
-                     return venReleasePrimitiveArrayCritical(e, t, array, p, 0);
-                 },
-                 [=](void* p) { mainEnv()->ReleasePrimitiveArrayCritical(array, p, JNI_ABORT); });
-         },
-         "a release raises nothing"},
+        {.name = "venNewString",
+         .prepare =
+             [](Arguments a) {
+                 const KS_INT length = a.bad(2) ? -1 : a.bad(3) ? kBeyondJint : 2;
+                 return resultCall(venNewString, a.bad(0), a.bad(1) ? nullptr : units, length);
+             },
+         .checks = checksOf("venNewString", {"result != NULL", "unicodeChars != NULL || len == 0", "len >= 0",
+                                             "VEN_KS_INT_TO_JSIZE_CONV_OK( len )"}),
+         .cannotFail = "a new string fails only for want of memory",
+         .delivers = 1},
+        {.name = "venNewStringUTF",
+         .prepare = [](Arguments a) { return resultCall(venNewStringUTF, a.bad(0), a.bad(1) ? nullptr : "text"); },
+         .checks = checksOf("venNewStringUTF", {"result != NULL", "bytes != NULL"}),
+         .cannotFail = "a new string fails only for want of memory",
+         .delivers = 1},
+        {.name = "venGetArrayLength",
+         .prepare =
+             [&w](Arguments a) { return resultCall(venGetArrayLength, a.bad(0), a.bad(1) ? nullptr : w.arrays[4]); },
+         .checks = checksOf("venGetArrayLength", {"result != NULL", "array != NULL"}),
+         .cannotFail = "the length of an array raises nothing"},
+        {.name = "venNewObjectArray",
+         .prepare =
+             [&w](Arguments a) {
+                 const KS_INT length = a.bad(1) ? -1 : a.bad(2) ? kBeyondJint : a == Fail ? kHugeLength : 2;
+                 return resultCall(venNewObjectArray, a.bad(0), length, a.bad(3) ? nullptr : w.object, w.text);
+             },
+         .checks = checksOf("venNewObjectArray", {"result != NULL", "length >= 0",
+                                                  "VEN_KS_INT_TO_JSIZE_CONV_OK( length )", "elementClass != NULL"}),
+         .delivers = 1},
+        {.name = "venSetObjectArrayElement",
+         .prepare =
+             [&w](Arguments a) {
+                 return call(venSetObjectArrayElement, a.bad(0) ? nullptr : w.objectArray,
+                             byVariant<KS_INT>(a, 1, 10, kBeyondJint), w.text);
+             },
+         .checks = checksOf("venSetObjectArrayElement", {"array != NULL", "VEN_KS_INT_TO_JSIZE_CONV_OK( index )"})},
+        {.name = "venGetPrimitiveArrayCritical",
+         .prepare =
+             [&w](Arguments a) {
+                 jarray array = a.bad(1) ? nullptr : w.arrays[4];
+                 return pinning(
+                     venGetPrimitiveArrayCritical, array,
+                     [=](void* elements) {
+                         mainEnv()->ReleasePrimitiveArrayCritical(array, elements, JNI_ABORT);
+                     },
+                     false, a.bad(0));
+             },
+         .checks = checksOf("venGetPrimitiveArrayCritical", {"result != NULL", "array != NULL"}),
+         .cannotFail = "pinning fails only for want of memory (left to the fault sweep)"},
+        {.name = "venReleasePrimitiveArrayCritical",
+         .prepare =
+             [&w](Arguments a) {
+                 static jint dummy;
+                 jarray array = a.bad(0) ? nullptr : w.arrays[4];
+                 const jint mode = a.bad(2) ? 3 : 0;
+                 return releasing<void*>(
+                     a == Succeed ? mainEnv()->GetPrimitiveArrayCritical(array, nullptr) : nullptr,
+                     a.bad(1) ? nullptr : &dummy,
+                     [=](JNIEnv* e, lgStream* t, void* p) {
+                         return venReleasePrimitiveArrayCritical(e, t, array, p, mode);
+                     },
+                     [=](void* p) { mainEnv()->ReleasePrimitiveArrayCritical(array, p, JNI_ABORT); });
+             },
+         .checks = checksOf("venReleasePrimitiveArrayCritical",
+                            {"array != NULL", "carray != NULL", "mode == 0 || mode == JNI_COMMIT || mode == JNI_ABORT"}),
+         .floor = unguarded("ReleasePrimitiveArrayCritical"),
+         .cannotFail = "a release raises nothing"},
 
         // Trace functions: they describe, never change what is pending.
         traceCase("venTraceException",
@@ -741,99 +939,157 @@ std::vector<Case> oneOffs()
             [](JNIEnv* e, lgStream* t) { return venTraceErrorOrRuntimeExceptionOccurred(e, t, "sweep"); }),
 
         // Bridges.
-        {"venNewStringArrayFromKsVector",
-         [](Variant v) {
-             return owning<ksVector>(v == Bad ? nullptr : ksVectorCreate(), [](ksVector* vec) {
-                 for (const char* text : {"a", "b"}) {
-                     KsRef<ksString> s(ksStringCreateFromCstr(text, -1));
-                     if (vec != nullptr) {
-                         ksVectorAppend(vec, s.get());
+        {.name = "venNewStringArrayFromKsVector",
+         .prepare =
+             [](Arguments a) {
+                 return owning<ksVector>(a.bad(1) ? nullptr : ksVectorCreate(), [a](ksVector* vec) {
+                     for (const char* text : {"a", "b"}) {
+                         KsRef<ksString> s(ksStringCreateFromCstr(text, -1));
+                         if (vec != nullptr) {
+                             ksVectorAppend(vec, s.get());
+                         }
                      }
-                 }
-                 return outCall(venNewStringArrayFromKsVector, false, vec);
-             });
-         },
-         "the strings and the array fail only for want of memory", nullptr, 1},
+                     return resultCall(venNewStringArrayFromKsVector, a.bad(0), vec);
+                 });
+             },
+         .checks = checksOf("venNewStringArrayFromKsVector", {"result != NULL", "vec != NULL"}),
+         .floor = {"ExceptionCheck", "FindClass", "NewObjectArray", "NewString", "SetObjectArrayElement",
+                   "ExceptionCheck", "DeleteLocalRef", "NewString", "SetObjectArrayElement", "ExceptionCheck",
+                   "DeleteLocalRef", "DeleteLocalRef"},
+         .cannotFail = "the strings and the array fail only for want of memory",
+         .delivers = 1},
         {.name = "venNewByteArrayFromBuffer",
          .prepare =
-             [](Variant v) {
-                 return owning<ksBuffer>(
-                     v == Bad ? nullptr : ksBufferCreateFromBytesCopy("abc", 3),
-                     [](ksBuffer* buffer) { return outCall(venNewByteArrayFromBuffer, false, buffer); });
+             [](Arguments a) {
+                 return owning<ksBuffer>(a.bad(1) ? nullptr : ksBufferCreateFromBytesCopy("abc", 3), [a](ksBuffer* buffer) {
+                     return resultCall(venNewByteArrayFromBuffer, a.bad(0), buffer);
+                 });
              },
+         .checks = checksOf("venNewByteArray", {"result != NULL", "buffer != NULL"}),
+         .floor = guarded("NewByteArray") + guarded("SetByteArrayRegion"),
          .cannotFail = "the array fails only for want of memory",
          .delivers = 1,
          .keepsOnFailure = "a failed copy leaves the new array in *result"},
         {.name = "venNewDoubleArrayOf",
          .prepare =
-             [](Variant v) {
-                 return outCall(venNewDoubleArrayOf, false, v == Bad ? nullptr : source,
-                                v == Fail ? kHugeLength : 2);
+             [](Arguments a) {
+                 return resultCall(venNewDoubleArrayOf, a.bad(1), a.bad(0) ? nullptr : source,
+                                   a.bad(2) ? -1 : a == Fail ? kHugeLength : 2);
              },
+         .checks = {"venNewDoubleArrayOf: source != NULL", "venNewDoubleArray: result != NULL",
+                    "venNewDoubleArray: length >= 0"},
+         .floor = guarded("NewDoubleArray") + guarded("GetDoubleArrayElements") +
+                  unguarded("ReleaseDoubleArrayElements"),
          .delivers = 1,
          .keepsOnFailure = "a failed pin leaves the new array in *result"},
-        {"venGetByteArrayRegionAsBuffer",
-         [&w](Variant v) {
-             return outCall(venGetByteArrayRegionAsBuffer, v == Bad, static_cast<jbyteArray>(w.arrays[1]),
-                            v == Fail ? 10 : 0, 2);
-         }},
-        {"venGetPrimitiveArrayAsKsBuffer",
-         [&w](Variant v) { return outCall(venGetPrimitiveArrayAsKsBuffer, v == Bad, w.arrays[1]); },
-         "pinning fails only for want of memory"},
-        copyCase<KS_INT, jintArray, venCopyIntArrayElements>("venCopyIntArrayElements", 4),
-        copyCase<double, jdoubleArray, venCopyDoubleArrayElements>("venCopyDoubleArrayElements", 7),
+        {.name = "venGetByteArrayRegionAsBuffer",
+         .prepare =
+             [&w](Arguments a) {
+                 return resultCall(venGetByteArrayRegionAsBuffer, a.bad(0),
+                                   static_cast<jbyteArray>(a.bad(2) ? nullptr : w.arrays[1]), a == Fail ? 10 : 0,
+                                   a.bad(1) ? -1 : 2);
+             },
+         .checks = {"venGetByteArrayRegionAsBytes: result != ((void *)0)", "venGetByteArrayRegionAsBytes: len >= 0",
+                    "venGetByteArrayRegion: array != NULL"},
+         .floor = guarded("GetByteArrayRegion"),
+         .blocks = 1},
+        {.name = "venGetPrimitiveArrayAsKsBuffer",
+         .prepare =
+             [&w](Arguments a) {
+                 return resultCall(venGetPrimitiveArrayAsKsBuffer, a.bad(0), a.bad(1) ? nullptr : w.arrays[1]);
+             },
+         .checks = std::vector<std::string>{"venArrayToKsBuffer: result != ((void *)0)"} + kArrayLengthCheck,
+         .floor = guarded("GetArrayLength") + guarded("GetPrimitiveArrayCritical") +
+                  unguarded("ReleasePrimitiveArrayCritical"),
+         .cannotFail = "pinning fails only for want of memory"},
+        copyCase<KS_INT, jintArray, venCopyIntArrayElements>("venCopyIntArrayElements", 4, "Int"),
+        copyCase<double, jdoubleArray, venCopyDoubleArrayElements>("venCopyDoubleArrayElements", 7, "Double"),
 
         // Class support beyond lookups, instance tests and throws.
-        {"venObjectToString",
-         [&w](Variant v) {
-             return outCall(venObjectToString, false,
-                            pick<jobject>(v, w.fieldsObj, w.toStringThrowsObj, nullptr));
-         }},
-        {"venArrayListNew", [](Variant v) { return outCall(venArrayListNew, v == Bad); },
-         "a new list fails only for want of memory", nullptr, 1},
-        {"venArrayListGet",
-         [&w](Variant v) {
-             return outCall(venArrayListGet, false, w.list, pick<KS_INT>(v, 0, 5, kBeyondJint));
-         },
-         nullptr, nullptr, 1},
-        {"venArrayListSize",
-         [&w](Variant v) { return outCall(venArrayListSize, false, v == Bad ? nullptr : w.list); },
-         "the size of a list raises nothing"},
+        {.name = "venObjectToString",
+         .prepare =
+             [&w](Arguments a) {
+                 return resultCall(venObjectToString, a.bad(0), a.bad(1) ? nullptr : a == Fail ? w.toStringThrowsObj : w.fieldsObj);
+             },
+         .checks = checksOf("venObjectToString", {"result != ((void *)0)", "obj != ((void *)0)"}),
+         .floor = guarded("GetObjectClass") + guarded("GetMethodID") + guarded("CallObjectMethodV") + kTextConversion +
+                  unguarded("DeleteLocalRef") + unguarded("DeleteLocalRef"),
+         .blocks = 1},
+        {.name = "venArrayListNew",
+         .prepare = [](Arguments a) { return resultCall(venArrayListNew, a.bad(0)); },
+         .checks = {"venNewObject: result != NULL"},
+         .floor = throughClass("FindClass", "GetMethodID", "NewObjectV"),
+         .cannotFail = "a new list fails only for want of memory",
+         .delivers = 1},
+        {.name = "venArrayListGet",
+         .prepare =
+             [&w](Arguments a) {
+                 return resultCall(venArrayListGet, a.bad(2), a.bad(0) ? nullptr : w.list,
+                                   a.bad(1) ? kBeyondJint : a == Fail ? 5 : 0);
+             },
+         .checks = {"venArrayListGet: arrayList != ((void *)0)",
+                    // The range check's text after macro expansion.
+                    "venArrayListGet: ( sizeof(KS_INT)>=sizeof(jint) ? (KS_INT)(index) >= "
+                    "(KS_INT)((KS_INT)(-2147483648LL)) && (KS_INT)(index) <= (KS_INT)((KS_INT)(2147483647LL)) : "
+                    "((KS_BOOL)1) )",
+                    "venCallObjectMethod: result != NULL"},
+         .floor = throughClass("FindClass", "GetMethodID", "CallObjectMethodV"),
+         .delivers = 1},
+        {.name = "venArrayListSize",
+         .prepare =
+             [&w](Arguments a) { return resultCall(venArrayListSize, a.bad(1), a.bad(0) ? nullptr : w.list); },
+         .checks = {"venArrayListSize: arrayList != ((void *)0)", "venCallIntMethod: result != NULL"},
+         .floor = throughClass("FindClass", "GetMethodID", "CallIntMethodV"),
+         .cannotFail = "the size of a list raises nothing"},
 
         // An immutable list refuses null elements in contains, and every add.
-        {"venCollectionContains",
-         [&w](Variant v) {
-             return outCall(venCollectionContains, false, pick<jobject>(v, w.list, w.immutableList, nullptr),
-                            v == Fail ? nullptr : w.text);
-         }},
-        {"venCollectionAdd",
-         [&w](Variant v) {
-             jobject collection = v == Bad ? nullptr : w.immutableList;
-             if (v == Succeed) {
-                 jclass arrayList = mainEnv()->GetObjectClass(w.list);
-                 collection =
-                     mainEnv()->NewObject(arrayList, mainEnv()->GetMethodID(arrayList, "<init>", "()V"));
-             }
-             return outCall(venCollectionAdd, false, collection, w.text);
-         }},
-        {"venEnumSetNoneOf",
-         [&w](Variant v) {
-             return outCall(venEnumSetNoneOf, false, pick<jclass>(v, w.color, w.object, nullptr));
-         },
-         nullptr, nullptr, 1},
+        {.name = "venCollectionContains",
+         .prepare =
+             [&w](Arguments a) {
+                 return resultCall(venCollectionContains, a.bad(1), a.bad(0) ? nullptr : a == Fail ? w.immutableList : w.list,
+                                   a == Fail ? nullptr : w.text);
+             },
+         .checks = {"venGetObjectClass: obj != NULL", "venCallBooleanMethod: result != NULL"},
+         .floor = throughClass("GetObjectClass", "GetMethodID", "CallBooleanMethodV")},
+        {.name = "venCollectionAdd",
+         .prepare =
+             [&w](Arguments a) {
+                 jobject collection = a.bad(0) ? nullptr : w.immutableList;
+                 if (a != Fail && !a.bad(0)) {
+                     jclass arrayList = mainEnv()->GetObjectClass(w.list);
+                     collection =
+                         mainEnv()->NewObject(arrayList, mainEnv()->GetMethodID(arrayList, "<init>", "()V"));
+                 }
+                 return resultCall(venCollectionAdd, a.bad(1), collection, w.text);
+             },
+         .checks = {"venGetObjectClass: obj != NULL", "venCallBooleanMethod: result != NULL"},
+         .floor = throughClass("GetObjectClass", "GetMethodID", "CallBooleanMethodV")},
+        {.name = "venEnumSetNoneOf",
+         .prepare =
+             [&w](Arguments a) {
+                 return resultCall(venEnumSetNoneOf, a.bad(0), a.bad(1) ? nullptr : a == Fail ? w.object : w.color);
+             },
+         .checks = checksOf("venEnumSetNoneOf", {"result != ((void *)0)", "elementType != ((void *)0)"}),
+         .floor = throughClass("FindClass", "GetStaticMethodID", "CallStaticObjectMethodV"),
+         .delivers = 1},
         {.name = "venStringToKsString",
          .prepare =
-             [&w](Variant v) {
-                 return outCall(venStringToKsString, v == Bad, v == Fail ? w.badText : w.text);
-             },
+             [&w](Arguments a) { return resultCall(venStringToKsString, a.bad(0), a == Fail ? w.badText : w.text); },
+         .checks = {"venStringToKsString: result != ((void *)0)"},
+         .floor = kTextConversion,
+         .blocks = 1,
          .failThrowsNew = "an ill-formed text is reported as an AssertionError thrown through ThrowNew"},
-        {"venStringFromKsString",
-         [](Variant v) {
-             return owning<ksString>(ksStringCreateFromCstr("text", -1), [v](ksString* text) {
-                 return outCall(venStringFromKsString, v == Bad, text);
-             });
-         },
-         "a new string fails only for want of memory", nullptr, 1},
+        {.name = "venStringFromKsString",
+         .prepare =
+             [](Arguments a) {
+                 return owning<ksString>(ksStringCreateFromCstr("text", -1), [a](ksString* text) {
+                     return resultCall(venStringFromKsString, a.bad(0), text);
+                 });
+             },
+         .checks = {"venStringFromKsString: result != ((void *)0)"},
+         .floor = {"ExceptionCheck", "NewString"},
+         .cannotFail = "a new string fails only for want of memory",
+         .delivers = 1},
     };
 }
 
@@ -842,29 +1098,65 @@ std::vector<Case> oneOffs()
     X(venIOExceptionGetClass, venIOExceptionIsInstance, venIOExceptionThrowUseMessageCstr,                   \
       venIOExceptionThrowUseMessage, venIOExceptionThrowUseMessageFormatCstr, "java/io/IOException")
 
+// A class unit's lookup and instance test. The throwable units' lookup has no test of its own:
+// venFindClass reports a NULL result.
+template <auto GetClass, auto IsInstance>
+void classUnitCases(std::vector<Case>& cases, const char* getClass, const char* isInstance, bool ownCheck)
+{
+    cases.push_back({.name = getClass,
+                     .prepare = [](Arguments a) { return resultCall(GetClass, a.bad(0)); },
+                     .checks = {ownCheck ? std::string(getClass) + ": result != ((void *)0)"
+                                         : "venFindClass: result != NULL"},
+                     .cannotFail = "the unit's class is always there",
+                     .delivers = 1});
+    cases.push_back({.name = isInstance,
+                     .prepare = [](Arguments a) { return resultCall(IsInstance, a.bad(0), world().text); },
+                     .checks = {"venIsInstanceOf: result != NULL"},
+                     .floor = guarded("FindClass") + guarded("IsInstanceOf") + unguarded("DeleteLocalRef"),
+                     .cannotFail = "an instance test raises nothing"});
+}
+
+template <auto F> Case stringLengthCase(const char* name)
+{
+    return {.name = name,
+            .prepare = [](Arguments a) { return resultCall(F, a.bad(0), textUnlessBad(a.bad(1))); },
+            .checks = checksOf(name, {"result != NULL", "string != NULL"}),
+            .cannotFail = "the length of a string raises nothing"};
+}
+
+// Boxing checks nothing itself: the call through valueOf reports a NULL result.
+template <typename Ven, auto F> Case boxingCase(const char* name)
+{
+    return {.name = name,
+            .prepare = [](Arguments a) { return resultCall(F, a.bad(0), Ven{1}); },
+            .checks = {"venCallStaticObjectMethod: result != NULL"},
+            .floor = throughClass("FindClass", "GetStaticMethodID", "CallStaticObjectMethodV"),
+            .cannotFail = "boxing fails only for want of memory",
+            .delivers = 1};
+}
+
 } // namespace
+
 std::vector<Case> allCases()
 {
     std::vector<Case> cases;
 #define SWEEP_TARGET_obj jobject
 #define SWEEP_TARGET_clazz jclass
-#define SWEEP_RANGED_Unchecked false
-#define SWEEP_RANGED_CharRange true
-#define SWEEP_RANGED_ShortRange true
-#define SWEEP_RANGED_IntRange true
+#define SWEEP_RANGE_Unchecked nullptr
+#define SWEEP_RANGE_CharRange "VEN_KS_CHAR_TO_JCHAR_CONV_OK( value )"
+#define SWEEP_RANGE_ShortRange "VEN_KS_INT_TO_JSHORT_CONV_OK( value )"
+#define SWEEP_RANGE_IntRange "VEN_KS_INT_TO_JINT_CONV_OK( value )"
 #define SWEEP_FIELD(kind, name, callee, target, Ven, Jni, Range)                                             \
-    cases.push_back(                                                                                         \
-        fieldCase<FieldKind::kind, SWEEP_TARGET_##target, Ven, Jni, SWEEP_RANGED_##Range, name>(#name));
+    cases.push_back(fieldCase<FieldKind::kind, SWEEP_TARGET_##target, Ven, Jni, name>(#name, #callee,          \
+                                                                                   SWEEP_RANGE_##Range));
     VEN_FIELD_FUNCTIONS(SWEEP_FIELD)
 #define SWEEP_CALL(form, kind, name, callee, Ven, Jni)                                                       \
-    cases.push_back(callCase<Form::form, Kind::kind, Ven, Jni, name>(#name));
+    cases.push_back(callCase<Form::form, Kind::kind, Ven, Jni, name>(#name, #callee));
     VEN_CALL_FUNCTIONS(SWEEP_CALL)
 #define SWEEP_ARRAY(kind, name, wrapper, Element, Array)                                                     \
     cases.push_back(arrayCase<ArrayKind::kind, Element, Array, name>(#name));
     VEN_ARRAY_FUNCTIONS(SWEEP_ARRAY)
-#define SWEEP_STRING_LENGTH(name, wrapper)                                                                   \
-    cases.push_back({#name, [](Variant v) { return outCall(name, false, textUnlessBad(v)); },                \
-                     "the length of a string raises nothing"});
+#define SWEEP_STRING_LENGTH(name, wrapper) cases.push_back(stringLengthCase<name>(#name));
 #define SWEEP_STRING_PIN(name, Char, wrapper)                                                                \
     cases.push_back(stringPinCase<Char, name, SWEEP_UNPIN_##wrapper>(#name));
 #define SWEEP_STRING_RELEASE(name, Char, wrapper)                                                            \
@@ -875,27 +1167,22 @@ std::vector<Case> allCases()
     VEN_STRING_RELEASE_FUNCTIONS(SWEEP_STRING_RELEASE)
     VEN_STRING_REGION_FUNCTIONS(SWEEP_STRING_REGION)
 #define SWEEP_CLASS_UNIT(getClass, isInstance, className)                                                    \
-    cases.push_back({#getClass, [](Variant v) { return outCall(getClass, v == Bad); },                       \
-                     "the unit's class is always there", nullptr, 1});                                       \
-    cases.push_back({#isInstance, [](Variant v) { return outCall(isInstance, v == Bad, world().text); },     \
-                     "an instance test raises nothing"});
+    classUnitCases<getClass, isInstance>(cases, #getClass, #isInstance, true);
     VEN_BOXED_CLASSES(SWEEP_CLASS_UNIT)
     VEN_COLLECTION_CLASSES(SWEEP_CLASS_UNIT)
     SWEEP_CLASS_UNIT(venStringGetClass, venStringIsInstance, "java/lang/String")
 #define SWEEP_THROWABLE_UNIT(getClass, isInstance, throwCstr, throwKsString, throwFormat, className)         \
-    SWEEP_CLASS_UNIT(getClass, isInstance, className)                                                        \
+    classUnitCases<getClass, isInstance>(cases, #getClass, #isInstance, false);                              \
     cases.push_back(throwCase<ThrowForm::Cstr, throwCstr>(#throwCstr, className));                           \
     cases.push_back(throwCase<ThrowForm::KsString, throwKsString>(#throwKsString, className));               \
     cases.push_back(throwCase<ThrowForm::Format, throwFormat>(#throwFormat, className));
     VEN_THROWABLE_UNITS(SWEEP_THROWABLE_UNIT)
     SWEEP_IO_EXCEPTION_UNIT(SWEEP_THROWABLE_UNIT)
 #define SWEEP_THROW_MESSAGE_FIRST(getClass, isInstance, throwMessage, className)                             \
-    SWEEP_CLASS_UNIT(getClass, isInstance, className)                                                        \
+    classUnitCases<getClass, isInstance>(cases, #getClass, #isInstance, false);                              \
     cases.push_back(throwCase<ThrowForm::MessageFirst, throwMessage>(#throwMessage, className));
     VEN_THROWABLE_UNITS_MESSAGE_FIRST(SWEEP_THROW_MESSAGE_FIRST)
-#define SWEEP_BOXING(name, getClass, sig, Ven, Jni)                                                          \
-    cases.push_back({#name, [](Variant v) { return outCall(name, v == Bad, Ven{1}); },                       \
-                     "boxing fails only for want of memory", nullptr, 1});
+#define SWEEP_BOXING(name, getClass, sig, Ven, Jni) cases.push_back(boxingCase<Ven, name>(#name));
     VEN_BOXING_FUNCTIONS(SWEEP_BOXING)
     cases.push_back(lookupCase<venGetFieldID>("venGetFieldID", "intField", "I", true));
     cases.push_back(lookupCase<venGetStaticFieldID>("venGetStaticFieldID", "staticIntField", "I", true));

@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 #include <vector>
+#include <cstddef>
 
 #include "support/ven_test.hpp"
 #include "ven/ven.h"
@@ -36,12 +37,27 @@ struct Prepared {
     std::shared_ptr<void> state{};
 };
 
+// What a preparation passes: for Bad, the checked arguments from firstBad on (in the order the
+// function checks them) are bad and the others good, so that check firstBad is the one to fail.
+struct Arguments {
+    Variant variant = Variant::Succeed;
+    std::size_t firstBad = 0;
+
+    bool bad(std::size_t check) const { return variant == Variant::Bad && check >= firstBad; }
+    operator Variant() const { return variant; }
+};
+
 // Each const char* but thrown says why a rule is waived for the function (nullptr: it holds).
 struct Case {
     std::string name{};
-    std::function<Prepared(Variant)> prepare{}; // called only for the variants that apply
+    std::function<Prepared(Arguments)> prepare{}; // called only for the variants that apply
+    // The messages of its argument failures, "<function>: <condition>", in the order of the checks.
+    std::vector<std::string> checks{};
+    // The JNI calls of a success with nothing pending, in order (none given: one guarded call,
+    // the exception query before and after it), and the raw blocks it takes from ksMemAlloc*.
+    std::vector<std::string> floor{};
+    int blocks = 0;
     const char* cannotFail = nullptr;           // no argument makes its JNI call fail: no Fail
-    const char* noBadArgument = nullptr;        // it refuses no argument: no Bad
     int delivers = 0;                           // local references a success hands back through out
     OnSuccess onSuccess = OnSuccess::Keeps;
     const char* thrown = nullptr;          // the class a Throws or Rethrows case leaves pending

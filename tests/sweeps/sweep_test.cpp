@@ -156,11 +156,11 @@ std::string classNameOf(JNIEnv* env, jobject obj)
 class Run
 {
   public:
-    Run(const Case& row, Variant variant)
+    Run(const Case& row, Arguments arguments)
         : env_(mainEnv()), ksAtStart_(ksObjLiveCount()), blocksAtStart_(ksMemLiveCount())
     {
         EXPECT_EQ(0, env_->PushLocalFrame(64));
-        prepared = row.prepare(variant);
+        prepared = row.prepare(arguments);
     }
     ~Run()
     {
@@ -212,10 +212,11 @@ const char* warningReason(const Case& row, Variant variant)
                : row.successWarns;
 }
 
-void exceptionState(const Case& row, Variant variant)
+void exceptionState(const Case& row, Arguments arguments)
 {
+    const Variant variant = arguments.variant;
     JNIEnv* env = mainEnv();
-    Run run(row, variant);
+    Run run(row, arguments);
     ASSERT_TRUE(run.prepared.act) << "variant " << static_cast<int>(variant) << " not prepared";
     ++gCounts.stateCases;
     jthrowable e1 = world().e1;
@@ -252,12 +253,18 @@ void exceptionState(const Case& row, Variant variant)
         // A checked exception is the caller's to handle: only an unchecked one is traced.
         EXPECT_EQ(isUnchecked(env, pending), run.trace.notable()) << pendingClass;
         break;
-    case Variant::Bad:
+    case Variant::Bad: {
+        // The argument failure replaces E1 and is traced under the function that reports it.
+        const std::string& message = row.checks[arguments.firstBad];
         EXPECT_EQ(KS_FALSE, ok);
-        EXPECT_TRUE(pendingIsA(env, pending, "java/lang/IllegalArgumentException"))
-            << "pending: " << pendingClass;
-        EXPECT_TRUE(run.trace.notable()) << "the argument failure is traced";
+        EXPECT_EQ(run.trace.lines(), std::vector<std::string>{"[" + message.substr(0, message.find(':')) +
+                                                              "()] Exception: java.lang.IllegalArgumentException: " +
+                                                              message});
+        EXPECT_TRUE(run.trace.notable());
+        env->Throw(pending);
+        ExpectPending(env, "java.lang.IllegalArgumentException", message.c_str());
         break;
+    }
     }
 }
 
@@ -265,12 +272,12 @@ TEST(Sweeps, ExceptionState)
 {
     for (const Case& row : cases()) {
         SCOPED_TRACE(row.name);
-        exceptionState(row, Variant::Succeed);
+        exceptionState(row, {Variant::Succeed});
         if (row.cannotFail == nullptr) {
-            exceptionState(row, Variant::Fail);
+            exceptionState(row, {Variant::Fail});
         }
-        if (row.noBadArgument == nullptr) {
-            exceptionState(row, Variant::Bad);
+        for (std::size_t check = 0; check < row.checks.size(); ++check) {
+            exceptionState(row, {Variant::Bad, check});
         }
     }
 }
@@ -281,10 +288,21 @@ TEST(Sweeps, ExceptionState)
 std::vector<std::string> successTrail(const Case& row)
 {
     JNIEnv* env = mainEnv();
-    Run run(row, Variant::Succeed);
+    Run run(row, {Variant::Succeed});
     FaultEnv fault(env);
     LeakCheck leaks(fault);
+    const KS_INT blocksBefore = ksMemAllocCount();
     EXPECT_EQ(KS_TRUE, run.prepared.act(fault.env(), run.trace.get()));
+    // A throw or a trace is the function's own work, not a fast path: its calls are not counted.
+    if (row.onSuccess == OnSuccess::Keeps) {
+        EXPECT_EQ(row.blocks, ksMemAllocCount() - blocksBefore) << "raw blocks taken by a success";
+        std::vector<std::string> floor = row.floor;
+        const std::vector<std::string>& trail = fault.trail();
+        if (floor.empty() && trail.size() == 3) {
+            floor = {"ExceptionOccurred", trail[1], "ExceptionCheck"};
+        }
+        EXPECT_EQ(floor, trail) << "the JNI calls of a success with nothing pending";
+    }
     jthrowable pending = run.take();
     if (row.onSuccess == OnSuccess::Keeps) {
         EXPECT_EQ(nullptr, pending) << classNameOf(env, pending);
@@ -302,6 +320,31 @@ std::vector<std::string> successTrail(const Case& row)
     return fault.trail();
 }
 
+// A local reference that the out-parameter held is deleted once, and only after the new one is
+// stored.
+void replacesOutParameter(const Case& row)
+{
+    JNIEnv* env = mainEnv();
+    Run run(row, {Variant::Succeed});
+    if (run.prepared.out == nullptr) {
+        return;
+    }
+    const jobject old = env->NewLocalRef(world().text);
+    *run.prepared.out = old;
+    FaultEnv fault(env);
+    std::vector<jobject> heldWhenDeleted;
+    fault.override<&Entry::DeleteLocalRef>([&](JNIEnv* real, jobject ref) {
+        if (ref == old) {
+            heldWhenDeleted.push_back(*run.prepared.out);
+        }
+        real->DeleteLocalRef(ref);
+    });
+    EXPECT_EQ(KS_TRUE, run.prepared.act(fault.env(), run.trace.get()));
+    ASSERT_EQ(1u, heldWhenDeleted.size()) << "deletions of the reference the out-parameter held";
+    EXPECT_TRUE(heldWhenDeleted[0] != old && heldWhenDeleted[0] == *run.prepared.out)
+        << "the old reference was deleted before the new one was stored";
+}
+
 #if defined(__SANITIZE_ADDRESS__)
 struct LeakCheckerOff {
     LeakCheckerOff() { __lsan_disable(); }
@@ -317,7 +360,7 @@ void injectFault(const Case& row, const std::string& entry, int nth, bool afterT
     JNIEnv* env = mainEnv();
     const Fallible& fallible = fallibleEntries().at(entry);
     SCOPED_TRACE(entry + " #" + std::to_string(nth));
-    Run run(row, Variant::Succeed);
+    Run run(row, {Variant::Succeed});
     FaultEnv fault(env);
     LeakCheck leaks(fault);
     fallible.inject(fault, nth);
@@ -382,6 +425,7 @@ TEST(Sweeps, Faults)
 {
     for (const Case& row : cases()) {
         SCOPED_TRACE(row.name);
+        replacesOutParameter(row);
         const std::vector<std::string> trail = successTrail(row);
         std::map<std::string, int> seen;
         bool thrown = false;
@@ -471,9 +515,9 @@ TEST(Sweeps, Summary)
     };
     std::printf(
         "sweeps: %zu functions, %d exception-state cases (%td without a failing argument, %td without "
-        "a bad one), %d faults injected, %d aborts by design (%d leaving ks objects), %zu keep a reference "
+        "an argument check), %d faults injected, %d aborts by design (%d leaving ks objects), %zu keep a reference "
         "on failure, %d throws replaced by the trace's failed lookup\n",
-        cases().size(), gCounts.stateCases, count(&Case::cannotFail), count(&Case::noBadArgument),
+        cases().size(), gCounts.stateCases, count(&Case::cannotFail), std::ranges::count_if(cases(), [](const Case& row) { return row.checks.empty(); }),
         gCounts.faults, gCounts.aborts, gCounts.abortsLeavingKsObjects, gCounts.keptOnFailure.size(),
         gCounts.throwsReplacedInTrace);
     EXPECT_GT(gCounts.faults, gCounts.aborts);
