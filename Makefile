@@ -2,7 +2,7 @@
 BUILD ?= build
 PRESET ?= default
 
-.PHONY: all demo test tsan sanitize test-arm64 fuzz bench install clean prereqs configure build
+.PHONY: all demo test docs tsan sanitize test-arm64 fuzz bench install clean prereqs configure build
 FUZZ_SECONDS ?= 60
 
 all: build
@@ -10,14 +10,23 @@ all: build
 prereqs:
 	@tools/prereqs
 
-configure: prereqs
+# Ninja on as many jobs as the machine has cores, not its default of two more.
+JOBS ?= $(shell nproc 2>/dev/null || echo 2)
+
+# Configured once: afterwards the build itself re-runs CMake when a CMakeLists.txt changes, so a
+# repeated `make` with nothing changed rebuilds nothing.
+configure: $(BUILD)/CMakeCache.txt
+$(BUILD)/CMakeCache.txt:
+	@tools/prereqs
 	@cmake --preset $(PRESET) >/dev/null
 
 build: configure
-	@cmake --build $(BUILD)
+	@cmake --build $(BUILD) -j $(JOBS)
 
-demo: build
-	@cmake --build $(BUILD) --target run-demo
+# Only the libraries, the module, its Java classes and the embedding example: no test suite
+# and no benchmark is built first.
+demo: configure
+	@cmake --build $(BUILD) -j $(JOBS) --target run-demo
 
 test: build
 	@ctest --test-dir $(BUILD) --output-on-failure
@@ -50,8 +59,16 @@ fuzz:
 	@cmake --build build-fuzz --target fuzz-targets
 	@fuzz/run build-fuzz $(FUZZ_SECONDS)
 
-bench: build
-	@cmake --build $(BUILD) --target run-bench
+# The HTML reference of the public headers in $(BUILD)/docs/html; any doxygen warning (an
+# exported function without its doc comment among them) fails it.
+docs:
+	@tools/prereqs --docs
+	@mkdir -p $(BUILD)/docs
+	@VEN_DOCS_OUT=$(BUILD)/docs doxygen docs/Doxyfile
+	@echo "docs: $(BUILD)/docs/html/index.html"
+
+bench: configure
+	@cmake --build $(BUILD) -j $(JOBS) --target run-bench
 
 clean:
 	rm -rf $(BUILD)

@@ -1,11 +1,12 @@
-# Installation: the three libraries, the public headers, a CMake package giving the
-# imported target ven::ven (with ks, lg and the JNI include directories), and ven.pc.
+# Installation: the three libraries, the public headers (C, and the C++ face ven/*.hpp), a
+# CMake package giving the imported target ven::ven (with ks, lg and the JNI include
+# directories), and ven.pc.
 include(CMakePackageConfigHelpers)
 
 install(TARGETS ven EXPORT venTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
   INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-install(DIRECTORY include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h")
+install(DIRECTORY include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h" PATTERN "*.hpp")
 
 set(VEN_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/ven)
 install(EXPORT venTargets NAMESPACE ven:: DESTINATION ${VEN_CMAKE_DIR})

@@ -1,19 +1,22 @@
 // The stats module (libvenstats.so): the natives of the Java class stats.Stats, written
-// on ven's integration layer and class support only. No JNI function table is called
-// here: every Java object is reached through a ven function, which checks its arguments
-// (a bad one becomes a thrown IllegalArgumentException), keeps the exception state
-// consistent and describes failures in the module's trace stream.
+// on ven's C++ face (ven/ven.hpp) over its integration layer and class support. No JNI
+// function table is called here: every Java object is reached through a ven function,
+// which checks its arguments (a bad one becomes a thrown IllegalArgumentException), keeps
+// the exception state consistent and describes failures in the module's trace stream.
 //
-// The pattern of every native: call ven functions in a row while they return KS_TRUE;
-// at the first KS_FALSE an exception is pending, so clean up and return at once, and
-// the Java caller sees that exception.
+// The pattern of every native: each step yields an optional that is empty after a failure,
+// when a Java exception is pending; the native returns at once and the Java caller sees
+// that exception. References and ks objects belong to handles that let go of them on
+// every path, so a return needs no clean-up.
 #include <dlfcn.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
+#include <memory>
 
 #include "modhost.h"
-#include "ven/ven.h"
+#include "ven/ven.hpp"
 
 namespace
 {
@@ -24,36 +27,18 @@ struct Module {
     lgStream* trace = nullptr; // every failure is described here; lines echo to stderr
     // Field IDs of stats.Tally stay valid while the class is loaded, which is as long
     // as this module is: look them up once.
-    jfieldID tallyName = nullptr;
-    jfieldID tallyTotal = nullptr;
-    jfieldID tallyCount = nullptr;
-    jfieldID tallyMean = nullptr;
-    jfieldID tallySummary = nullptr;
+    ven::Field<jstring> tallyName;
+    ven::Field<jint> tallyTotal;
+    ven::Field<jlong> tallyCount;
+    ven::Field<jdouble> tallyMean;
+    ven::Field<jstring> tallySummary;
 };
 Module module;
 
-// A KS_INT copy of an int[]: the copy bridge pins the array once and widens each
-// element. The copy is freed when the object goes out of scope, on every path.
+// A KS_INT copy of an int[]: the copy bridge pins the array once and widens each element.
 struct IntValues {
-    KS_INT* values = nullptr;
+    std::unique_ptr<KS_INT[], void (*)(void*)> values{nullptr, &ksMemFree};
     KS_INT length = 0;
-
-    IntValues() = default;
-    IntValues(const IntValues&) = delete;
-    IntValues& operator=(const IntValues&) = delete;
-    ~IntValues() { ksMemFree(values); }
-
-    KS_BOOL read(JNIEnv* env, jintArray array)
-    {
-        // A NULL array is refused here, as "venGetArrayLength: array != NULL".
-        if (!venGetArrayLength(&length, env, module.trace, array)) {
-            return KS_FALSE;
-        }
-        // Room for at least one element: the bridge refuses a NULL destination even
-        // when there is nothing to copy.
-        values = static_cast<KS_INT*>(ksMemAllocN(length > 0 ? length : 1, sizeof(KS_INT)));
-        return venCopyIntArrayElements(values, env, module.trace, array, length);
-    }
 
     KS_INT sum() const
     {
@@ -65,13 +50,31 @@ struct IntValues {
     }
 };
 
+std::optional<IntValues> readInts(const ven::Context& ctx, jintArray array)
+{
+    // A NULL array is refused here, as "venGetArrayLength: array != NULL".
+    const auto length = ctx.get<venGetArrayLength>(array);
+    if (!length) {
+        return std::nullopt;
+    }
+    // Room for at least one element: the bridge refuses a NULL destination even when there
+    // is nothing to copy.
+    IntValues copy;
+    copy.length = *length;
+    copy.values.reset(static_cast<KS_INT*>(ksMemAllocN(std::max<KS_INT>(*length, 1), sizeof(KS_INT))));
+    if (!venCopyIntArrayElements(copy.values.get(), ctx.env, ctx.trace, array, *length)) {
+        return std::nullopt;
+    }
+    return copy;
+}
+
 // "<word>": N characters (U UTF-16 units), S outside the BMP, reversed "<drow>"
 // The ksString holds code points, so a character outside the Basic Multilingual Plane
 // is one element: counting and reversing need no surrogate handling at all.
-ksString* describeWord(const ksString* word)
+ven::KsString describeWord(const ksString* word)
 {
     if (word == nullptr) {
-        return ksStringCreateFromCstr("null", -1);
+        return ven::KsString(ksStringCreateFromCstr("null", -1));
     }
     const KS_INT length = ksStringLength(word);
     const KS_CHAR* chars = ksStringBacking(word);
@@ -81,53 +84,35 @@ ksString* describeWord(const ksString* word)
         supplementary += chars[i] > 0xFFFF ? 1 : 0;
         reversedChars[length - 1 - i] = chars[i];
     }
-    ksString* reversed = ksStringCreateFromCharsUse(reversedChars, length);
-    ksString* line = ksStringCreateFromFormatCstr(
+    const ven::KsString reversed(ksStringCreateFromCharsUse(reversedChars, length));
+    return ven::KsString(ksStringCreateFromFormatCstr(
         "\"%s\": %i characters (%i UTF-16 units), %i outside the BMP, reversed \"%s\"", -1, word, length,
-        length + supplementary, supplementary, reversed);
-    ksObjRelease(reversed);
-    return line;
+        length + supplementary, supplementary, reversed.get()));
 }
 
 // String[] describe(String[] words)
 jobjectArray describe(JNIEnv* env, jclass, jobjectArray words)
 {
-    lgStream* trace = module.trace;
-    KS_INT count = 0;
-    if (!venGetArrayLength(&count, env, trace, words)) {
-        return nullptr;
-    }
+    const ven::Context ctx(env, module.trace);
+    const auto count = ctx.get<venGetArrayLength>(words);
     // ven has no reader for one element of an object array; java.lang.reflect.Array.get
     // does the same job through an ordinary static call.
-    jclass arrays = nullptr;
-    jmethodID get = nullptr;
-    jobject element = nullptr;
-    ksString* word = nullptr;
-    ksVector* lines = ksVectorCreate();
-    jobjectArray result = nullptr;
-    KS_BOOL ok =
-        venFindClass(&arrays, env, trace, "java/lang/reflect/Array") &&
-        venGetStaticMethodID(&get, env, trace, arrays, "get", "(Ljava/lang/Object;I)Ljava/lang/Object;");
-    for (KS_INT i = 0; ok && i < count; ++i) {
-        // Each call replaces `element` and deletes the previous element's local
-        // reference, and replaces `word`, releasing the previous string: the loop holds
-        // one of each however long the array is.
-        ok = venCallStaticObjectMethod(&element, env, trace, arrays, get, words, static_cast<jint>(i)) &&
-             venStringToKsString(&word, env, trace, static_cast<jstring>(element));
-        if (ok) {
-            ksString* line = describeWord(word);
-            ksVectorAppend(lines, line);
-            ksObjRelease(line);
+    const auto arrays = count ? ctx.findClass("java/lang/reflect/Array") : std::nullopt;
+    const auto get = arrays ? ctx.staticMethod<jobject(jobject, jint)>(*arrays, "get") : std::nullopt;
+    if (!get) {
+        return {};
+    }
+    const ven::KsVector lines(ksVectorCreate());
+    for (jint i = 0; i < *count; ++i) {
+        // Both live for one round: the loop holds one element however long the array is.
+        const auto element = ctx.call(*arrays, *get, words, i);
+        const auto word = element ? ctx.get<venStringToKsString>(element->as<jstring>()) : std::nullopt;
+        if (!word) {
+            return {};
         }
+        ksVectorAppend(lines, describeWord(*word));
     }
-    if (ok) {
-        venNewStringArrayFromKsVector(&result, env, trace, lines);
-    }
-    ksObjRelease(lines);
-    ksObjRelease(word);
-    venDeleteLocalRef(env, element);
-    venDeleteLocalRef(env, arrays);
-    return result;
+    return ven::release(ctx.get<venNewStringArrayFromKsVector>(lines.get()));
 }
 
 std::uint32_t crc32Of(const std::uint8_t* bytes, KS_INT length)
@@ -147,108 +132,92 @@ jbyteArray crc32(JNIEnv* env, jclass, jbyteArray data)
 {
     // The bytes into a buffer (the JVM copies them straight into the block the buffer
     // adopts), the digest from the buffer's bytes, and a buffer back into a new byte[].
-    lgStream* trace = module.trace;
-    KS_INT length = 0;
-    ksBuffer* bytes = nullptr;
-    if (!venGetArrayLength(&length, env, trace, data) ||
-        !venGetByteArrayRegionAsBuffer(&bytes, env, trace, data, 0, length)) {
-        return nullptr;
+    const ven::Context ctx(env, module.trace);
+    const auto length = ctx.get<venGetArrayLength>(data);
+    const auto bytes = length ? ctx.get<venGetByteArrayRegionAsBuffer>(data, 0, *length) : std::nullopt;
+    if (!bytes) {
+        return {};
     }
     const std::uint32_t crc =
-        crc32Of(static_cast<const std::uint8_t*>(ksBufferBacking(bytes)), ksBufferLength(bytes));
-    ksObjRelease(bytes);
+        crc32Of(static_cast<const std::uint8_t*>(ksBufferBacking(*bytes)), ksBufferLength(*bytes));
     const std::uint8_t bigEndian[4] = {static_cast<std::uint8_t>(crc >> 24),
                                        static_cast<std::uint8_t>(crc >> 16),
                                        static_cast<std::uint8_t>(crc >> 8), static_cast<std::uint8_t>(crc)};
-    ksBuffer* digest = ksBufferCreateFromBytesCopy(bigEndian, sizeof bigEndian);
-    jbyteArray result = nullptr;
-    venNewByteArrayFromBuffer(&result, env, trace, digest);
-    ksObjRelease(digest);
-    return result;
+    const ven::KsBuffer digest(ksBufferCreateFromBytesCopy(bigEndian, sizeof bigEndian));
+    return ven::release(ctx.get<venNewByteArrayFromBuffer>(digest.get()));
 }
 
 // long sum(int[] values)
 jlong sum(JNIEnv* env, jclass, jintArray values)
 {
-    IntValues copy;
-    return copy.read(env, values) ? copy.sum() : 0;
+    const auto copy = readInts(ven::Context(env, module.trace), values);
+    return copy ? copy->sum() : 0;
 }
 
 // ArrayList<Object> summarize(int[] values): [Long min, Long max, Double mean, Boolean ascending]
 jobject summarize(JNIEnv* env, jclass, jintArray values)
 {
-    lgStream* trace = module.trace;
-    IntValues copy;
-    if (!copy.read(env, values)) {
-        return nullptr;
+    const ven::Context ctx(env, module.trace);
+    const auto copy = readInts(ctx, values);
+    if (!copy) {
+        return {};
     }
-    if (copy.length == 0) {
+    if (copy->length == 0) {
         // The module's own argument check, reported the way ven reports its own.
-        venIllegalArgumentExceptionThrowUseMessageCstr(env, trace, "Stats.summarize", "values.length > 0");
-        return nullptr;
+        return ctx.fail("Stats.summarize", "values.length > 0");
     }
-    KS_INT min = copy.values[0];
-    KS_INT max = copy.values[0];
+    const KS_INT* v = copy->values.get();
+    KS_INT min = v[0];
+    KS_INT max = v[0];
     KS_BOOL ascending = KS_TRUE;
-    for (KS_INT i = 1; i < copy.length; ++i) {
-        min = copy.values[i] < min ? copy.values[i] : min;
-        max = copy.values[i] > max ? copy.values[i] : max;
-        ascending = copy.values[i - 1] <= copy.values[i] ? ascending : KS_FALSE;
+    for (KS_INT i = 1; i < copy->length; ++i) {
+        min = std::min(min, v[i]);
+        max = std::max(max, v[i]);
+        ascending = v[i - 1] <= v[i] ? ascending : KS_FALSE;
     }
-    const double mean = static_cast<double>(copy.sum()) / static_cast<double>(copy.length);
+    const double mean = static_cast<double>(copy->sum()) / static_cast<double>(copy->length);
 
-    jobject list = nullptr;
-    jobject boxed = nullptr;
-    KS_BOOL added = KS_FALSE;
-    // Each valueOf replaces `boxed` and deletes the local reference to the value added
-    // before it; `append` adds the new one when the boxing worked.
-    auto append = [&](KS_BOOL boxedOk) {
-        return boxedOk && venCollectionAdd(&added, env, trace, list, boxed);
+    auto list = ctx.get<venArrayListNew>();
+    // Each boxed value is deleted as soon as the list holds it.
+    const auto add = [&](const std::optional<ven::Local<>>& boxed) {
+        return boxed && ctx.get<venCollectionAdd>(list->get(), boxed->get());
     };
-    const KS_BOOL ok = venArrayListNew(&list, env, trace) &&              //
-                       append(venLongValueOf(&boxed, env, trace, min)) && //
-                       append(venLongValueOf(&boxed, env, trace, max)) && //
-                       append(venDoubleValueOf(&boxed, env, trace, mean)) &&
-                       append(venBooleanValueOf(&boxed, env, trace, ascending));
-    venDeleteLocalRef(env, boxed);
-    if (!ok) {
-        venDeleteLocalRef(env, list);
-        return nullptr;
+    if (!list || !add(ctx.get<venLongValueOf>(min)) || !add(ctx.get<venLongValueOf>(max)) ||
+        !add(ctx.get<venDoubleValueOf>(mean)) || !add(ctx.get<venBooleanValueOf>(ascending))) {
+        return {};
     }
-    return list;
+    return ven::release(std::move(list));
 }
 
 // void accumulate(Tally tally, int[] values)
 void accumulate(JNIEnv* env, jclass, jobject tally, jintArray values)
 {
-    lgStream* trace = module.trace;
-    KS_INT total = 0;
-    KS_INT count = 0;
-    ksString* name = nullptr;
-    IntValues copy;
+    const ven::Context ctx(env, module.trace);
     // A NULL tally is refused by the first field read ("venGetIntField: obj != NULL").
-    if (!venGetIntField(&total, env, trace, tally, module.tallyTotal) ||
-        !venGetLongField(&count, env, trace, tally, module.tallyCount) || !copy.read(env, values)) {
+    const auto total = ctx.read(tally, module.tallyTotal);
+    const auto count = total ? ctx.read(tally, module.tallyCount) : std::nullopt;
+    const auto copy = count ? readInts(ctx, values) : std::nullopt;
+    if (!copy) {
         return;
     }
-    total += copy.sum();
-    count += copy.length;
+    const KS_INT newTotal = *total + copy->sum();
+    const KS_INT newCount = *count + copy->length;
+    const double mean = newCount > 0 ? static_cast<double>(newTotal) / static_cast<double>(newCount) : 0.0;
     // The total is written first: when it no longer fits the int field, ven refuses it
     // ("venSetIntField: VEN_KS_INT_TO_JINT_CONV_OK( value )") and the tally stays as it was.
-    if (!venSetIntField(env, trace, tally, module.tallyTotal, total) ||
-        !venSetLongField(env, trace, tally, module.tallyCount, count) ||
-        !venSetDoubleField(env, trace, tally, module.tallyMean,
-                           count > 0 ? static_cast<double>(total) / static_cast<double>(count) : 0.0) ||
-        !venGetStringField(&name, env, trace, tally, module.tallyName)) {
+    const bool written = ctx.write(tally, module.tallyTotal, newTotal) &&
+                         ctx.write(tally, module.tallyCount, newCount) &&
+                         ctx.write(tally, module.tallyMean, mean);
+    auto name = written ? ctx.get<venGetStringField>(tally, module.tallyName) : std::nullopt;
+    if (!name) {
         return;
     }
-    if (name == nullptr) { // the field held null
-        name = ksStringCreateFromCstr("(unnamed)", -1);
+    if (!*name) { // the field held null
+        *name = ven::KsString(ksStringCreateFromCstr("(unnamed)", -1));
     }
-    ksString* summary = ksStringCreateFromFormatCstr("%s: %i values, total %i", -1, name, count, total);
-    venSetStringField(env, trace, tally, module.tallySummary, summary);
-    ksObjRelease(summary);
-    ksObjRelease(name);
+    const ven::KsString summary(
+        ksStringCreateFromFormatCstr("%s: %i values, total %i", -1, name->get(), newCount, newTotal));
+    (void)ctx.run<venSetStringField>(tally, module.tallySummary, summary.get());
 }
 
 // Runs the module framework's shutdown of libven and lets go of the module's state.
@@ -272,50 +241,33 @@ jboolean shutdown(JNIEnv*, jclass)
     return shutdownModule() == KS_TRUE ? JNI_TRUE : JNI_FALSE;
 }
 
-// JNI's table entry has non-const char pointers; the texts are never written.
-constexpr JNINativeMethod native(const char* name, const char* signature, void* function)
+// The signatures are computed from the Java types, and each function's C++ type is checked
+// against its signature.
+const JNINativeMethod statsNatives[] = {
+    ven::native<ven::Array<jstring>(ven::Array<jstring>)>("describe", &describe),
+    ven::native<jbyteArray(jbyteArray)>("crc32", &crc32),
+    ven::native<jlong(jintArray)>("sum", &sum),
+    ven::native<ven::Object<"java/util/ArrayList">(jintArray)>("summarize", &summarize),
+    ven::native<void(ven::Object<"stats/Tally">, jintArray)>("accumulate", &accumulate),
+    ven::native<jboolean()>("shutdown", &shutdown),
+};
+
+template <typename Id> bool keep(Id& slot, const std::optional<Id>& found)
 {
-    return {const_cast<char*>(name), const_cast<char*>(signature), function};
+    slot = found.value_or(Id{});
+    return found.has_value();
 }
 
-const JNINativeMethod statsNatives[] = {
-    native("describe", "([Ljava/lang/String;)[Ljava/lang/String;", reinterpret_cast<void*>(&describe)),
-    native("crc32", "([B)[B", reinterpret_cast<void*>(&crc32)),
-    native("sum", "([I)J", reinterpret_cast<void*>(&sum)),
-    native("summarize", "([I)Ljava/util/ArrayList;", reinterpret_cast<void*>(&summarize)),
-    native("accumulate", "(Lstats/Tally;[I)V", reinterpret_cast<void*>(&accumulate)),
-    native("shutdown", "()Z", reinterpret_cast<void*>(&shutdown)),
-};
-
-struct FieldRow {
-    jfieldID Module::*id;
-    const char* name;
-    const char* signature;
-};
-
-constexpr FieldRow tallyFields[] = {
-    {&Module::tallyName, "name", "Ljava/lang/String;"},
-    {&Module::tallyTotal, "total", "I"},
-    {&Module::tallyCount, "count", "J"},
-    {&Module::tallyMean, "mean", "D"},
-    {&Module::tallySummary, "summary", "Ljava/lang/String;"},
-};
-
-KS_BOOL registerNatives(JNIEnv* env)
+bool registerNatives(const ven::Context& ctx)
 {
-    lgStream* trace = module.trace;
-    jclass stats = nullptr;
-    jclass tally = nullptr;
-    KS_BOOL ok = venFindClass(&stats, env, trace, "stats/Stats") &&
-                 venRegisterNatives(env, trace, stats, statsNatives,
-                                    static_cast<jint>(sizeof statsNatives / sizeof statsNatives[0])) &&
-                 venFindClass(&tally, env, trace, "stats/Tally");
-    for (const FieldRow& field : tallyFields) {
-        ok = ok && venGetFieldID(&(module.*field.id), env, trace, tally, field.name, field.signature);
-    }
-    venDeleteLocalRef(env, tally);
-    venDeleteLocalRef(env, stats);
-    return ok;
+    const auto stats = ctx.findClass("stats/Stats");
+    const auto tally =
+        stats && ctx.registerNatives(*stats, statsNatives) ? ctx.findClass("stats/Tally") : std::nullopt;
+    return tally && keep(module.tallyName, ctx.field<jstring>(*tally, "name")) &&
+           keep(module.tallyTotal, ctx.field<jint>(*tally, "total")) &&
+           keep(module.tallyCount, ctx.field<jlong>(*tally, "count")) &&
+           keep(module.tallyMean, ctx.field<jdouble>(*tally, "mean")) &&
+           keep(module.tallySummary, ctx.field<jstring>(*tally, "summary"));
 }
 
 } // namespace
@@ -339,7 +291,7 @@ extern "C" JNIEXPORT jint JNI_OnLoad(JavaVM* vm, void*)
         return JNI_ERR;
     }
     module.trace = lgStreamCreate(stderr);
-    if (!registerNatives(venGetMainJniEnv())) {
+    if (!registerNatives(ven::Context(venGetMainJniEnv(), module.trace))) {
         // The pending exception (traced above) becomes the cause of the
         // UnsatisfiedLinkError that System.loadLibrary throws.
         shutdownModule();

@@ -3,12 +3,6 @@
 #ifndef VEN_VEN_H
 #define VEN_VEN_H
 
-#include <jni.h>
-
-#include "ks/ks.h"
-#include "lg/lg.h"
-#include "ven/export.h"
-
 #include "ven/frame.h"
 #include "ven/wrapper.h"
 #include "ven/integration.h"

@@ -8,8 +8,6 @@
 
 #include <jni.h>
 
-#include "ks/ks.h"
-#include "lg/lg.h"
 #include "ven/export.h"
 
 VEN_EXTERN_C_BEGIN

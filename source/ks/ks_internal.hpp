@@ -35,6 +35,11 @@ struct Check {
 [[gnu::returns_nonnull]] void* blockAllocN(KS_INT count, KS_INT elementSize);
 [[gnu::returns_nonnull]] void* blockRealloc(void* block, KS_INT count, KS_INT elementSize);
 
+// The count of ksMemLiveCount: a block handed to a caller to be freed with ksMemFree, and one
+// that came back (freed, or adopted by an object).
+void noteBlockHandedOut();
+void noteBlockTakenBack();
+
 // Allocates an object header of `size` bytes with count 1 and the type tag, and counts
 // it as live.
 [[gnu::returns_nonnull]] void* objCreate(KS_INT size, Type type);

@@ -24,6 +24,7 @@ constexpr Check kOutOfMemory{kMemPath, 44, "ksMemAlloc: out of memory"};
 
 std::atomic<ksAbortHook> abortHook{nullptr};
 std::atomic<KS_INT> memAllocCount{0};
+std::atomic<KS_INT> memLiveCount{0};
 
 KS_INT checkedProduct(KS_INT count, KS_INT elementSize)
 {
@@ -92,6 +93,16 @@ void* blockRealloc(void* block, KS_INT count, KS_INT elementSize)
     return grown;
 }
 
+void noteBlockHandedOut()
+{
+    memLiveCount.fetch_add(1, std::memory_order_relaxed);
+}
+
+void noteBlockTakenBack()
+{
+    memLiveCount.fetch_sub(1, std::memory_order_relaxed);
+}
+
 } // namespace ks::detail
 
 using namespace ks::detail;
@@ -102,6 +113,7 @@ void* ksMemAlloc(KS_INT size)
 {
     void* block = blockAlloc(size);
     memAllocCount.fetch_add(1, std::memory_order_relaxed);
+    noteBlockHandedOut();
     return block;
 }
 
@@ -109,17 +121,26 @@ void* ksMemAllocN(KS_INT count, KS_INT elementSize)
 {
     void* block = blockAllocN(count, elementSize);
     memAllocCount.fetch_add(1, std::memory_order_relaxed);
+    noteBlockHandedOut();
     return block;
 }
 
 void ksMemFree(void* block)
 {
+    if (block != nullptr) {
+        noteBlockTakenBack();
+    }
     std::free(block);
 }
 
 KS_INT ksMemAllocCount(void)
 {
     return memAllocCount.load(std::memory_order_relaxed);
+}
+
+KS_INT ksMemLiveCount(void)
+{
+    return memLiveCount.load(std::memory_order_relaxed);
 }
 
 KS_INT ksIntMin(KS_INT a, KS_INT b)

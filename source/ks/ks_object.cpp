@@ -111,6 +111,9 @@ ksBuffer* ksBufferCreateFromBytesCopy(const void* bytes, KS_INT length)
 ksBuffer* ksBufferCreateFromBytesUse(void* bytes, KS_INT length)
 {
     checkBufferArgs(bytes, length);
+    if (bytes != nullptr) {
+        noteBlockTakenBack();
+    }
     return bufferAdopt(static_cast<unsigned char*>(bytes), length);
 }
 

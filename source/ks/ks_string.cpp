@@ -119,6 +119,7 @@ char* toCstr(const ksString* string, bool modified)
         out += encode(string->chars[i], modified, out);
     }
     *out = 0;
+    noteBlockHandedOut();
     return reinterpret_cast<char*>(text);
 }
 
@@ -276,6 +277,9 @@ ksString* ksStringCreateFromCharsUse(KS_CHAR* chars, KS_INT length)
     }
     if (chars == nullptr && length != 0) {
         failCondition(kChars);
+    }
+    if (chars != nullptr) {
+        noteBlockTakenBack();
     }
     // The block's real size is unknown; only `length` code points are known to fit.
     return stringAdopt(chars, length, length);

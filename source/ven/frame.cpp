@@ -2,6 +2,8 @@
 // failure here is a programming error of the embedding code and stops the process.
 #include "ven/frame.h"
 
+#include <jni.h>
+
 #include "ven/checks.hpp"
 
 namespace {

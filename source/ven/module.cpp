@@ -1,5 +1,6 @@
 // The module unit: the descriptor, record and version string that the module
 // framework reads, and the start-up and shutdown that run every unit's own.
+#include "ks/ks.h"
 #include "ven/build_info.h"
 #include "ven/frame.h"
 

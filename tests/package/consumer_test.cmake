@@ -49,6 +49,7 @@ run("configure the consumer" "${CMAKE_COMMAND}" -S "${CONSUMER_DIR}" -B "${build
   -DCMAKE_BUILD_TYPE=Release)
 run("build the consumer" "${CMAKE_COMMAND}" --build "${build}")
 expect_ok("consumer via find_package" "${build}/consumer")
+expect_ok("C++ consumer via find_package" "${build}/cxx_consumer")
 
 # 2. pkg-config: the flags it gives are all a C11 compiler with every warning needs.
 run("pkg-config" "${CMAKE_COMMAND}" -E env "PKG_CONFIG_PATH=${prefix}/lib/pkgconfig" "PKG_CONFIG_LIBDIR="
@@ -70,3 +71,6 @@ run("compile extra.cpp" "${CXX_COMPILER}" -std=c++17 ${strict} -c "${CONSUMER_DI
 run("link" "${CXX_COMPILER}" -Wl,--as-needed "${pc}/main.o" "${pc}/extra.o" -o "${pc}/consumer" ${flags}
   "-Wl,-rpath,${prefix}/lib")
 expect_ok("consumer via pkg-config" "${pc}/consumer")
+run("build cxx_consumer.cpp as C++20" "${CXX_COMPILER}" -std=c++20 ${strict} "${CONSUMER_DIR}/cxx_consumer.cpp"
+  -o "${pc}/cxx_consumer" ${flags} "-Wl,-rpath,${prefix}/lib")
+expect_ok("C++ consumer via pkg-config" "${pc}/cxx_consumer")

@@ -172,7 +172,8 @@ TEST(KsAbortHook, ThrowsThroughTheLibraries)
         {[&] { ksStringConvertToCstr(string.get(), 2, nullptr); },
          "\"ksStringConvertToCstr: mode 1 is the only mode\" source/ks/ks_string:36 NULL"},
         {[&] { lgStreamLineAt(stream, 0); },
-         "NULL source/lg/lg_stream:40 \"index >= 0 && index < lgStreamLineCount(stream)\""}};
+         "NULL source/lg/lg_stream:40 \"index >= 0 && index < lgStreamLineCount(stream)\""},
+        {[] { lgStreamCreateWithWindow(nullptr, 0); }, "NULL source/lg/lg_stream:133 \"window > 0\""}};
     ksAbortHook previous = ksAbortSetHook(throwingHook);
     for (const auto& [call, expected] : rows) {
         try {
@@ -353,9 +354,78 @@ TEST(LgStream, LinesEchoNotableAndReset)
     EXPECT_EQ(echoed, std::string(expected[0]) + "\n" + expected[1] + "\ncut\n\ngone with the stream\n");
 }
 
+// The window keeps the latest lines, the echo gets every one, and a line that left the window
+// reads as NULL while a reader's own reference keeps it alive.
+TEST(LgStream, WindowKeepsTheLatestLinesEchoGetsAll)
+{
+    KS_INT live = ksObjLiveCount();
+    FILE* echo = std::tmpfile();
+    ASSERT_NE(echo, nullptr);
+    lgStream* stream = lgStreamCreateWithWindow(echo, 3);
+    StringRef early;
+    for (KS_INT i = 0; i < 5; ++i) {
+        lgStreamTextFormatCstr(stream, "line %i", -1, i);
+        if (i == 0) {
+            early.reset(lgStreamLineAt(stream, 0));
+        }
+    }
+    EXPECT_EQ(lgStreamLineCount(stream), 5);
+    EXPECT_EQ(lgStreamFirstKeptLine(stream), 2);
+    EXPECT_EQ(lgStreamLineAt(stream, 0), nullptr);
+    EXPECT_EQ(lgStreamLineAt(stream, 1), nullptr);
+    EXPECT_EQ(utf8(StringRef(lgStreamLineAt(stream, 2)).get()), "line 2");
+    EXPECT_EQ(utf8(StringRef(lgStreamLineAt(stream, 4)).get()), "line 4");
+    EXPECT_EQ(utf8(early.get()), "line 0");
+    EXPECT_EQ(ksObjRefCount(early.get()), 1) << "the stream let go of the line it dropped";
+    EXPECT_EQ(ksObjLiveCount(), live + 4);
+    EXPECT_GE(lgStreamBytesHeld(stream), KS_INT{3 * 6 * sizeof(KS_CHAR)});
+
+    lgStreamReset(stream);
+    EXPECT_EQ(lgStreamLineCount(stream), 0);
+    EXPECT_EQ(lgStreamFirstKeptLine(stream), 0);
+    EXPECT_EQ(lgStreamBytesHeld(stream), 0);
+    lgStreamTextFormatCstr(stream, "again", -1);
+    EXPECT_EQ(lines(stream), std::vector<std::string>{"again"}) << "numbering starts over";
+    lgStreamDestroy(stream);
+    early.reset();
+    EXPECT_EQ(ksObjLiveCount(), live);
+
+    std::rewind(echo);
+    std::string echoed(128, '\0');
+    echoed.resize(std::fread(echoed.data(), 1, echoed.size(), echo));
+    std::fclose(echo);
+    EXPECT_EQ(echoed, "line 0\nline 1\nline 2\nline 3\nline 4\nagain\n");
+}
+
+// A million lines through a stream: what it holds stops growing once the window is full.
+TEST(LgStream, AMillionLinesHoldOnlyTheWindow)
+{
+    constexpr KS_INT kLines = 1000000;
+    constexpr KS_INT kLineBytes = 7 * sizeof(KS_CHAR); // every number has seven digits
+    KS_INT live = ksObjLiveCount();
+    lgStream* stream = lgStreamCreate(nullptr);
+    KS_INT plateau = 0;
+    for (KS_INT i = 0; i < kLines; ++i) {
+        lgStreamTextFormatCstr(stream, "%i", -1, kLines + i);
+        if (i + 1 == 2 * LG_STREAM_DEFAULT_WINDOW) {
+            plateau = lgStreamBytesHeld(stream);
+            EXPECT_GE(plateau, LG_STREAM_DEFAULT_WINDOW * kLineBytes);
+            EXPECT_LE(plateau, LG_STREAM_DEFAULT_WINDOW * (kLineBytes + KS_INT{sizeof(void*)}));
+        } else if ((i + 1) % 100000 == 0) {
+            ASSERT_EQ(lgStreamBytesHeld(stream), plateau) << "after " << i + 1 << " lines";
+            ASSERT_EQ(ksObjLiveCount(), live + LG_STREAM_DEFAULT_WINDOW) << "after " << i + 1 << " lines";
+        }
+    }
+    EXPECT_EQ(lgStreamLineCount(stream), kLines);
+    EXPECT_EQ(lgStreamFirstKeptLine(stream), kLines - LG_STREAM_DEFAULT_WINDOW);
+    EXPECT_EQ(utf8(StringRef(lgStreamLineAt(stream, kLines - 1)).get()), std::to_string(2 * kLines - 1));
+    lgStreamDestroy(stream);
+    EXPECT_EQ(ksObjLiveCount(), live);
+}
+
 TEST(LgStream, ConcurrentWritersLoseNoLine)
 {
-    lgStream* stream = lgStreamCreate(nullptr);
+    lgStream* stream = lgStreamCreateWithWindow(nullptr, 80000);
     std::set<std::string> expected;
     std::vector<std::thread> threads;
     for (KS_INT t = 0; t < 8; ++t) {

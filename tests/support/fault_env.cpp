@@ -123,7 +123,14 @@ void* FaultEnv::replacementFor(std::size_t slot)
 void FaultEnv::noteCall(std::size_t slot)
 {
     ++calls_[slot];
-    trail_.emplace_back(detail::entryName(slot));
+    const char* name = detail::entryName(slot);
+    trail_.emplace_back(name);
+    static const std::array kAllowedInRegion = {detail::slotOf<&JNINativeInterface_::ExceptionCheck>(),
+                                                detail::slotOf<&JNINativeInterface_::ReleaseStringCritical>(),
+                                                detail::slotOf<&JNINativeInterface_::ReleasePrimitiveArrayCritical>()};
+    if (openCriticalRegions_ > 0 && std::ranges::find(kAllowedInRegion, slot) == kAllowedInRegion.end()) {
+        callsInCriticalRegion_.emplace_back(name);
+    }
 }
 
 jclass FaultEnv::globalClass(const char* className)

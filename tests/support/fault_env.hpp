@@ -164,6 +164,9 @@ class FaultEnv
     // in order.
     template <auto Member> int calls() const { return calls_[detail::slotOf<Member>()]; }
     const std::vector<std::string>& trail() const { return trail_; }
+    // The calls made while a critical region (GetStringCritical, GetPrimitiveArrayCritical) was
+    // open, other than a release and the ExceptionCheck that a checked-result wrapper makes there.
+    const std::vector<std::string>& callsInCriticalRegion() const { return callsInCriticalRegion_; }
 
     LocalRefLedger& ledger() { return ledger_; }
     const LocalRefLedger& ledger() const { return ledger_; }
@@ -174,6 +177,7 @@ class FaultEnv
     // The replacement that takes this call of the entry, or NULL to forward it.
     void* replacementFor(std::size_t slot);
     void noteCall(std::size_t slot);
+    void noteCriticalRegion(int opened) { openCriticalRegions_ += opened; }
 
   private:
     // Standard layout with the env first, so that the JNIEnv* leads back to its FaultEnv.
@@ -197,6 +201,8 @@ class FaultEnv
     std::array<Replacement, detail::kJniTableSlots> overrides_{};
     std::array<int, detail::kJniTableSlots> calls_{};
     std::vector<std::string> trail_;
+    std::vector<std::string> callsInCriticalRegion_;
+    int openCriticalRegions_ = 0;
     std::vector<jobject> globals_;
     LocalRefLedger ledger_;
 };
@@ -244,6 +250,10 @@ struct JniEntry<Member> {
             if constexpr (kSameEntry<Member, &JNINativeInterface_::DeleteLocalRef>) {
                 self.ledger().noteDeleted(args...);
             }
+            if constexpr (kSameEntry<Member, &JNINativeInterface_::ReleaseStringCritical> ||
+                          kSameEntry<Member, &JNINativeInterface_::ReleasePrimitiveArrayCritical>) {
+                self.noteCriticalRegion(-1);
+            }
         } else {
             R result = replacement != nullptr ? (*replacement)(real, args...)
                                               : (self.realTable().*Member)(real, args...);
@@ -254,6 +264,10 @@ struct JniEntry<Member> {
             }
             if constexpr (kSameEntry<Member, &JNINativeInterface_::PopLocalFrame>) {
                 self.ledger().notePopped();
+            }
+            if constexpr (kSameEntry<Member, &JNINativeInterface_::GetStringCritical> ||
+                          kSameEntry<Member, &JNINativeInterface_::GetPrimitiveArrayCritical>) {
+                self.noteCriticalRegion(result != nullptr ? 1 : 0);
             }
             if constexpr (kIsReference<R> && !kSameEntry<Member, &JNINativeInterface_::NewGlobalRef> &&
                           !kSameEntry<Member, &JNINativeInterface_::NewWeakGlobalRef>) {

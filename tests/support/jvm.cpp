@@ -217,7 +217,8 @@ ExpectJniWarning::~ExpectJniWarning()
 }
 
 TestFrame::TestFrame(JNIEnv* env, jint capacity)
-    : env_(env), ksObjectsAtStart_(ksObjLiveCount()), localReferencesAtStart_(localReferenceCount(env))
+    : env_(env), ksObjectsAtStart_(ksObjLiveCount()), ksBlocksAtStart_(ksMemLiveCount()),
+      localReferencesAtStart_(localReferenceCount(env))
 {
     open_ = env_->PushLocalFrame(capacity) == JNI_OK;
     if (!open_) {
@@ -242,6 +243,10 @@ void TestFrame::close()
     if (live != ksObjectsAtStart_) {
         ADD_FAILURE() << "ks objects alive: " << live << " at the end, " << ksObjectsAtStart_
                       << " at the start (a leak or an extra release)";
+    }
+    if (KS_INT blocks = ksMemLiveCount(); blocks != ksBlocksAtStart_) {
+        ADD_FAILURE() << "raw blocks from ksMemAlloc not freed: " << blocks << " at the end, " << ksBlocksAtStart_
+                      << " at the start";
     }
 }
 

@@ -76,7 +76,7 @@ class ExpectJniWarning
 
 // A local frame on `env` with room for `capacity` references. close() (or the destructor) fails the test
 // if an exception is pending (describing and clearing it), then pops the frame, and fails it if
-// the number of live ks objects differs from the start or if the thread holds a different number
+// the number of live ks objects or raw blocks differs from the start or if the thread holds a different number
 // of local references than before the frame was pushed (one outlived the frame: a frame left
 // pushed or popped twice, or a reference made outside it). HotSpot 17's checked JNI warns (failing the test)
 // once the frame holds about 97 references; HotSpot 25 no longer checks local capacity, so there
@@ -94,6 +94,7 @@ class TestFrame
   private:
     JNIEnv* env_;
     KS_INT ksObjectsAtStart_;
+    KS_INT ksBlocksAtStart_;
     int localReferencesAtStart_;
     bool open_ = false;
 };

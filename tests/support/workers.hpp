@@ -163,7 +163,7 @@ class AuditedTrace
     Expected expected_;
     std::string anonymous_;
     std::FILE* echo_ = std::tmpfile();
-    lgStream* stream_ = lgStreamCreate(echo_);
+    lgStream* stream_ = lgStreamCreateWithWindow(echo_, 1 << 20); // every line between two drains
     std::array<long long, kThreads> next_{};
     long long lines_ = 0, anonymousLines_ = 0, foreign_ = 0, mismatches_ = 0;
     std::vector<std::string> firstForeign_;

@@ -15,6 +15,8 @@
 #include <sanitizer/lsan_interface.h>
 #endif
 
+#include <gmock/gmock.h>
+
 #include "sweep.hpp"
 
 namespace ven::sweeps
@@ -154,7 +156,8 @@ std::string classNameOf(JNIEnv* env, jobject obj)
 class Run
 {
   public:
-    Run(const Case& row, Variant variant) : env_(mainEnv()), ksAtStart_(ksObjLiveCount())
+    Run(const Case& row, Variant variant)
+        : env_(mainEnv()), ksAtStart_(ksObjLiveCount()), blocksAtStart_(ksMemLiveCount())
     {
         EXPECT_EQ(0, env_->PushLocalFrame(64));
         prepared = row.prepare(variant);
@@ -171,6 +174,7 @@ class Run
         // An abort unwinds past the releases of the frames it leaves: counted, not failed.
         if (!aborted) {
             EXPECT_EQ(ksAtStart_, ksObjLiveCount()) << "ks objects left behind";
+            EXPECT_EQ(blocksAtStart_, ksMemLiveCount()) << "raw blocks from ksMemAlloc left behind";
         } else if (ksObjLiveCount() != ksAtStart_) {
             gCounts.abortsLeavingKsObjects++;
         }
@@ -189,6 +193,7 @@ class Run
   private:
     JNIEnv* env_;
     KS_INT ksAtStart_;
+    KS_INT blocksAtStart_;
     jthrowable taken_ = nullptr;
 };
 
@@ -290,6 +295,7 @@ std::vector<std::string> successTrail(const Case& row)
         EXPECT_TRUE(pendingIsA(env, pending, row.thrown)) << classNameOf(env, pending);
     }
     EXPECT_EQ(row.delivers, leaks.live()) << "local references left by a success";
+    EXPECT_THAT(fault.callsInCriticalRegion(), testing::IsEmpty()) << "JNI calls inside a critical region";
     if (row.delivers == 1) {
         EXPECT_TRUE(run.prepared.out != nullptr && leaks.fault.ledger().isLive(*run.prepared.out));
     }
@@ -369,6 +375,7 @@ void injectFault(const Case& row, const std::string& entry, int nth, bool afterT
         EXPECT_TRUE(leaks.fault.ledger().isLive(*run.prepared.out));
     }
     EXPECT_EQ(kept ? 1 : 0, leaks.live()) << "local references left by a failure";
+    EXPECT_THAT(fault.callsInCriticalRegion(), testing::IsEmpty()) << "JNI calls inside a critical region";
 }
 
 TEST(Sweeps, Faults)

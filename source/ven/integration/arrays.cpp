@@ -1,10 +1,17 @@
 // Integration arrays: length, object arrays, the five functions of each primitive element
 // type (create, pin, release, region read, region write) and the critical pair. Lengths,
 // indexes and start positions are range-tested to jsize; element data passes unconverted.
+#include <jni.h>
+
+#include "ks/ks.h"
+#include "lg/lg.h"
+#include "ven/arrays.h"
 #include "ven/checks.hpp"
+#include "ven/integration.h"
 #include "ven/integration/array_table.hpp"
 #include "ven/integration/convention.hpp"
 #include "ven/integration/settled.hpp"
+#include "ven/wrapper.h"
 #include "ven/wrapper/settled.hpp"
 
 namespace ven::integration

@@ -4,8 +4,16 @@
 #include <algorithm>
 #include <cstring>
 
+#include <jni.h>
+
+#include "ks/ks.h"
+#include "lg/lg.h"
+#include "ven/arrays.h"
+#include "ven/bridges.h"
+#include "ven/integration.h"
 #include "ven/integration/convention.hpp"
 #include "ven/integration/settled.hpp"
+#include "ven/java/lang/string.h"
 #include "ven/java/lang/string_unit.hpp"
 
 using namespace ven::integration;

@@ -6,7 +6,11 @@
 #include <cstddef>
 #include <utility>
 
-#include "ven/ven.h"
+#include <jni.h>
+
+#include "ks/ks.h"
+#include "lg/lg.h"
+#include "ven/integration.h"
 
 namespace ven::integration
 {

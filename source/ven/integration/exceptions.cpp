@@ -3,13 +3,23 @@
 // (argument failure, JNI failure) that every integration function ends in.
 #include <cstdarg>
 
+#include <jni.h>
+
+#include "ks/ks.h"
+#include "lg/lg.h"
+#include "ven/integration.h"
 #include "ven/integration/convention.hpp"
 #include "ven/integration/settled.hpp"
+#include "ven/java/lang/throwables.h"
+#include "ven/wrapper.h"
 #include "ven/wrapper/settled.hpp"
 
 namespace ven::integration
 {
 
+// The argument failure is IllegalArgumentException's own C-string throw, the one a module
+// calls too, so that a refused argument reads and traces alike whoever throws it. It is the
+// integration layer's only call into class support besides the String unit.
 KS_BOOL argumentFailure(JNIEnv* env, lgStream* trace, const char* function, const char* condition)
 {
     venIllegalArgumentExceptionThrowUseMessageCstr(env, trace, function, condition);

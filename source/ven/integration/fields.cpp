@@ -2,8 +2,17 @@
 // fields, and the string fields composed of the object accessors and the String unit.
 #include <type_traits>
 
+#include <jni.h>
+
+#include "ks/ks.h"
+#include "lg/lg.h"
+#include "ven/fields.h"
+#include "ven/integration.h"
+#include "ven/integration/convention.hpp"
 #include "ven/integration/field_table.hpp"
 #include "ven/integration/members.hpp"
+#include "ven/java/lang/string.h"
+#include "ven/wrapper.h"
 
 namespace ven::integration
 {

@@ -3,7 +3,13 @@
 // parameter they guard, the member lookup by name and signature, and the string forms.
 #pragma once
 
+#include <jni.h>
+
+#include "ks/ks.h"
+#include "lg/lg.h"
+#include "ven/integration.h"
 #include "ven/integration/convention.hpp"
+#include "ven/java/lang/string.h"
 
 namespace ven::integration
 {

@@ -4,8 +4,15 @@
 #include <cstdarg>
 #include <type_traits>
 
+#include <jni.h>
+
+#include "ks/ks.h"
+#include "lg/lg.h"
 #include "ven/integration/call_table.hpp"
+#include "ven/integration/convention.hpp"
 #include "ven/integration/members.hpp"
+#include "ven/methods.h"
+#include "ven/wrapper.h"
 
 namespace ven::integration
 {

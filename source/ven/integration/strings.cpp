@@ -1,9 +1,15 @@
 // Integration functions for Java strings. Apart from the two creating functions they
 // come in families (lengths, pinning, release, regions) that differ only in the
 // wrapper function and the character type: one template per family, one row each.
+#include <jni.h>
+
+#include "ks/ks.h"
+#include "lg/lg.h"
 #include "ven/integration/convention.hpp"
 #include "ven/integration/settled.hpp"
 #include "ven/integration/string_table.hpp"
+#include "ven/strings.h"
+#include "ven/wrapper.h"
 #include "ven/wrapper/settled.hpp"
 
 using namespace ven::integration;

@@ -1,7 +1,14 @@
 // The exception trace: describes a Java throwable in the caller's trace stream by its
 // toString() text. It runs only after a failure, reaches past the integration layer
 // into the wrapper functions, and never changes which exception is pending.
+#include <jni.h>
+
+#include "ks/ks.h"
+#include "lg/lg.h"
+#include "ven/integration.h"
 #include "ven/integration/convention.hpp"
+#include "ven/java/lang/string.h"
+#include "ven/wrapper.h"
 
 using ven::integration::traceFailureLine;
 

@@ -1,5 +1,8 @@
 // Wrappers for the JNI array functions: the five functions of each primitive element type,
 // one table row per type, and the length, object-array and critical functions.
+#include <jni.h>
+
+#include "ven/wrapper.h"
 #include "ven/wrapper/convention.hpp"
 #include "ven/wrapper/settled.hpp"
 

@@ -7,8 +7,9 @@
 #include <type_traits>
 #include <utility>
 
+#include <jni.h>
+
 #include "ven/checks.hpp"
-#include "ven/wrapper.h"
 
 namespace ven::wrapper
 {

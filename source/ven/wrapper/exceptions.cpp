@@ -1,6 +1,11 @@
 // Wrappers for version, exceptions, classes, references, local frames, native methods,
 // objects and monitors, and the steps of the exception wrappers that every guarded wrapper
 // shares. Each definition names its JNI member, its kind and the lines of its checks.
+#include <cstdarg>
+
+#include <jni.h>
+
+#include "ven/wrapper.h"
 #include "ven/wrapper/convention.hpp"
 #include "ven/wrapper/settled.hpp"
 

@@ -1,5 +1,8 @@
 // Wrappers for field lookups (checked-result calls) and the 36 field accessors (non-raising
 // calls: a field access through a valid ID must not raise), one table row per field type.
+#include <jni.h>
+
+#include "ven/wrapper.h"
 #include "ven/wrapper/convention.hpp"
 
 namespace ven::wrapper

@@ -1,6 +1,11 @@
 // Wrappers for method lookups (checked-result calls) and the 90 call wrappers (flagged
 // calls), one table row per result type. A variadic form runs its V twin's code with the
 // V twin's lines.
+#include <cstdarg>
+
+#include <jni.h>
+
+#include "ven/wrapper.h"
 #include "ven/wrapper/convention.hpp"
 
 using namespace ven::wrapper;

@@ -1,5 +1,8 @@
 // Wrappers for the JNI string functions: creation and pinning (checked-result calls),
 // lengths (non-raising), regions (flagged) and releases (direct), one table row per function.
+#include <jni.h>
+
+#include "ven/wrapper.h"
 #include "ven/wrapper/convention.hpp"
 #include "ven/wrapper/settled.hpp"
 

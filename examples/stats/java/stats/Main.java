@@ -15,7 +15,8 @@ import java.util.zip.CRC32;
  * The stats application: calls each native of the stats module, prints what it
  * returns and compares it with what plain Java computes. Then one deliberate failure,
  * whose diagnostics the module's trace stream writes to stderr. With --all-failures
- * it also drives every other way the module rejects bad input.
+ * it also drives every other way the module rejects bad input; --library=<name> loads
+ * another module with the same natives (venstats_c, the module written in C).
  * Exit status 0 when every answer matched.
  */
 public final class Main {
@@ -28,7 +29,13 @@ public final class Main {
 
     public static void main(String[] args) {
         final boolean allFailures = Arrays.asList(args).contains("--all-failures");
-        System.loadLibrary("venstats");
+        String library = "venstats";
+        for (String arg : args) {
+            if (arg.startsWith("--library=")) {
+                library = arg.substring("--library=".length());
+            }
+        }
+        System.loadLibrary(library);
 
         describe();
         crc32();

@@ -1,10 +1,18 @@
 // The Boolean, Double, Long and Object class support units: class lookup, instance test,
 // boxing through the class's own static valueOf, and the text of any object.
-#include "ven/integration/class_units.hpp"
+#include <jni.h>
+
+#include "ks/ks.h"
+#include "lg/lg.h"
+#include "ven/integration/convention.hpp"
 #include "ven/integration/members.hpp"
+#include "ven/java/class_unit.hpp"
+#include "ven/java/lang/boxed.h"
 #include "ven/java/lang/boxed_table.hpp"
+#include "ven/methods.h"
 
 using namespace ven::integration;
+using namespace ven::java;
 
 VEN_BOXED_CLASSES(VEN_DEFINE_CLASS_UNIT)
 

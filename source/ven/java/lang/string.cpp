@@ -1,12 +1,21 @@
 // The java/lang/String unit: the UTF-16 conversion routines over the codecs of utf16.hpp (their
 // argument and fatal checks, their blocks), and the conversions between jstring and ksString.
-#include "ven/checks.hpp"
-#include "ven/integration/settled.hpp"
-#include "ven/java/lang/class_unit.hpp"
-#include "ven/java/lang/string_unit.hpp"
-#include "ven/java/lang/utf16.hpp"
-
 #include <memory>
+
+#include <jni.h>
+
+#include "ks/ks.h"
+#include "lg/lg.h"
+#include "ven/checks.hpp"
+#include "ven/integration.h"
+#include "ven/integration/convention.hpp"
+#include "ven/integration/settled.hpp"
+#include "ven/java/class_unit.hpp"
+#include "ven/java/lang/string.h"
+#include "ven/java/lang/string_unit.hpp"
+#include "ven/java/lang/throwables.h"
+#include "ven/java/lang/utf16.hpp"
+#include "ven/strings.h"
 
 using namespace ven::integration;
 
@@ -208,7 +217,7 @@ VEN_API KS_BOOL venStringGetClass(jclass* result, JNIEnv* env, lgStream* trace)
 
 VEN_API KS_BOOL venStringIsInstance(KS_BOOL* result, JNIEnv* env, lgStream* trace, jobject obj)
 {
-    return ven::class_unit::isInstance<venStringGetClass>(result, env, trace, obj);
+    return ven::java::isInstance<venStringGetClass>(result, env, trace, obj);
 }
 
 VEN_API KS_BOOL venStringToKsString(ksString** result, JNIEnv* env, lgStream* trace, jstring string)

@@ -1,9 +1,18 @@
 // The ArrayList, Collection and EnumSet class support units: class lookup, instance test,
 // and list and set operations, each a class, a method looked up on it and one call.
-#include "ven/integration/class_units.hpp"
+#include <jni.h>
+
+#include "ks/ks.h"
+#include "lg/lg.h"
+#include "ven/integration.h"
+#include "ven/integration/convention.hpp"
+#include "ven/java/class_unit.hpp"
 #include "ven/java/util/collection_table.hpp"
+#include "ven/java/util/collections.h"
+#include "ven/methods.h"
 
 using namespace ven::integration;
+using namespace ven::java;
 
 VEN_COLLECTION_CLASSES(VEN_DEFINE_CLASS_UNIT)
 

@@ -1,18 +1,37 @@
-// The operations that class support units share, over the unit's own class lookup:
-// the instance test, and the throwable units' throws with a C string, a ksString
-// and a format. Every class reference obtained is deleted on every path.
+// What the class support units share. Each unit has its class lookup and instance test;
+// its operations compose integration functions only: a class obtained, a method looked up
+// on it and called once, or a throwable thrown with a C string, a ksString or a format.
+// Every class reference obtained is deleted on every path.
 #pragma once
 
 #include <cstdarg>
 
+#include <jni.h>
+
+#include "ks/ks.h"
+#include "lg/lg.h"
+#include "ven/export.h"
+#include "ven/integration.h"
 #include "ven/integration/convention.hpp"
 
-namespace ven::class_unit
+namespace ven::java
 {
 
 using ClassLookup = KS_BOOL (*)(jclass* result, JNIEnv* env, lgStream* trace);
 using ThrowWithCstr = KS_BOOL (*)(JNIEnv* env, lgStream* trace, const char* methodName, const char* message);
 using ThrowWithKsString = KS_BOOL (*)(JNIEnv* env, lgStream* trace, const char* methodName, ksString* msg);
+
+// --- Class lookup and instance test ----------------------------------------------------------
+
+// A unit's class lookup tests result itself before venFindClass does.
+inline KS_BOOL findUnitClass(const char* function, jclass* result, JNIEnv* env, lgStream* trace,
+                             const char* className)
+{
+    if (!integration::checkArguments(env, trace, function, {{result != nullptr, "result != ((void *)0)"}})) {
+        return KS_FALSE;
+    }
+    return venFindClass(result, env, trace, className);
+}
 
 // Runs `use` on the unit's class if the lookup succeeds; the class reference is given
 // back whatever happened.
@@ -34,6 +53,38 @@ template <ClassLookup lookup> KS_BOOL isInstance(KS_BOOL* result, JNIEnv* env, l
     return withClass<lookup>(env, trace,
                              [&](jclass clazz) { return venIsInstanceOf(result, env, trace, obj, clazz); });
 }
+
+// --- One method called through a class ---------------------------------------------------------
+
+// The two ways an operation obtains its class: the unit's own lookup, or the object's class.
+template <ClassLookup lookup> auto unitClass(JNIEnv* env, lgStream* trace)
+{
+    return [=](jclass* clazz) { return lookup(clazz, env, trace); };
+}
+
+inline auto classOf(JNIEnv* env, lgStream* trace, jobject obj)
+{
+    return [=](jclass* clazz) { return venGetObjectClass(clazz, env, trace, obj); };
+}
+
+// A class obtained by obtainClass(&clazz), a method looked up on it by name and signature
+// with venGetMethodID or venGetStaticMethodID, then call(clazz, method); each reports its
+// own failures. The class reference is let go on every path; a method ID needs no release.
+using MethodLookUp = KS_BOOL (*)(jmethodID*, JNIEnv*, lgStream*, jclass, const char*, const char*);
+
+template <typename ObtainClass, typename Call>
+KS_BOOL callThroughClass(JNIEnv* env, lgStream* trace, ObtainClass obtainClass, MethodLookUp lookUp,
+                         const char* name, const char* sig, Call call)
+{
+    jclass clazz = nullptr;
+    jmethodID method = nullptr;
+    const bool ok =
+        obtainClass(&clazz) && lookUp(&method, env, trace, clazz, name, sig) && call(clazz, method);
+    venDeleteLocalRef(env, clazz);
+    return ok ? KS_TRUE : KS_FALSE;
+}
+
+// --- Throwables --------------------------------------------------------------------------------
 
 template <ClassLookup lookup>
 KS_BOOL throwWithCstr(JNIEnv* env, lgStream* trace, const char* methodName, const char* message)
@@ -67,7 +118,18 @@ KS_BOOL throwWithFormat(JNIEnv* env, lgStream* trace, const char* methodName, co
     return outcome;
 }
 
-} // namespace ven::class_unit
+} // namespace ven::java
+
+// One row per class: class lookup, instance test, JNI class name.
+#define VEN_DEFINE_CLASS_UNIT(getClassName, isInstanceName, className)                                       \
+    extern "C" KS_BOOL getClassName(jclass* result, JNIEnv* env, lgStream* trace)                            \
+    {                                                                                                        \
+        return ::ven::java::findUnitClass(#getClassName, result, env, trace, className);                     \
+    }                                                                                                        \
+    extern "C" KS_BOOL isInstanceName(KS_BOOL* result, JNIEnv* env, lgStream* trace, jobject obj)            \
+    {                                                                                                        \
+        return ::ven::java::isInstance<getClassName>(result, env, trace, obj);                               \
+    }
 
 // The lookup and instance test that every throwable unit has; the throwables' lookup
 // makes no test of its own (a NULL result is reported by venFindClass).
@@ -78,7 +140,7 @@ KS_BOOL throwWithFormat(JNIEnv* env, lgStream* trace, const char* methodName, co
     }                                                                                                        \
     VEN_API KS_BOOL isInstanceName(KS_BOOL* result, JNIEnv* env, lgStream* trace, jobject obj)               \
     {                                                                                                        \
-        return ::ven::class_unit::isInstance<getClass>(result, env, trace, obj);                             \
+        return ::ven::java::isInstance<getClass>(result, env, trace, obj);                                   \
     }
 
 // One throwable unit with the three throw forms. The row spells out the exported
@@ -88,19 +150,19 @@ KS_BOOL throwWithFormat(JNIEnv* env, lgStream* trace, const char* methodName, co
     VEN_DEFINE_THROWABLE_LOOKUP(getClass, isInstanceName, className)                                         \
     VEN_API KS_BOOL throwCstr(JNIEnv* env, lgStream* trace, const char* methodName, const char* message)     \
     {                                                                                                        \
-        return ::ven::class_unit::throwWithCstr<getClass>(env, trace, methodName, message);                  \
+        return ::ven::java::throwWithCstr<getClass>(env, trace, methodName, message);                        \
     }                                                                                                        \
     VEN_API KS_BOOL throwKsString(JNIEnv* env, lgStream* trace, const char* methodName, ksString* msg)       \
     {                                                                                                        \
-        return ::ven::class_unit::throwWithKsString<throwCstr>(#throwKsString, env, trace, methodName, msg); \
+        return ::ven::java::throwWithKsString<throwCstr>(#throwKsString, env, trace, methodName, msg);       \
     }                                                                                                        \
     VEN_API KS_BOOL throwFormat(JNIEnv* env, lgStream* trace, const char* methodName, const char* format,    \
                                 KS_INT formatLength, ...)                                                    \
     {                                                                                                        \
         va_list values;                                                                                      \
         va_start(values, formatLength);                                                                      \
-        const KS_BOOL outcome = ::ven::class_unit::throwWithFormat<throwKsString>(                           \
-            env, trace, methodName, format, formatLength, values);                                           \
+        const KS_BOOL outcome =                                                                              \
+            ::ven::java::throwWithFormat<throwKsString>(env, trace, methodName, format, formatLength, values); \
         va_end(values);                                                                                      \
         return outcome;                                                                                      \
     }
@@ -110,5 +172,5 @@ KS_BOOL throwWithFormat(JNIEnv* env, lgStream* trace, const char* methodName, co
     VEN_DEFINE_THROWABLE_LOOKUP(getClass, isInstanceName, className)                                         \
     VEN_API KS_BOOL throwMessage(JNIEnv* env, lgStream* trace, const char* message, const char* methodName)  \
     {                                                                                                        \
-        return ::ven::class_unit::throwWithCstr<getClass>(env, trace, methodName, message);                  \
+        return ::ven::java::throwWithCstr<getClass>(env, trace, methodName, message);                        \
     }

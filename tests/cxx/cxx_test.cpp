@@ -1,0 +1,269 @@
+// The C++ face (ven/ven.hpp): descriptors of every type, each value type reaching the C
+// function of its type, ownership on success and failure paths, the order of release, the
+// attach scope and the one-pending-exception rule of Context::fail.
+#include <algorithm>
+#include <functional>
+#include <limits>
+#include <string>
+#include <thread>
+#include <utility>
+
+#include "support/ven_test.hpp"
+#include "ven/ven.hpp"
+
+namespace ven::test
+{
+namespace
+{
+
+using JNI = JNINativeInterface_;
+
+// clang-format off
+constexpr std::pair<const char*, const char*> kSignatures[] = { // computed, expected
+    {descriptorOf<jboolean>.c_str(), "Z"}, {descriptorOf<jbyte>.c_str(), "B"}, {descriptorOf<jchar>.c_str(), "C"},
+    {descriptorOf<jshort>.c_str(), "S"}, {descriptorOf<jint>.c_str(), "I"}, {descriptorOf<jlong>.c_str(), "J"},
+    {descriptorOf<jfloat>.c_str(), "F"}, {descriptorOf<jdouble>.c_str(), "D"}, {descriptorOf<void>.c_str(), "V"},
+    {descriptorOf<jbooleanArray>.c_str(), "[Z"}, {descriptorOf<Array<jbyte>>.c_str(), "[B"},
+    {descriptorOf<jcharArray>.c_str(), "[C"}, {descriptorOf<Array<jshort>>.c_str(), "[S"},
+    {descriptorOf<jintArray>.c_str(), "[I"}, {descriptorOf<Array<jlong>>.c_str(), "[J"},
+    {descriptorOf<jfloatArray>.c_str(), "[F"}, {descriptorOf<Array<jdouble>>.c_str(), "[D"},
+    {descriptorOf<jobject>.c_str(), "Ljava/lang/Object;"}, {descriptorOf<jclass>.c_str(), "Ljava/lang/Class;"},
+    {descriptorOf<jstring>.c_str(), "Ljava/lang/String;"}, {descriptorOf<jthrowable>.c_str(), "Ljava/lang/Throwable;"},
+    {descriptorOf<jobjectArray>.c_str(), "[Ljava/lang/Object;"}, {descriptorOf<Object<"a/b/C">>.c_str(), "La/b/C;"},
+    {descriptorOf<Array<jstring>>.c_str(), "[Ljava/lang/String;"}, {descriptorOf<Array<Array<jint>>>.c_str(), "[[I"},
+    {descriptorOf<Array<Object<"a/B">>>.c_str(), "[La/B;"},
+    {signatureOf<void()>.c_str(), "()V"}, {signatureOf<jint(jstring, jlong)>.c_str(), "(Ljava/lang/String;J)I"},
+    {signatureOf<Array<jstring>(Object<"a/B">, jdoubleArray, jchar)>.c_str(), "(La/B;[DC)[Ljava/lang/String;"},
+};
+// clang-format on
+
+TEST(CxxSignatures, EveryTypeHasItsDescriptor)
+{
+    for (const auto& [computed, expected] : kSignatures) {
+        EXPECT_STREQ(computed, expected);
+    }
+}
+
+// One row per primitive type: the Methods and Fields fixtures' members named after it, the type
+// the C API delivers it as, a value that a conversion of the wrong type would change, and the
+// fields' starting value.
+template <typename T, typename V> struct Primitive {
+    using Value = V;
+    const char *lower, *upper;
+    T value, initial;
+};
+const auto kPrimitives = std::make_tuple(
+    Primitive<jboolean, KS_BOOL>{"boolean", "Boolean", JNI_FALSE, JNI_TRUE},
+    Primitive<jbyte, jbyte>{"byte", "Byte", -8, 8}, Primitive<jchar, KS_CHAR>{"char", "Char", 0xFFFF, 'c'},
+    Primitive<jshort, KS_INT>{"short", "Short", -16, 16},
+    Primitive<jint, KS_INT>{"int", "Int", std::numeric_limits<jint>::min(), 32},
+    Primitive<jlong, KS_INT>{"long", "Long", std::numeric_limits<jlong>::min(), 64},
+    Primitive<jfloat, double>{"float", "Float", -0.1f, 1.5f},
+    Primitive<jdouble, double>{"double", "Double", 0.1, 2.5});
+
+class CxxContext : public JvmTest
+{
+  protected:
+    Local<jclass> cls(const char* name) { return Local<jclass>(env, findClass(env, name)); }
+    Local<> make(const Local<jclass>& clazz, const Context& ctx)
+    {
+        auto object = ctx.construct(clazz, *ctx.method<void()>(clazz, "<init>"));
+        return object ? std::move(*object) : Local<>();
+    }
+};
+
+template <typename T, typename Value>
+void check(const Context& ctx, const Local<jclass>& methods, const Local<jclass>& fields,
+           const Local<>& callee, const Local<>& holder, const Primitive<T, Value>& row)
+{
+    SCOPED_TRACE(row.lower);
+    const auto echo = ctx.method<T(T)>(methods, (std::string(row.lower) + "Echo").c_str());
+    const auto staticEcho =
+        ctx.staticMethod<T(T)>(methods, ("static" + std::string(row.upper) + "Echo").c_str());
+    ASSERT_TRUE(echo && staticEcho);
+    EXPECT_EQ(ctx.call(callee, *echo, row.value), Value(row.value));
+    EXPECT_EQ(ctx.callNonvirtual(callee, methods, *echo, row.value), Value(row.value));
+    EXPECT_EQ(ctx.call(methods, *staticEcho, row.value), Value(row.value));
+
+    const auto field = ctx.field<T>(fields, (std::string(row.lower) + "Field").c_str());
+    const auto staticField =
+        ctx.staticField<T>(fields, ("static" + std::string(row.upper) + "Field").c_str());
+    ASSERT_TRUE(field && staticField);
+    EXPECT_EQ(ctx.read(holder, *field), Value(row.initial));
+    EXPECT_TRUE(ctx.write(holder, *field, Value(row.value)));
+    EXPECT_EQ(ctx.read(holder, *field), Value(row.value));
+    EXPECT_TRUE(ctx.write(fields, *staticField, Value(row.value)));
+    EXPECT_EQ(ctx.read(fields, *staticField), Value(row.value));
+    EXPECT_TRUE(ctx.write(fields, *staticField, Value(row.initial)));
+}
+
+TEST_F(CxxContext, EveryValueTypeReachesTheFunctionsOfItsType)
+{
+    const Context ctx(env, nullptr);
+    const auto methods = cls("fixtures/Methods"), fields = cls("fixtures/Fields");
+    const auto callee = make(methods, ctx), holder = make(fields, ctx);
+    std::apply([&](auto... row) { (check(ctx, methods, fields, callee, holder, row), ...); }, kPrimitives);
+
+    // The reference and void kinds.
+    const auto text = Local<jstring>(env, jstr(env, "a😀"));
+    const auto echoed = ctx.call(callee, *ctx.method<jstring(jstring)>(methods, "stringEcho"), text);
+    ASSERT_TRUE(echoed && *echoed);
+    EXPECT_EQ(utf8(env, echoed->get()), "a😀");
+    EXPECT_TRUE(ctx.call(callee, *ctx.method<void(jint)>(methods, "voidEcho"), 7));
+    EXPECT_EQ(ctx.read(callee, *ctx.field<jint>(methods, "intValue")), 7);
+    const auto field = ctx.field<jstring>(fields, "stringField");
+    EXPECT_EQ(utf8(env, ctx.read(holder, *field)->get()), "string");
+    EXPECT_EQ(utf8(ctx.get<venGetStringField>(holder, *field)->get()), "string");
+}
+
+// Each operation runs under a fault-injecting env, once as it is and once with the JNI call
+// it rests on failing; either way nothing it made outlives its handles.
+struct OwnershipRow {
+    const char* name;
+    std::function<void(FaultEnv&)> fault;
+    std::function<bool(const Context&, JNIEnv* real)> operation;
+};
+
+TEST_F(CxxContext, NothingOutlivesItsHandlesOnAnyPath)
+{
+    const auto methods = cls("fixtures/Methods");
+    const auto callee = make(methods, Context(env, nullptr));
+    const auto stringEcho = *Context(env, nullptr).method<jstring(jstring)>(methods, "stringEcho");
+    const OwnershipRow rows[] = {
+        {"findClass", [](FaultEnv& f) { f.raiseOutOfMemory<&JNI::FindClass>(); },
+         [](const Context& ctx, JNIEnv*) { return ctx.findClass("java/lang/String").has_value(); }},
+        {"call", [](FaultEnv& f) { f.raiseOutOfMemory<&JNI::CallObjectMethodV>(); },
+         [&](const Context& ctx, JNIEnv* real) {
+             return ctx.call(callee, stringEcho, Local<jstring>(real, jstr(real, "x"))).has_value();
+         }},
+        {"construct", [](FaultEnv& f) { f.raiseOutOfMemory<&JNI::NewObjectV>(); },
+         [&](const Context& ctx, JNIEnv*) { return make(methods, ctx).get() != nullptr; }},
+        {"ks string",
+         [](FaultEnv& f) { // short text is copied out, long text pinned
+             f.raiseOutOfMemory<&JNI::GetStringRegion>();
+             f.raiseOutOfMemory<&JNI::GetStringCritical>();
+         },
+         [](const Context& ctx, JNIEnv* real) {
+             const auto text = ctx.get<venStringToKsString>(Local<jstring>(real, jstr(real, "é😀")).get());
+             return text && ksStringLength(*text) == 2;
+         }},
+        {"critical", [](FaultEnv& f) { f.raiseOutOfMemory<&JNI::GetPrimitiveArrayCritical>(); },
+         [](const Context& ctx, JNIEnv*) {
+             const auto array = ctx.get<venNewIntArray>(3);
+             return array && ctx.critical(*array).has_value();
+         }},
+        {"string array", [](FaultEnv& f) { f.raiseOutOfMemory<&JNI::NewObjectArray>(); },
+         [](const Context& ctx, JNIEnv*) {
+             const KsVector strings(ksVectorCreate());
+             ksVectorAppend(strings, ksStr("one").get());
+             return ctx.get<venNewStringArrayFromKsVector>(strings.get()).has_value();
+         }},
+    };
+    for (const OwnershipRow& row : rows) {
+        for (const bool faulted : {false, true}) {
+            SCOPED_TRACE(std::string(row.name) + (faulted ? " (faulted)" : ""));
+            FaultEnv fault(env);
+            const LeakCheck leaks(fault);
+            const KS_INT objects = ksObjLiveCount();
+            if (faulted) {
+                row.fault(fault);
+            }
+            EXPECT_EQ(row.operation(Context(fault.env(), nullptr), env), !faulted);
+            EXPECT_EQ(leaks.live(), 0);
+            EXPECT_EQ(ksObjLiveCount(), objects);
+            if (faulted) {
+                ExpectPendingClass(env, "java.lang.OutOfMemoryError");
+            }
+        }
+    }
+}
+
+TEST_F(CxxContext, ReleasesInOrderAndKeepsTheLatestReference)
+{
+    FaultEnv fault(env);
+    const Context ctx(fault.env(), nullptr);
+    auto array = ctx.get<venNewIntArray>(2);
+    ASSERT_TRUE(array);
+    for (const jint mode : {0, JNI_ABORT}) { // the elements go back only with mode 0
+        auto region = ctx.critical(*array, mode);
+        ASSERT_TRUE(region && region->size() == 2);
+        (*region)[1] = 5 + mode;
+    }
+    jint elements[2] = {-1, -1};
+    ASSERT_TRUE(ctx.run<venGetIntArrayRegion>(*array, 0, 2, elements));
+    EXPECT_EQ(elements[1], 5);
+    {
+        const auto last = ctx.get<venNewIntArray>(1);
+        const auto region = ctx.critical(last->get());
+    } // the region, made last, ends before its array's reference goes
+    const auto& trail = fault.trail();
+    const auto lastRelease = std::find(trail.rbegin(), trail.rend(), "ReleasePrimitiveArrayCritical");
+    EXPECT_GT(lastRelease, std::find(trail.rbegin(), trail.rend(), "DeleteLocalRef")); // counted from the end
+
+    const jintArray first = array->get();
+    auto second = ctx.get<venNewIntArray>(1);
+    const jintArray kept = second->get();
+    *array = std::move(*second);
+    EXPECT_TRUE(array->get() == kept && second->get() == nullptr);
+    EXPECT_FALSE(fault.ledger().isLive(first));
+    auto& alias = *array;
+    *array = std::move(alias); // assigning a handle to itself keeps its reference
+    EXPECT_TRUE(fault.ledger().isLive(kept));
+    array.reset();
+    EXPECT_EQ(fault.ledger().live(), 0);
+}
+
+TEST_F(CxxContext, AttachScopeDetachesOnlyWhatItAttached)
+{
+    EXPECT_FALSE(AttachedThread().attachedHere()); // the main thread stays attached
+    EXPECT_EQ(venTryGetMainJniEnv(), env);
+    using As = AttachedThread::As;
+    for (const auto& [as, daemon] : {std::pair{As::Normal, false}, std::pair{As::Daemon, true}}) {
+        std::thread([as = as, daemon = daemon] {
+            EXPECT_EQ(venTryGetMainJniEnv(), nullptr);
+            {
+                const AttachedThread outer(as);
+                EXPECT_TRUE(outer.attachedHere());
+                {
+                    const AttachedThread inner;
+                    EXPECT_TRUE(!inner.attachedHere() && inner.env() == outer.env());
+                }
+                EXPECT_EQ(venTryGetMainJniEnv(), outer.env());
+                const Context ctx(outer.env(), nullptr);
+                const auto thread = ctx.findClass("java/lang/Thread");
+                using CurrentThread = Object<"java/lang/Thread">();
+                const auto current =
+                    ctx.call(*thread, *ctx.staticMethod<CurrentThread>(*thread, "currentThread"));
+                ASSERT_TRUE(current);
+                EXPECT_EQ(ctx.call(*current, *ctx.method<jboolean()>(*thread, "isDaemon")), KS_BOOL(daemon));
+            }
+            EXPECT_EQ(venTryGetMainJniEnv(), nullptr);
+        }).join();
+    }
+}
+
+TEST_F(CxxContext, FailLeavesExactlyOneExceptionPending)
+{
+    Trace trace;
+    const Context ctx(env, trace.get());
+    EXPECT_EQ(jobject(ctx.fail("Module.native", "count > 0")), nullptr);
+    ExpectPending(env, "java.lang.IllegalArgumentException", "Module.native: count > 0");
+    EXPECT_EQ(trace.lines(),
+              std::vector<std::string>{"[Module.native()] Exception: "
+                                       "java.lang.IllegalArgumentException: Module.native: count > 0"});
+
+    // A failure before it, traced or not, stays the one Java sees.
+    trace.reset();
+    EXPECT_FALSE(ctx.get<venGetArrayLength>(nullptr));
+    EXPECT_EQ(jlong(ctx.fail("Module.native", "count > 0")), 0);
+    ExpectPending(env, "java.lang.IllegalArgumentException", "venGetArrayLength: array != NULL");
+    EXPECT_EQ(trace.lines().size(), 1u);
+    trace.reset();
+    env->Throw(makeThrowable(env, "java/io/IOException", "first"));
+    (void)ctx.fail("Module.native", "count > 0");
+    ExpectPending(env, "java.io.IOException", "first");
+    EXPECT_TRUE(trace.lines().empty());
+}
+
+} // namespace
+} // namespace ven::test
