@@ -30,7 +30,7 @@ struct Exported {
 };
 
 struct Settled {
-    static constexpr auto getClass = ven::java_lang::settled::stringGetClass;
+    static constexpr auto getClass = ven::java::settled::stringGetClass;
     static constexpr auto newObjectArray = ven::integration::settled::newObjectArray;
     static constexpr auto setObjectArrayElement = ven::integration::settled::setObjectArrayElement;
     // A NULL element stays a NULL entry of the array.
@@ -40,7 +40,7 @@ struct Settled {
             deliverLocalRef(env, result, static_cast<jstring>(nullptr));
             return KS_TRUE;
         }
-        return ven::java_lang::settled::stringFromKsString(result, env, trace, text);
+        return ven::java::settled::stringFromKsString(result, env, trace, text);
     }
 };
 

@@ -98,7 +98,7 @@ KS_BOOL invalidUtf16(JNIEnv* env, lgStream* trace)
 
 } // namespace
 
-namespace ven::java_lang
+namespace ven::java
 {
 
 KS_BOOL settled::stringGetClass(jclass* result, JNIEnv* env, lgStream* trace)
@@ -159,7 +159,7 @@ KS_BOOL settled::stringFromKsString(jstring* result, JNIEnv* env, lgStream* trac
     return created;
 }
 
-} // namespace ven::java_lang
+} // namespace ven::java
 
 extern "C" {
 
@@ -231,7 +231,7 @@ VEN_API KS_BOOL venStringToKsString(ksString** result, JNIEnv* env, lgStream* tr
         deliverObject(result, static_cast<ksString*>(nullptr));
         return KS_TRUE;
     } else if (ven::integration::settled::nothingPending(env)) {
-        return ven::java_lang::settled::stringToKsString(result, env, trace, string);
+        return ven::java::settled::stringToKsString(result, env, trace, string);
     } else {
         KS_INT length = 0;
         if (!venGetStringLength(&length, env, trace, string)) {
@@ -272,7 +272,7 @@ VEN_API KS_BOOL venStringFromKsString(jstring* result, JNIEnv* env, lgStream* tr
         return KS_TRUE;
     }
     if (ven::integration::settled::nothingPending(env)) {
-        return ven::java_lang::settled::stringFromKsString(result, env, trace, string);
+        return ven::java::settled::stringFromKsString(result, env, trace, string);
     }
     jchar* units = nullptr;
     KS_INT unitCount = 0;

@@ -8,7 +8,7 @@
 #include "ks/ks.h"
 #include "lg/lg.h"
 
-namespace ven::java_lang::settled
+namespace ven::java::settled
 {
 
 KS_BOOL stringGetClass(jclass* result, JNIEnv* env, lgStream* trace);
@@ -17,4 +17,4 @@ KS_BOOL stringToKsString(ksString** result, JNIEnv* env, lgStream* trace, jstrin
 // `string` is not NULL; the caller keeps its reference.
 KS_BOOL stringFromKsString(jstring* result, JNIEnv* env, lgStream* trace, const ksString* string);
 
-} // namespace ven::java_lang::settled
+} // namespace ven::java::settled
