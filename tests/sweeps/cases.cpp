@@ -266,7 +266,7 @@ Case fieldCase(const char* name, const char* callee, const char* rangeCondition)
     constexpr bool reads = kind == FieldKind::Get || kind == FieldKind::GetString;
     using Type = std::conditional_t<text, JavaString, JniType<Jni>>;
     Case row{name};
-    // Checked in order: result (plain readers), target, fieldID, the range (writers); the string
+    // Checked in order: result (value readers), target, fieldID, the range (writers); the string
     // readers test result last, in the conversion.
     constexpr std::size_t first = kind == FieldKind::Get ? 1 : 0;
     row.prepare = [](Arguments arguments) -> Prepared {
