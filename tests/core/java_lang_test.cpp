@@ -1,5 +1,5 @@
 // Java strings through the integration layer; the String unit and the six throwable units:
-// lookups, instance tests, conversions and every throw form.
+// conversions at their edges and every throw form.
 #include <cstring>
 #include <functional>
 #include <string>
@@ -198,27 +198,6 @@ const ThrowableUnit kUnits[] = {
     SMALL_THROWABLE_UNIT(RuntimeException, "java/lang/RuntimeException", "java.lang.RuntimeException"),
 };
 // clang-format on
-
-// The lookup gives the class; the instance test knows instances, subclasses and strangers.
-TEST_F(Throwables, LookupAndInstanceTest)
-{
-    jobject stranger = jstr(env, "not a throwable");
-    for (const ThrowableUnit& unit : kUnits) {
-        SCOPED_TRACE(unit.javaName);
-        jclass clazz = nullptr;
-        KS_BOOL own = KS_FALSE;
-        KS_BOOL other = KS_TRUE;
-        ASSERT_EQ(unit.getClass(&clazz, env, nullptr), KS_TRUE);
-        EXPECT_TRUE(env->IsSameObject(clazz, findClass(env, unit.className)));
-        EXPECT_TRUE(unit.isInstance(&own, env, nullptr, makeThrowable(env, unit.className, "m")) && own);
-        EXPECT_TRUE(unit.isInstance(&other, env, nullptr, stranger) && other == KS_FALSE);
-    }
-    KS_BOOL answer = KS_FALSE;
-    jobject subclass = makeThrowable(env, "java/lang/IllegalStateException", "s");
-    EXPECT_TRUE(venRuntimeExceptionIsInstance(&answer, env, nullptr, subclass) && answer == KS_TRUE);
-    jobject error = makeThrowable(env, "java/lang/Error", "e");
-    EXPECT_TRUE(venRuntimeExceptionIsInstance(&answer, env, nullptr, error) && answer == KS_FALSE);
-}
 
 // Every form throws "F: <message>", traced only when unchecked; the caller's ksString is
 // neither taken nor released, the formatted one is released (the frame counts ks objects).

@@ -71,11 +71,9 @@ const CallFamily<double, jdouble> kDoubleCalls{VEN_CALL_ROW(Double, "(D)D"),
     {{0.1, 0.1}, {kNaN, kNaN}, {-0.0, -0.0}, {DBL_TRUE_MIN, DBL_TRUE_MIN}}};
 
 enum class Kind { Virtual, Nonvirtual, Static };
-// Each kind's name prefix and its checks in order ("result != NULL" only where there is one).
-const std::tuple<Kind, std::string, std::vector<std::string>> kKinds[] = {
-    {Kind::Virtual, "venCall", {"result != NULL", "obj != NULL", "methodID != NULL"}},
-    {Kind::Nonvirtual, "venCallNonvirtual", {"result != NULL", "obj != NULL", "clazz != NULL", "methodID != NULL"}},
-    {Kind::Static, "venCallStatic", {"result != NULL", "clazz != NULL", "methodID != NULL"}}};
+// Each kind's name prefix.
+const std::pair<Kind, std::string> kKinds[] = {
+    {Kind::Virtual, "venCall"}, {Kind::Nonvirtual, "venCallNonvirtual"}, {Kind::Static, "venCallStatic"}};
 // clang-format on
 
 // Calls the function of `kind` among `calls` with `lead` (result if any, env, trace), then
@@ -163,14 +161,14 @@ class MembersTest : public JvmTest
     }
 
     // Every call function of one result type in the three kinds: the values delivered, zero
-    // after an exception (unchecked: traced under its own name, checked: not), checks in order.
+    // after an exception (unchecked: traced under its own name, checked: not).
     template <typename Ven, typename Jni> void checkFamily(const CallFamily<Ven, Jni>& family)
     {
         std::string echo = family.type + "Echo";
         echo[0] = static_cast<char>(std::tolower(echo[0]));
         const auto [argument, nonZero] = family.edges.back();
         // clang-format off
-        for (const auto& [kind, prefix, checks] : kKinds) {
+        for (const auto& [kind, prefix] : kKinds) {
             const std::string name = prefix + family.type + "Method";
             SCOPED_TRACE(name);
             TestFrame frame(env, 256);
@@ -240,7 +238,7 @@ TEST_F(MembersTest, ObjectVoidAndStringFormsOfEachKind)
     jstring text = jstr(env, "h\xC3\xA9llo \xF0\x9F\x98\x80");
     jclass childClass = env->GetObjectClass(child);
     const char* counters[] = {"childVoidCalls", "voidCalls", "staticVoidCalls"};
-    for (const auto& [kind, prefix, checks] : kKinds) {
+    for (const auto& [kind, prefix] : kKinds) {
         SCOPED_TRACE(prefix);
         TestFrame frame(env, 256);
         const auto [runner, voidClass, run] = target(kind, "voidRun", "()V");

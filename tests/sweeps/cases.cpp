@@ -249,6 +249,8 @@ std::vector<std::string> unguarded(const std::string& call)
 
 const std::vector<std::string> kTextConversion = {"ExceptionCheck", "GetStringLength", "ExceptionCheck",
                                                   "GetStringRegion", "ExceptionCheck"};
+const std::vector<std::string> kLongTextConversion = {"ExceptionCheck", "GetStringLength", "ExceptionCheck",
+                                                      "GetStringCritical", "ReleaseStringCritical"};
 
 // The class found, a method looked up on it and called, the class let go.
 std::vector<std::string> throughClass(const char* classCall, const char* lookUp, const char* call)
@@ -264,7 +266,7 @@ Case fieldCase(const char* name, const char* callee, const char* rangeCondition)
     constexpr bool reads = kind == FieldKind::Get || kind == FieldKind::GetString;
     using Type = std::conditional_t<text, JavaString, JniType<Jni>>;
     Case row{name};
-    // Checked in order: result (plain readers), target, fieldID, the range (writers); the string
+    // Checked in order: result (value readers), target, fieldID, the range (writers); the string
     // readers test result last, in the conversion.
     constexpr std::size_t first = kind == FieldKind::Get ? 1 : 0;
     row.prepare = [](Arguments arguments) -> Prepared {
@@ -280,6 +282,10 @@ Case fieldCase(const char* name, const char* callee, const char* rangeCondition)
         id = arguments.bad(first + 1) ? nullptr : id;
         if constexpr (reads) {
             std::function<void()> restore = [] {};
+            // Beyond the short-text path, so that the instance string field is read in a critical region.
+            if (kind == FieldKind::GetString && !isStatic && arguments == Succeed) {
+                env->SetObjectField(w.fieldsObj, id, w.longText);
+            }
             if (arguments == Fail && isStatic) {
                 env->SetStaticObjectField(w.fields, id, w.badText);
                 restore = [id] { mainEnv()->SetStaticObjectField(world().fields, id, world().text); };
@@ -306,7 +312,8 @@ Case fieldCase(const char* name, const char* callee, const char* rangeCondition)
     }
     const std::string objectMember = isStatic ? "StaticObjectField" : "ObjectField";
     if constexpr (kind == FieldKind::GetString) {
-        row.floor = guarded("Get" + objectMember) + kTextConversion + unguarded("DeleteLocalRef");
+        row.floor = guarded("Get" + objectMember) + (isStatic ? kTextConversion : kLongTextConversion) +
+                    unguarded("DeleteLocalRef");
         row.blocks = 1;
     } else if constexpr (kind == FieldKind::SetString) {
         row.floor = unguarded("ExceptionCheck") + unguarded("NewString") + guarded("Set" + objectMember) +
@@ -660,6 +667,7 @@ World& world()
         w->badText = static_cast<jstring>(global(jstr(env, std::u16string{u'x', char16_t(0xD800), u'y'})));
         env->SetObjectField(w->badTextFields, env->GetFieldID(w->fields, "stringField", "Ljava/lang/String;"),
                             w->badText);
+        w->longText = static_cast<jstring>(global(jstr(env, std::u16string(300, u'\u4e2d'))));
         jclass arrayList = findClass(env, "java/util/ArrayList");
         w->list = make(arrayList);
         env->CallBooleanMethod(w->list, env->GetMethodID(arrayList, "add", "(Ljava/lang/Object;)Z"), w->text);

@@ -72,7 +72,7 @@ struct Case {
 struct World {
     jclass fields, methods, natives, color, object, collection, integer, fixtureException, toStringThrows;
     jobject fieldsObj, badTextFields, methodsObj, childObj, list, immutableList, toStringThrowsObj;
-    jstring text, badText;
+    jstring text, badText, longText;
     jthrowable e1;    // the exception pending in the exception-state sweep
     jarray arrays[8]; // boolean, byte, char, short, int, long, float, double; 4 elements each
     jobjectArray objectArray;

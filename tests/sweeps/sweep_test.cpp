@@ -1,5 +1,7 @@
-// Sweeps every integration and class support function: exception state after success, failure and a bad
-// argument; an OutOfMemoryError in each fallible JNI call of its success path; leaks; completeness.
+// Sweeps every integration and class support function: exception state after success, failure and
+// each argument check in order; the success path at its floor; the out-parameter's replacement; an
+// OutOfMemoryError in each fallible JNI call of its success path; no JNI call inside a critical
+// region; no local reference, ks object or raw block left behind; completeness.
 #include <elf.h>
 
 #include <algorithm>
