@@ -23,13 +23,14 @@ struct FakeThread {
 thread_local FakeThread current;
 std::atomic<long> attaches{0}, detaches{0};
 
+JNINativeInterface_ native = [] {
+    JNINativeInterface_ table{};
+    table.GetVersion = [](JNIEnv* env) { return env == &current.env ? current.version : 0; };
+    return table;
+}();
+
 template <bool daemon> jint attach(JavaVM*, void** env, void*)
 {
-    static JNINativeInterface_ native = [] {
-        JNINativeInterface_ table{};
-        table.GetVersion = [](JNIEnv* env) { return env == &current.env ? current.version : 0; };
-        return table;
-    }();
     if (!current.attached) {
         current = {{&native}, true, daemon, 0};
         ++attaches;
@@ -38,25 +39,21 @@ template <bool daemon> jint attach(JavaVM*, void** env, void*)
     return JNI_OK;
 }
 
-JavaVM* fakeVm()
-{
-    static JNIInvokeInterface_ invoke = [] {
-        JNIInvokeInterface_ table{};
-        table.GetEnv = [](JavaVM*, void** env, jint) {
-            *env = current.attached ? &current.env : nullptr;
-            return current.attached ? JNI_OK : JNI_EDETACHED;
-        };
-        table.AttachCurrentThread = attach<false>;
-        table.AttachCurrentThreadAsDaemon = attach<true>;
-        table.DetachCurrentThread = [](JavaVM*) {
-            detaches += current.attached;
-            return std::exchange(current.attached, false) ? JNI_OK : JNI_EDETACHED;
-        };
-        return table;
-    }();
-    static JavaVM vm{&invoke};
-    return &vm;
-}
+JNIInvokeInterface_ invoke = [] {
+    JNIInvokeInterface_ table{};
+    table.AttachCurrentThread = attach<false>;
+    table.AttachCurrentThreadAsDaemon = attach<true>;
+    table.DetachCurrentThread = [](JavaVM*) {
+        detaches += current.attached;
+        return std::exchange(current.attached, false) ? JNI_OK : JNI_EDETACHED;
+    };
+    table.GetEnv = [](JavaVM*, void** env, jint) {
+        *env = current.attached ? &current.env : nullptr;
+        return current.attached ? JNI_OK : JNI_EDETACHED;
+    };
+    return table;
+}();
+JavaVM vm{&invoke};
 
 // A failing version that names its thread and round, and so does its trace line.
 jint failingVersion(int thread, long long round)
@@ -66,19 +63,18 @@ jint failingVersion(int thread, long long round)
 
 TEST(Concurrency, EightThreadsShareTheFrameTheStreamAndKsObjects)
 {
-    venSetJavaVm(fakeVm());
+    venSetJavaVm(&vm);
     const KS_INT objectsBefore = ksObjLiveCount(), blocksBefore = ksMemLiveCount();
-    ksString* shared = ksStringCreateFromCstr(kSharedText, -1);
     {
         AuditedTrace trace(
             [](int thread, long long seq) {
-                return seq % 2 == 0 ? ownLine(thread, seq / 2)
+                return seq % 2 == 0 ? AuditedTrace::ownLine(thread, seq / 2)
                                     : "[venGetVersion()] error occured: " +
                                           std::to_string(failingVersion(thread, seq / 2));
             },
             "");
         Workers workers;
-        runWorkers(workers, [&](Worker& w) {
+        workers.run([&](Worker& w) {
             for (int session = 0; session < 150; ++session) {
                 const bool daemon = session % 2 == 1;
                 JNIEnv* env = daemon ? venAttachCurrentThreadAsDaemon() : venAttachCurrentThread();
@@ -87,11 +83,8 @@ TEST(Concurrency, EightThreadsShareTheFrameTheStreamAndKsObjects)
                             venAttachCurrentThread() == env,
                         "the env while attached");
                 for (int r = 0; r < 8; ++r, ++w.rounds) {
-                    writeOwnLine(trace.get(), shared, w.index, w.rounds);
+                    trace.writeOwnLine(w.index, w.rounds);
                     KS_INT version = 0;
-                    current.version = JNI_VERSION_1_8;
-                    w.check(venGetVersion(&version, env, trace.get()) && version == JNI_VERSION_1_8,
-                            "the version");
                     current.version = failingVersion(w.index, w.rounds);
                     w.check(!venGetVersion(&version, env, trace.get()) && lgStreamNotable(trace.get()),
                             "the failing version");
@@ -111,8 +104,6 @@ TEST(Concurrency, EightThreadsShareTheFrameTheStreamAndKsObjects)
         trace.drain();
         trace.expectComplete(workers, 2, 0);
     }
-    EXPECT_EQ(ksObjRefCount(shared), 1);
-    ksObjRelease(shared);
     EXPECT_EQ(ksObjLiveCount(), objectsBefore);
     EXPECT_EQ(ksMemLiveCount(), blocksBefore);
     venDelJavaVm();
