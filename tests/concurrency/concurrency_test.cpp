@@ -1,6 +1,6 @@
-// The library's own concurrency without a JVM: eight threads attach and detach through the frame
-// against a JavaVM of this test, trace failures into one shared stream, read it while others write,
-// and retain one shared ks string. `make tsan` runs it under ThreadSanitizer.
+// Eight threads attach and detach through the frame against a JavaVM of this test, trace failures
+// into one stream, read it while the others write, and retain one shared ks string; no JVM, so
+// `make tsan` runs it under ThreadSanitizer.
 #include <jni.h>
 
 #include <atomic>
@@ -13,8 +13,8 @@ namespace ven::test
 namespace
 {
 
-// The calling thread's side of the machine; GetVersion answers `version`, or 0 (which no check
-// accepts) to another thread's env.
+// The calling thread's side of the machine. GetVersion answers `version` to this thread's env and
+// 0, which no check accepts, to any other.
 struct FakeThread {
     JNIEnv env{};
     bool attached = false, daemon = false;
@@ -55,40 +55,37 @@ JNIInvokeInterface_ invoke = [] {
 }();
 JavaVM vm{&invoke};
 
-// A failing version that names its thread and round, and so does its trace line.
-jint failingVersion(int thread, long long round)
-{
-    return -static_cast<jint>(thread * 1'000'000 + round + 1);
-}
-
 TEST(Concurrency, EightThreadsShareTheFrameTheStreamAndKsObjects)
 {
     venSetJavaVm(&vm);
     const KS_INT objectsBefore = ksObjLiveCount(), blocksBefore = ksMemLiveCount();
+    // A failing version names its thread and round, and so does its line.
+    auto failing = [](int thread, long long round) {
+        return -static_cast<jint>(thread * 1'000'000 + round + 1);
+    };
     {
         AuditedTrace trace(
-            [](int thread, long long seq) {
-                return seq % 2 == 0 ? AuditedTrace::ownLine(thread, seq / 2)
-                                    : "[venGetVersion()] error occured: " +
-                                          std::to_string(failingVersion(thread, seq / 2));
+            [&](int thread, long long seq) {
+                return seq % 2 == 0
+                           ? AuditedTrace::ownLine(thread, seq / 2)
+                           : "[venGetVersion()] error occured: " + std::to_string(failing(thread, seq / 2));
             },
             "");
         Workers workers;
         workers.run([&](Worker& w) {
             for (int session = 0; session < 150; ++session) {
-                const bool daemon = session % 2 == 1;
-                JNIEnv* env = daemon ? venAttachCurrentThreadAsDaemon() : venAttachCurrentThread();
-                w.check(env == &current.env && current.daemon == daemon, "the attached env");
-                w.check(venTryGetMainJniEnv() == env && venGetMainJniEnv() == env &&
+                JNIEnv* env = session % 2 ? venAttachCurrentThreadAsDaemon() : venAttachCurrentThread();
+                w.check(env == &current.env && current.daemon == (session % 2 == 1) &&
+                            venTryGetMainJniEnv() == env && venGetMainJniEnv() == env &&
                             venAttachCurrentThread() == env,
                         "the env while attached");
                 for (int r = 0; r < 8; ++r, ++w.rounds) {
                     trace.writeOwnLine(w.index, w.rounds);
                     KS_INT version = 0;
-                    current.version = failingVersion(w.index, w.rounds);
+                    current.version = failing(w.index, w.rounds);
                     w.check(!venGetVersion(&version, env, trace.get()) && lgStreamNotable(trace.get()),
                             "the failing version");
-                    // Read while the others write: the last line is whole and stays alive while held.
+                    // The last line, read while the others write, stays alive while held.
                     ksString* last = lgStreamLineAt(trace.get(), lgStreamLineCount(trace.get()) - 1);
                     char* text = ksStringToUtf8Cstr(last);
                     w.check(text[0] == '[', "a line read back");

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <cmath>
 #include <fstream>
 #include <vector>
 
@@ -17,27 +18,20 @@ namespace
 
 using Clock = std::chrono::steady_clock;
 
-// Each round traces one argument failure, which names no thread.
-constexpr const char* kArgumentLine =
-    "[venFindClass()] Exception: java.lang.IllegalArgumentException: venFindClass: result != NULL";
-
-std::string id(int thread, long long seq)
-{
-    return std::to_string(thread) + "_" + std::to_string(seq);
-}
-
-// A thread's lines of a round, in order: its own, the missing class's, the failed parse's.
+// A thread's lines of a round, in order: its own, the missing class's and the failed parse's, the
+// last two naming the thread and the round. Every round also traces an argument failure, anonymous.
 std::string expectedLine(int thread, long long seq)
 {
-    if (seq % 3 == 0) {
-        return AuditedTrace::ownLine(thread, seq / 3);
-    }
-    return seq % 3 == 1 ? "[venFindClass()] Exception: java.lang.NoClassDefFoundError: stress/Missing_" +
-                              id(thread, seq)
-                        : "[venCallStaticIntMethod()] Exception: java.lang.NumberFormatException: For input "
-                          "string: \"x" +
-                              id(thread, seq) + "\"";
+    const std::string tag = std::to_string(thread) + "_" + std::to_string(seq / 3);
+    const std::string lines[] = {
+        AuditedTrace::ownLine(thread, seq / 3),
+        "[venFindClass()] Exception: java.lang.NoClassDefFoundError: Missing_" + tag,
+        "[venCallStaticIntMethod()] Exception: java.lang.NumberFormatException: For input string: \"x" + tag +
+            "\""};
+    return lines[seq % 3];
 }
+constexpr const char* kArgumentLine =
+    "[venFindClass()] Exception: java.lang.IllegalArgumentException: venFindClass: result != NULL";
 
 void round(Worker& w, JNIEnv* env, const AuditedTrace& audited)
 {
@@ -59,16 +53,15 @@ void round(Worker& w, JNIEnv* env, const AuditedTrace& audited)
             "the succeeding calls");
     ksObjRelease(back);
 
-    const long long seq = w.rounds * 3;
+    const std::string tag = std::to_string(w.index) + "_" + std::to_string(w.rounds);
     audited.writeOwnLine(w.index, w.rounds);
     auto failed = [&](bool refused, const char* what) {
         w.check(refused && venExceptionCheck(env), what);
         venExceptionClear(env);
     };
     failed(!venFindClass(nullptr, env, trace, "java/lang/Integer"), "a NULL result slot");
-    failed(!venFindClass(&none, env, trace, ("stress/Missing_" + id(w.index, seq + 1)).c_str()),
-           "a missing class");
-    failed(venNewStringUTF(&text, env, trace, ("x" + id(w.index, seq + 2)).c_str()) &&
+    failed(!venFindClass(&none, env, trace, ("Missing_" + tag).c_str()), "a missing class");
+    failed(venNewStringUTF(&text, env, trace, ("x" + tag).c_str()) &&
                !venCallStaticIntMethod(&parsed, env, trace, integer, parseInt, text),
            "parseInt of a non-number");
     venPopLocalFrame(env, nullptr);
@@ -109,8 +102,8 @@ TEST_F(Threads, EightLeaveEveryCountWhereItWas)
     };
     const jint javaThreadsBefore = javaThreads();
     const char* seconds = std::getenv("VEN_STRESS_SECONDS");
-    const auto end = Clock::now() + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(
-                                        seconds != nullptr ? std::atof(seconds) : 1));
+    const auto end =
+        Clock::now() + std::chrono::milliseconds(std::lround(1000 * (seconds ? std::atof(seconds) : 1)));
     {
         AuditedTrace trace(expectedLine, kArgumentLine);
         Workers workers;

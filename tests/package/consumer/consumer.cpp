@@ -10,14 +10,10 @@
 static_assert(std::string_view(ven::signatureOf<ven::Array<jstring>(ven::Object<"a/B">, jlong)>.c_str()) ==
               "(La/B;J)[Ljava/lang/String;");
 
-static jint answer(JNIEnv*, jclass, jstring)
-{
-    return 42;
-}
-
 int main()
 {
-    assert(std::string_view(ven::native<jint(jstring)>("answer", &answer).signature) ==
+    const auto answer = +[](JNIEnv*, jclass, jstring) { return jint{42}; };
+    assert(std::string_view(ven::native<jint(jstring)>("answer", answer).signature) ==
            "(Ljava/lang/String;)I");
     {
         ven::KsString first(ksStringCreateFromCstr("first", -1));
