@@ -7,7 +7,7 @@
 
 #include <array>
 #include <cstdio>
-#include <cstdlib>
+#include <fstream>
 #include <functional>
 #include <string>
 #include <thread>
@@ -78,28 +78,22 @@ class AuditedTrace
 
     void drain()
     {
-        std::rewind(echo_);
-        const KS_INT count = lgStreamLineCount(stream_);
-        char* echoed = nullptr;
-        std::size_t capacity = 0;
-        KS_INT i = 0;
-        for (ssize_t length; (length = getline(&echoed, &capacity, echo_)) > 0; ++i) {
-            const std::string text(echoed, length - 1);
+        std::ifstream echoed("/proc/self/fd/" + std::to_string(fileno(echo_)));
+        KS_INT lines = 0;
+        for (std::string text; std::getline(echoed, text); ++lines) {
             int t = 0;
             while (t < kThreads && text != expected_(t, next_[t])) {
                 ++t;
             }
-            const bool whole = echoed[length - 1] == '\n';
-            if (whole && t < kThreads) {
+            if (!echoed.eof() && t < kThreads) { // a last line without its newline is torn
                 ++next_[t];
-            } else if (whole && text == anonymous_) {
+            } else if (!echoed.eof() && text == anonymous_) {
                 ++anonymousLines_;
             } else if (++mismatches_ == 1) {
                 firstForeign_ = text;
             }
         }
-        std::free(echoed);
-        mismatches_ += i != count;
+        mismatches_ += lines != lgStreamLineCount(stream_);
         lgStreamReset(stream_);
         std::rewind(echo_);
         mismatches_ += ftruncate(fileno(echo_), 0) != 0;
