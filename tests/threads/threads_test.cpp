@@ -1,0 +1,146 @@
+// Native threads attaching, calling integration functions and writing to one trace stream for a
+// bounded time; a million global and weak references made and deleted.
+#include <unistd.h>
+
+#include <chrono>
+#include <cmath>
+#include <fstream>
+#include <vector>
+
+#include "support/ven_test.hpp"
+#include "support/workers.hpp"
+#include "ven/ven.hpp"
+
+namespace ven::test
+{
+namespace
+{
+
+using Clock = std::chrono::steady_clock;
+
+// A thread's lines of a round, in order: its own, the missing class's and the failed parse's, the
+// last two naming the thread and the round. Every round also traces an argument failure, anonymous.
+std::string expectedLine(int thread, long long seq)
+{
+    const std::string tag = std::to_string(thread) + "_" + std::to_string(seq / 3);
+    const std::string lines[] = {
+        AuditedTrace::ownLine(thread, seq / 3),
+        "[venFindClass()] Exception: java.lang.NoClassDefFoundError: Missing_" + tag,
+        "[venCallStaticIntMethod()] Exception: java.lang.NumberFormatException: For input string: \"x" + tag +
+            "\""};
+    return lines[seq % 3];
+}
+constexpr const char* kArgumentLine =
+    "[venFindClass()] Exception: java.lang.IllegalArgumentException: venFindClass: result != NULL";
+
+void round(Worker& w, JNIEnv* env, const AuditedTrace& audited)
+{
+    lgStream* trace = audited.get();
+    w.check(venPushLocalFrame(env, trace, 16), "push the round's frame");
+    jclass integer = nullptr, none = nullptr;
+    jmethodID parseInt = nullptr, toString = nullptr;
+    jstring text = nullptr;
+    KS_INT parsed = -1;
+    ksString* back = nullptr;
+    w.check(
+        venFindClass(&integer, env, trace, "java/lang/Integer") &&
+            venGetStaticMethodID(&parseInt, env, trace, integer, "parseInt", "(Ljava/lang/String;)I") &&
+            venGetStaticMethodID(&toString, env, trace, integer, "toString", "(I)Ljava/lang/String;") &&
+            venCallStaticStringMethod(&back, env, trace, integer, toString, static_cast<jint>(w.rounds)) &&
+            ksStringLength(back) == static_cast<KS_INT>(std::to_string(w.rounds).size()),
+        "the succeeding calls");
+    ksObjRelease(back);
+
+    const std::string tag = std::to_string(w.index) + "_" + std::to_string(w.rounds);
+    audited.writeOwnLine(w.index, w.rounds);
+    auto failed = [&](bool refused, const char* what) {
+        w.check(refused && venExceptionCheck(env), what);
+        venExceptionClear(env);
+    };
+    failed(!venFindClass(nullptr, env, trace, "java/lang/Integer"), "a NULL result slot");
+    failed(!venFindClass(&none, env, trace, ("Missing_" + tag).c_str()), "a missing class");
+    failed(venNewStringUTF(&text, env, trace, ("x" + tag).c_str()) &&
+               !venCallStaticIntMethod(&parsed, env, trace, integer, parseInt, text),
+           "parseInt of a non-number");
+    venPopLocalFrame(env, nullptr);
+    ++w.rounds;
+}
+
+// One attach-to-detach span of eight rounds; a nested scope finds the thread attached and leaves it so.
+void session(Worker& w, bool daemon, const AuditedTrace& trace)
+{
+    const AttachedThread scope(daemon ? AttachedThread::As::Daemon : AttachedThread::As::Normal);
+    w.check(scope.attachedHere() && !AttachedThread().attachedHere(), "the scopes");
+    w.check(venTryGetMainJniEnv() == scope.env(), "a nested scope detached the thread");
+    for (int r = 0; r < 8 && w.error.empty(); ++r) {
+        round(w, scope.env(), trace);
+    }
+}
+
+using Threads = JvmTest;
+
+// Eight threads attach (daemon and not), for VEN_STRESS_SECONDS (1 by default); afterwards every line
+// is whole and in its thread's order, and the Java threads, the shared string's references and (the
+// test's frame) ks objects and raw blocks are as they were.
+TEST_F(Threads, EightLeaveEveryCountWhereItWas)
+{
+    jclass thread = findClass(env, "java/lang/Thread");
+    const jmethodID activeCount = env->GetStaticMethodID(thread, "activeCount", "()I");
+    auto javaThreads = [&] {
+        const jint count = env->CallStaticIntMethod(thread, activeCount);
+        ExpectNoPending(env);
+        return count;
+    };
+    const jint javaThreadsBefore = javaThreads();
+    const char* seconds = std::getenv("VEN_STRESS_SECONDS");
+    const auto end =
+        Clock::now() + std::chrono::milliseconds(std::lround(1000 * (seconds ? std::atof(seconds) : 1)));
+    {
+        AuditedTrace trace(expectedLine, kArgumentLine);
+        Workers workers;
+        // Epochs of new threads, the trace audited and emptied between two.
+        do {
+            const auto epochEnd = std::min(end, Clock::now() + std::chrono::milliseconds(250));
+            workers.run([&](Worker& w) {
+                for (int s = 0; s < 2 || Clock::now() < epochEnd; ++s) {
+                    session(w, s % 2 == 1, trace);
+                    w.check(venTryGetMainJniEnv() == nullptr, "the thread outlived its scope");
+                }
+            });
+            trace.drain();
+        } while (Clock::now() < end);
+        trace.expectComplete(workers, 3, 1);
+    }
+    EXPECT_EQ(javaThreads(), javaThreadsBefore);
+}
+
+// A thousand alive at a time: resident memory does not grow with them. The JVM's handles take about
+// ten bytes each, so a tenth of either kind left behind (1 MB) exceeds the bound.
+TEST_F(Threads, AMillionGlobalAndWeakReferencesLeaveNoGrowth)
+{
+    auto residentKb = [] {
+        long size = 0, pages = 0;
+        std::ifstream("/proc/self/statm") >> size >> pages;
+        return pages * (sysconf(_SC_PAGESIZE) / 1024);
+    };
+    jstring target = jstr(env, "target");
+    std::vector<std::pair<jobject, jweak>> references(1000);
+    long failures = 0, warm = 0;
+    for (int batch = 0; batch < 1020; ++batch) {
+        warm = batch == 20 ? residentKb() : warm; // after the warm-up
+        for (auto& [global, weak] : references) {
+            failures += !venNewGlobalRef(&global, env, nullptr, target) +
+                        !venNewWeakGlobalRef(&weak, env, nullptr, target);
+        }
+        for (auto [global, weak] : references) {
+            venDeleteGlobalRef(env, global);
+            venDeleteWeakGlobalRef(env, weak);
+        }
+    }
+    EXPECT_EQ(failures, 0);
+    ASSERT_GT(warm, 0);
+    EXPECT_LE(residentKb() - warm, 1024) << "KB grown after the warm-up, from " << warm << " KB";
+}
+
+} // namespace
+} // namespace ven::test
