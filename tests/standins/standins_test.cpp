@@ -86,7 +86,6 @@ TEST(KsRefCount, ReleaseFreesExactlyOnceAcrossThreads)
 
 TEST(KsMem, BuffersAdoptOrCopyAndAreNeverWithoutBacking)
 {
-    ksMemFree(nullptr);
     unsigned char bytes[2] = {1, 2};
     Ref<ksBuffer> copy(ksBufferCreateFromBytesCopy(bytes, 2));
     bytes[0] = 9;
@@ -100,7 +99,6 @@ TEST(KsMem, BuffersAdoptOrCopyAndAreNeverWithoutBacking)
         EXPECT_NE(ksBufferBacking(empty), nullptr);
         ksObjRelease(empty);
     }
-    EXPECT_EQ(ksIntMin(INT64_MIN, INT64_MAX), INT64_MIN);
 }
 
 // The bridges read an element as ksStringFrom(ksVectorObjAt(...)): one reference in, one out.
@@ -135,10 +133,8 @@ TEST(KsExecCheck, KnowsTheModuleOfAnAddress)
     const void* lgCode = reinterpret_cast<const void*>(&lgStreamCreate);
     int local = 0;
     const std::tuple<const void*, const char*, KS_BOOL> rows[] = {
-        {data, "ks", KS_TRUE},    {code, "ks", KS_TRUE},    {lgCode, "lg", KS_TRUE},
-        {lgCode, "ks", KS_FALSE}, {data, "k", KS_FALSE},    {data, "ks.so", KS_FALSE},
-        {data, "", KS_FALSE},     {&local, "ks", KS_FALSE}, {nullptr, "ks", KS_FALSE},
-        {data, nullptr, KS_FALSE}};
+        {data, "ks", KS_TRUE}, {code, "ks", KS_TRUE},    {lgCode, "lg", KS_TRUE},  {lgCode, "ks", KS_FALSE},
+        {data, "k", KS_FALSE}, {&local, "ks", KS_FALSE}, {nullptr, "ks", KS_FALSE}};
     for (const auto& [address, module, expected] : rows) {
         EXPECT_EQ(ks___ExecCheckEncapsulated(address, module), expected)
             << address << " in " << quoted(module);
@@ -165,15 +161,11 @@ TEST(KsAbortDeathTest, PrintsTheLineAndStops)
 // The hook sees the arguments and may throw, also through the stand-ins' own frames.
 TEST(KsAbortHook, ThrowsThroughTheLibraries)
 {
-    StringRef string = str("text");
     lgStream* stream = lgStreamCreate(nullptr);
     const std::pair<std::function<void()>, const char*> rows[] = {
         {[] { ksMemAlloc(INT64_MAX); }, "\"ksMemAlloc: out of memory\" source/ks/ks_mem:44 NULL"},
-        {[&] { ksStringConvertToCstr(string.get(), 2, nullptr); },
-         "\"ksStringConvertToCstr: mode 1 is the only mode\" source/ks/ks_string:36 NULL"},
         {[&] { lgStreamLineAt(stream, 0); },
-         "NULL source/lg/lg_stream:40 \"index >= 0 && index < lgStreamLineCount(stream)\""},
-        {[] { lgStreamCreateWithWindow(nullptr, 0); }, "NULL source/lg/lg_stream:133 \"window > 0\""}};
+         "NULL source/lg/lg_stream:40 \"index >= 0 && index < lgStreamLineCount(stream)\""}};
     ksAbortHook previous = ksAbortSetHook(throwingHook);
     for (const auto& [call, expected] : rows) {
         try {
@@ -189,41 +181,31 @@ TEST(KsAbortHook, ThrowsThroughTheLibraries)
     lgStreamDestroy(stream);
 }
 
-// A block with room for 5 holds a string of 3; appending must not trust room it was not told of.
-TEST(KsString, CreateFromCharsUseAndEmptyStrings)
+// A block with room for 5 holds a string of 3: appending must not trust room it was not told
+// of; -1 takes a C string up to its NUL, another length exactly that many bytes; appending to
+// a shared string puts a new one into the variable and releases the old reference.
+TEST(KsString, CreateUseLengthsAndAppending)
 {
     KS_INT live = ksObjLiveCount();
     auto* block = static_cast<KS_CHAR*>(ksMemAllocN(5, sizeof(KS_CHAR)));
     std::memcpy(block, U"abcXY", 5 * sizeof(KS_CHAR));
     ksString* string = ksStringCreateFromCharsUse(block, 3);
     EXPECT_EQ(ksStringBacking(string), block);
-    EXPECT_EQ(chars(string), (Chars{'a', 'b', 'c'}));
     ksStringAppendCstr(&string, "defghij", -1);
     EXPECT_EQ(utf8(string), "abcdefghij");
     ksObjRelease(string);
-    EXPECT_NE(ksStringBacking(StringRef(ksStringCreate()).get()), nullptr);
-    EXPECT_EQ(ksObjLiveCount(), live);
-}
-
-// -1 takes a C string up to its NUL, another length exactly that many bytes.
-TEST(KsString, CstrLengthsAndAppending)
-{
-    KS_INT live = ksObjLiveCount();
     const char text[] = "hello\0world";
-    EXPECT_EQ(utf8(str(text).get()), "hello");
     EXPECT_EQ(chars(StringRef(ksStringCreateFromCstr(text, 7)).get()),
               (Chars{'h', 'e', 'l', 'l', 'o', 0, 'w'}));
     ksString* variable = nullptr;
-    ksStringAppendCstr(&variable, "ab", -1);
     ksStringAppendCstr(&variable, text, -1);
     ksStringAppendCstr(&variable, "world", 2);
-    ksString* other = variable; // shared: appending puts a new string into the variable
+    ksString* other = variable;
     ksObjRetain(other);
     ksStringAppendCstr(&variable, " + mine", -1);
-    EXPECT_NE(variable, other);
-    EXPECT_EQ(utf8(variable), "abhellowo + mine");
-    EXPECT_EQ(utf8(other), "abhellowo");
-    EXPECT_EQ(ksObjRefCount(other), 1) << "the variable's old reference is released";
+    EXPECT_EQ(utf8(variable), "hellowo + mine");
+    EXPECT_EQ(utf8(other), "hellowo");
+    EXPECT_EQ(ksObjRefCount(other), 1);
     ksObjRelease(other);
     ksObjRelease(variable);
     EXPECT_EQ(ksObjLiveCount(), live);
@@ -233,17 +215,12 @@ TEST(KsString, CstrLengthsAndAppending)
 // kept); every byte of a malformed sequence becomes U+FFFD.
 TEST(KsString, DecodesUtf8AndModifiedUtf8)
 {
-    const std::pair<std::string, Chars> rows[] = {{"\xC3\xA9", {0xE9}},
-                                                  {"\xF0\x9F\x98\x80", {0x1F600}},
-                                                  {"\xF4\x8F\xBF\xBF", {0x10FFFF}},
+    const std::pair<std::string, Chars> rows[] = {{"\xF4\x8F\xBF\xBF", {0x10FFFF}},
                                                   {"a\xC0\x80z", {'a', 0, 'z'}},
                                                   {"\xED\xA0\xBD\xED\xB8\x80", {0x1F600}},
-                                                  {"\xED\xA0\xBDx", {0xD83D, 'x'}},
                                                   {"\xED\xB8\x80\xED\xA0\xBD", {0xDE00, 0xD83D}},
-                                                  {"\x80z", {0xFFFD, 'z'}},
                                                   {"\xF0\x9F\x98", {0xFFFD, 0xFFFD, 0xFFFD}},
                                                   {"\xC0\xAF", {0xFFFD, 0xFFFD}},
-                                                  {"\xE0\x80\xAF", {0xFFFD, 0xFFFD, 0xFFFD}},
                                                   {"\xF4\x90\x80\x80", {0xFFFD, 0xFFFD, 0xFFFD, 0xFFFD}}};
     for (const auto& [bytes, expected] : rows) {
         StringRef string(ksStringCreateFromCstr(bytes.data(), static_cast<KS_INT>(bytes.size())));
@@ -257,9 +234,7 @@ TEST(KsString, EncodesModifiedAndStandardUtf8)
 {
     const std::tuple<Chars, std::string, std::string> rows[] = {
         {{'a', 0, 'z'}, "a\xC0\x80z", std::string("a\0z", 3)},
-        {{0x7FF}, "\xDF\xBF", "\xDF\xBF"},
         {{0xFFFF}, "\xEF\xBF\xBF", "\xEF\xBF\xBF"},
-        {{0x10000}, "\xED\xA0\x80\xED\xB0\x80", "\xF0\x90\x80\x80"},
         {{0x1F600}, "\xED\xA0\xBD\xED\xB8\x80", "\xF0\x9F\x98\x80"},
         {{0xD800, 'x'}, "\xED\xA0\x80x", "\xED\xA0\x80x"},
         {{0x110000}, "\xEF\xBF\xBD", "\xEF\xBF\xBD"}};
@@ -292,14 +267,11 @@ TEST(KsFormat, Directives)
     const std::pair<std::string, const char*> rows[] = {
         {format("[%lc()] Exception: %s", -1, "venCallIntMethod", message.get()),
          "[venCallIntMethod()] Exception: java.lang.IllegalStateException: caf\xC3\xA9 \xF0\x9F\x98\x80"},
-        {format("<%i|%i|%i>", -1, KS_INT{0}, KS_INT{-42}, KS_INT{7}), "<0|-42|7>"},
         {format("%i %i", -1, INT64_MAX, INT64_MIN), "9223372036854775807 -9223372036854775808"},
         {format("100%% %%s %d %x %l %lx %c %", -1), "100% %s %d %x %l %lx %c %"},
-        {format("%d=%i", -1, KS_INT{5}), "%d=5"},
         {format("%lc and %s", -1, nullptr, nullptr), "(null) and (null)"},
         {format("ab%i tail", 4, KS_INT{9}), "ab9"},
-        {format("ab%lc", 4, "unused"), "ab%l"},
-        {format("anything", 0), ""}};
+        {format("ab%lc", 4, "unused"), "ab%l"}};
     for (const auto& [got, expected] : rows) {
         EXPECT_EQ(got, expected);
     }
@@ -309,116 +281,69 @@ TEST(KsFormat, Directives)
 std::vector<std::string> lines(const lgStream* stream)
 {
     std::vector<std::string> result;
-    for (KS_INT i = 0; i < lgStreamLineCount(stream); ++i) {
+    for (KS_INT i = lgStreamFirstKeptLine(stream); i < lgStreamLineCount(stream); ++i) {
         result.push_back(utf8(StringRef(lgStreamLineAt(stream, i)).get()));
     }
     return result;
 }
 
-// Modified UTF-8 in, standard UTF-8 out, in the lines and in the echo.
-TEST(LgStream, LinesEchoNotableAndReset)
-{
-    KS_INT live = ksObjLiveCount();
-    FILE* echo = std::tmpfile();
-    ASSERT_NE(echo, nullptr);
-    lgStream* stream = lgStreamCreate(echo);
-    StringRef text = str("java.lang.RuntimeException: \xED\xA0\xBD\xED\xB8\x80");
-    lgStreamTextFormatCstr(stream, "[%lc()] Exception: %s", -1, "venFindClass", text.get());
-    lgStreamTextFormatCstr(stream, "[%lc()] error occured: %i", -1, "venNewIntArray", KS_INT{-3});
-    lgStreamTextFormatCstr(stream, "cut here", 3);
-    lgStreamTextFormatCstr(stream, "", -1);
-    const char* expected[] = {"[venFindClass()] Exception: java.lang.RuntimeException: \xF0\x9F\x98\x80",
-                              "[venNewIntArray()] error occured: -3", "cut", ""};
-    EXPECT_EQ(lines(stream), std::vector<std::string>(std::begin(expected), std::end(expected)));
-    EXPECT_EQ(lgStreamNotable(stream), KS_FALSE) << "writing alone marks nothing";
-    lgStreamSetNotable(stream);
-    EXPECT_EQ(lgStreamNotable(stream), KS_TRUE);
-
-    StringRef first(lgStreamLineAt(stream, 0));
-    EXPECT_EQ(ksObjRefCount(first.get()), 2) << "the stream and the reader both hold it";
-    lgStreamReset(stream);
-    EXPECT_EQ(lgStreamLineCount(stream), 0);
-    EXPECT_EQ(lgStreamNotable(stream), KS_FALSE);
-    EXPECT_EQ(ksObjRefCount(first.get()), 1) << "reset releases the stream's references";
-    lgStreamTextFormatCstr(stream, "gone with the stream", -1);
-    lgStreamDestroy(stream);
-    first.reset();
-    text.reset();
-    EXPECT_EQ(ksObjLiveCount(), live) << "destroying a stream releases its lines";
-    lgStreamTextFormatCstr(nullptr, "NULL: no tracing", -1);
-
-    std::rewind(echo);
-    std::string echoed(128, '\0');
-    echoed.resize(std::fread(echoed.data(), 1, echoed.size(), echo));
-    std::fclose(echo);
-    EXPECT_EQ(echoed, std::string(expected[0]) + "\n" + expected[1] + "\ncut\n\ngone with the stream\n");
-}
-
-// The window keeps the latest lines, the echo gets every one, and a line that left the window
-// reads as NULL while a reader's own reference keeps it alive.
-TEST(LgStream, WindowKeepsTheLatestLinesEchoGetsAll)
+// Modified UTF-8 in, standard UTF-8 out, in the lines and in the echo; the window keeps the
+// latest lines while the echo gets every one, and a line that left it reads as NULL while a
+// reader's own reference keeps it alive; reset and destroy release every line.
+TEST(LgStream, LinesWindowEchoAndReset)
 {
     KS_INT live = ksObjLiveCount();
     FILE* echo = std::tmpfile();
     ASSERT_NE(echo, nullptr);
     lgStream* stream = lgStreamCreateWithWindow(echo, 3);
-    StringRef early;
-    for (KS_INT i = 0; i < 5; ++i) {
+    StringRef text = str("java.lang.RuntimeException: \xED\xA0\xBD\xED\xB8\x80");
+    lgStreamTextFormatCstr(stream, "[%lc()] Exception: %s", -1, "venFindClass", text.get());
+    StringRef early(lgStreamLineAt(stream, 0));
+    lgStreamTextFormatCstr(stream, "cut here", 3);
+    for (KS_INT i = 2; i < 5; ++i) {
         lgStreamTextFormatCstr(stream, "line %i", -1, i);
-        if (i == 0) {
-            early.reset(lgStreamLineAt(stream, 0));
-        }
     }
     EXPECT_EQ(lgStreamLineCount(stream), 5);
-    EXPECT_EQ(lgStreamFirstKeptLine(stream), 2);
-    EXPECT_EQ(lgStreamLineAt(stream, 0), nullptr);
     EXPECT_EQ(lgStreamLineAt(stream, 1), nullptr);
-    EXPECT_EQ(utf8(StringRef(lgStreamLineAt(stream, 2)).get()), "line 2");
-    EXPECT_EQ(utf8(StringRef(lgStreamLineAt(stream, 4)).get()), "line 4");
-    EXPECT_EQ(utf8(early.get()), "line 0");
+    EXPECT_EQ(lines(stream), (std::vector<std::string>{"line 2", "line 3", "line 4"}));
+    EXPECT_EQ(utf8(early.get()), "[venFindClass()] Exception: java.lang.RuntimeException: \xF0\x9F\x98\x80");
     EXPECT_EQ(ksObjRefCount(early.get()), 1) << "the stream let go of the line it dropped";
-    EXPECT_EQ(ksObjLiveCount(), live + 4);
-    EXPECT_GE(lgStreamBytesHeld(stream), KS_INT{3 * 6 * sizeof(KS_CHAR)});
-
+    EXPECT_EQ(lgStreamNotable(stream), KS_FALSE) << "writing alone marks nothing";
+    lgStreamSetNotable(stream);
     lgStreamReset(stream);
-    EXPECT_EQ(lgStreamLineCount(stream), 0);
-    EXPECT_EQ(lgStreamFirstKeptLine(stream), 0);
+    EXPECT_EQ(lgStreamNotable(stream), KS_FALSE);
     EXPECT_EQ(lgStreamBytesHeld(stream), 0);
     lgStreamTextFormatCstr(stream, "again", -1);
     EXPECT_EQ(lines(stream), std::vector<std::string>{"again"}) << "numbering starts over";
     lgStreamDestroy(stream);
     early.reset();
+    text.reset();
     EXPECT_EQ(ksObjLiveCount(), live);
-
+    lgStreamTextFormatCstr(nullptr, "NULL: no tracing", -1);
     std::rewind(echo);
     std::string echoed(128, '\0');
     echoed.resize(std::fread(echoed.data(), 1, echoed.size(), echo));
     std::fclose(echo);
-    EXPECT_EQ(echoed, "line 0\nline 1\nline 2\nline 3\nline 4\nagain\n");
+    EXPECT_EQ(echoed, "[venFindClass()] Exception: java.lang.RuntimeException: \xF0\x9F\x98\x80\ncut\n"
+                      "line 2\nline 3\nline 4\nagain\n");
 }
 
 // A million lines through a stream: what it holds stops growing once the window is full.
 TEST(LgStream, AMillionLinesHoldOnlyTheWindow)
 {
-    constexpr KS_INT kLines = 1000000;
-    constexpr KS_INT kLineBytes = 7 * sizeof(KS_CHAR); // every number has seven digits
     KS_INT live = ksObjLiveCount();
     lgStream* stream = lgStreamCreate(nullptr);
     KS_INT plateau = 0;
-    for (KS_INT i = 0; i < kLines; ++i) {
-        lgStreamTextFormatCstr(stream, "%i", -1, kLines + i);
-        if (i + 1 == 2 * LG_STREAM_DEFAULT_WINDOW) {
+    for (KS_INT i = 1; i <= 1000000; ++i) {
+        lgStreamTextFormatCstr(stream, "%i", -1, 1000000 + i); // seven digits
+        if (i == 2 * LG_STREAM_DEFAULT_WINDOW) {
             plateau = lgStreamBytesHeld(stream);
-            EXPECT_GE(plateau, LG_STREAM_DEFAULT_WINDOW * kLineBytes);
-            EXPECT_LE(plateau, LG_STREAM_DEFAULT_WINDOW * (kLineBytes + KS_INT{sizeof(void*)}));
-        } else if ((i + 1) % 100000 == 0) {
-            ASSERT_EQ(lgStreamBytesHeld(stream), plateau) << "after " << i + 1 << " lines";
-            ASSERT_EQ(ksObjLiveCount(), live + LG_STREAM_DEFAULT_WINDOW) << "after " << i + 1 << " lines";
+            EXPECT_LE(plateau, LG_STREAM_DEFAULT_WINDOW * KS_INT{7 * sizeof(KS_CHAR) + sizeof(void*)});
+        } else if (i % 100000 == 0) {
+            ASSERT_EQ(lgStreamBytesHeld(stream), plateau) << "after " << i << " lines";
+            ASSERT_EQ(ksObjLiveCount(), live + LG_STREAM_DEFAULT_WINDOW) << "after " << i << " lines";
         }
     }
-    EXPECT_EQ(lgStreamLineCount(stream), kLines);
-    EXPECT_EQ(lgStreamFirstKeptLine(stream), kLines - LG_STREAM_DEFAULT_WINDOW);
-    EXPECT_EQ(utf8(StringRef(lgStreamLineAt(stream, kLines - 1)).get()), std::to_string(2 * kLines - 1));
     lgStreamDestroy(stream);
     EXPECT_EQ(ksObjLiveCount(), live);
 }
@@ -442,8 +367,8 @@ TEST(LgStream, ConcurrentWritersLoseNoLine)
         thread.join();
     }
     std::vector<std::string> all = lines(stream);
-    EXPECT_EQ(all.size(), expected.size());
     EXPECT_EQ(std::set<std::string>(all.begin(), all.end()), expected);
+    EXPECT_EQ(all.size(), expected.size());
     lgStreamDestroy(stream);
 }
 
