@@ -36,7 +36,7 @@ const ArrayFamily<jdouble, jdoubleArray> kDoubles{VEN_ARRAY_ROW(Double), {{0.1, 
 
 struct ArraysTest : JvmTest {
     // A new array of zeros; whole and partial regions; a pinned change given back or not by
-    // each release mode; the copy flag only ever KS_TRUE or KS_FALSE.
+    // each release mode.
     template <typename Element, typename Array> void checkFamily(const ArrayFamily<Element, Array>& family)
     {
         SCOPED_TRACE(family.type);
@@ -55,12 +55,10 @@ struct ArraysTest : JvmTest {
         Elements part = s;
         EXPECT_TRUE(family.getRegion(env, nullptr, array, 2, 1, part.data()) && same(s[2], part[0]) && same(s[1], part[1]));
         Element* elements = nullptr;
-        KS_BOOL isCopy = 7;
         for (const auto& [mode, expected] : {std::pair{JNI_ABORT, s}, std::pair{JNI_COMMIT, Elements{s[2], s[1], s[2]}},
                                              std::pair{0, Elements{s[2], s[0], s[2]}}}) {
             if (mode != 0) { // JNI_COMMIT keeps the elements pinned for the last round
-                ASSERT_TRUE(family.pin(&elements, env, nullptr, array, &isCopy));
-                EXPECT_TRUE(isCopy == KS_TRUE || isCopy == KS_FALSE);
+                ASSERT_TRUE(family.pin(&elements, env, nullptr, array, nullptr));
             }
             elements[0] = s[2];
             elements[1] = mode == 0 ? s[0] : s[1];
@@ -73,24 +71,14 @@ TEST_F(ArraysTest, EveryElementTypeCopiesRegionsAndReleasesInEachMode)
 {
     std::apply([&](const auto&... families) { (checkFamily(families), ...); },
                std::tie(kBooleans, kBytes, kChars, kShorts, kInts, kLongs, kFloats, kDoubles));
-    FaultEnv fault(env);
-    fault.override<&Entry::GetIntArrayElements>([](JNIEnv* real, jintArray a, jboolean* copy) {
-        *copy = 2; // only JNI_TRUE means a copy
-        return real->GetIntArrayElements(a, nullptr);
-    });
     jintArray ints = env->NewIntArray(2);
-    jint* elements = nullptr;
-    KS_BOOL isCopy = KS_TRUE;
-    ASSERT_TRUE(venGetIntArrayElements(&elements, fault.env(), nullptr, ints, &isCopy));
-    EXPECT_EQ(KS_FALSE, isCopy);
-    env->ReleaseIntArrayElements(ints, elements, JNI_ABORT);
     void* critical = nullptr;
+    jint last = 0;
     ASSERT_TRUE(venGetPrimitiveArrayCritical(&critical, env, nullptr, ints, nullptr));
     static_cast<jint*>(critical)[1] = 8;
     EXPECT_TRUE(venReleasePrimitiveArrayCritical(env, nullptr, ints, critical, 0));
-    jint last = 0;
     env->GetIntArrayRegion(ints, 1, 1, &last);
-    EXPECT_EQ(8, last);
+    EXPECT_EQ(8, last); // the critical pair gives the change back too
 }
 
 std::vector<jbyte> bytesOf(const ksBuffer* buffer)
@@ -149,9 +137,10 @@ TEST_F(BridgesTest, LengthsAndOffsets)
         EXPECT_TRUE(env->GetArrayLength(doubles) == count && std::memcmp(made, values, count * sizeof(double)) == 0);
     }
     KsRef<ksBuffer> buffer = bufferOf("old", 3);
-    EXPECT_TRUE(venGetByteArrayRegionAsBuffer(buffer.out(), env, nullptr, array, 1, 2) &&
-                bytesOf(buffer) == (std::vector<jbyte>{-20, 30}));
-    EXPECT_TRUE(venGetByteArrayRegionAsBuffer(buffer.out(), env, nullptr, array, 5, 0) && ksBufferLength(buffer) == 0);
+    for (const auto& [start, length, expected] : {std::tuple{1, 2, std::vector<jbyte>{-20, 30}}, std::tuple{5, 0, std::vector<jbyte>{}},
+                                                  std::tuple{0, 5, std::vector<jbyte>(five, five + 5)}}) {
+        EXPECT_TRUE(venGetByteArrayRegionAsBuffer(buffer.out(), env, nullptr, array, start, length) && bytesOf(buffer) == expected);
+    }
     ksBuffer* kept = buffer.get();
     EXPECT_FALSE(venGetByteArrayRegionAsBuffer(buffer.out(), env, nullptr, array, 4, 2));
     ExpectPendingClass(env, "java.lang.ArrayIndexOutOfBoundsException");

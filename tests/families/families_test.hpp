@@ -1,11 +1,8 @@
-// Helpers shared by the suites of the field, method, array, bridge and class support
-// families: exact value comparison.
+// Helpers shared by the suites of the field, method, array, bridge and class support families.
 #pragma once
 
 #include <cmath>
 #include <cstring>
-#include <string>
-#include <vector>
 
 #include "support/ven_test.hpp"
 #include "ven/ven.h"
