@@ -1,27 +1,22 @@
 // What the integration convention leaves to a few functions: refusals reported by the result
 // alone, a version that is an error code, and the fatal error's lines.
-#include <functional>
 #include <string>
-#include <utility>
+#include <vector>
 
-#include "core_test.hpp"
+#include "support/ven_test.hpp"
+#include "ven/ven.h"
 
 namespace
 {
 
-using namespace ven::core_test;
+using namespace ven::test;
+using Lines = std::vector<std::string>;
 
 using Convention = JvmTest;
 
-// Capacity and natives: a refused capacity is KS_FALSE alone, untraced; a refused
-// registration is traced.
+// A refused capacity or frame is KS_FALSE alone, untraced; a refused registration is traced.
 TEST_F(Convention, CapacityFramesAndNatives)
 {
-    EXPECT_TRUE(venEnsureLocalCapacity(env, nullptr, 0) && venEnsureLocalCapacity(env, nullptr, 16));
-    ASSERT_EQ(venPushLocalFrame(env, nullptr, 4), KS_TRUE);
-    EXPECT_EQ(utf8(env, static_cast<jstring>(venPopLocalFrame(env, jstr(env, "kept")))), "kept");
-    jclass fixture = findClass(env, "fixtures/Methods");
-    EXPECT_EQ(venUnregisterNatives(env, nullptr, fixture), KS_TRUE);
     FaultEnv fault(env);
     const char* outOfMemory = "java/lang/OutOfMemoryError";
     fault.raiseReturning<&JNINativeInterface_::EnsureLocalCapacity>(outOfMemory, "no room", -1);
@@ -34,7 +29,7 @@ TEST_F(Convention, CapacityFramesAndNatives)
         ExpectPending(env, "java.lang.OutOfMemoryError", "no room");
     }
     EXPECT_TRUE(trace.lines().empty() && !trace.notable());
-    EXPECT_EQ(venUnregisterNatives(fault.env(), trace.get(), fixture), KS_FALSE);
+    EXPECT_EQ(venUnregisterNatives(fault.env(), trace.get(), findClass(env, "fixtures/Methods")), KS_FALSE);
     EXPECT_EQ(trace.lines(),
               Lines{"[venUnregisterNatives()] Exception: java.lang.IllegalStateException: refused"});
     ExpectPending(env, "java.lang.IllegalStateException", "refused");

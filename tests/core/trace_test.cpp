@@ -1,13 +1,16 @@
 // The exception trace, one row per case: its lines and notable flag, the JNI description of
 // a failing step, the exception pending on return, and no class or text reference left.
 #include <string>
+#include <vector>
 
-#include "core_test.hpp"
+#include "support/ven_test.hpp"
+#include "ven/ven.h"
 
 namespace
 {
 
-using namespace ven::core_test;
+using namespace ven::test;
+using Lines = std::vector<std::string>;
 
 enum Form {
     traceUnchecked,    // venTraceErrorOrRuntimeException, with an earlier exception pending
@@ -107,7 +110,15 @@ TEST_F(ExceptionTrace, Cases)
             SCOPED_TRACE("row " + std::to_string(&row - kCases) + (withStream ? "" : ", no stream"));
             TestFrame rowFrame(env);
             FaultEnv fault(env);
-            ObtainedRefs obtained(fault, row.failingClass ? row.failingClass : "");
+            LeakCheck leaks(fault);
+            const std::string failing = row.failingClass ? row.failingClass : "";
+            fault.override<&JNINativeInterface_::FindClass>([&](JNIEnv* real, const char* name) {
+                if (failing != name) {
+                    return real->FindClass(name);
+                }
+                real->ThrowNew(real->FindClass("java/lang/NoClassDefFoundError"), name);
+                return jclass{};
+            });
             if (row.inject != nullptr) {
                 row.inject(fault);
             }
@@ -128,7 +139,8 @@ TEST_F(ExceptionTrace, Cases)
             if (!withStream && (row.form == traceAll || row.form == traceAllNotable)) {
                 EXPECT_TRUE(fault.trail().empty());
             }
-            EXPECT_TRUE(obtained.outstanding.empty());
+            EXPECT_EQ(0, leaks.live());
+            EXPECT_TRUE(fault.callsInCriticalRegion().empty());
             if (row.inject == nullptr) {
                 EXPECT_EQ(fault.calls<&JNINativeInterface_::GetStringCritical>(),
                           fault.calls<&JNINativeInterface_::ReleaseStringCritical>());

@@ -1,9 +1,9 @@
-// Field access and method invocation through the integration layer: one table row per
-// value type, at the edges of each conversion; string, object and void forms.
+// Field access and method invocation through the integration layer at the edges of each
+// conversion: the narrowing ranges, one row per value type both ways, the string forms.
 #include <cctype>
 #include <cfloat>
 #include <cstdint>
-#include <limits>
+#include <functional>
 
 #include "families_test.hpp"
 
@@ -12,69 +12,36 @@ namespace ven::families_test
 namespace
 {
 
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-constexpr double kInf = std::numeric_limits<double>::infinity();
-
-template <typename Ven> struct FieldFamily {
-    std::string type; // as in the names: venGet<type>Field, fields <type>Field and static<type>Field
+template <typename Ven, typename Jni> struct Family {
+    std::string type; // as in the names: venGet<type>Field, fields <type>Field, methods <type>Echo
     const char* sig;
     KS_BOOL (*get)(Ven*, JNIEnv*, lgStream*, jobject, jfieldID);
     KS_BOOL (*getStatic)(Ven*, JNIEnv*, lgStream*, jclass, jfieldID);
     KS_BOOL (*set)(JNIEnv*, lgStream*, jobject, jfieldID, Ven);
     KS_BOOL (*setStatic)(JNIEnv*, lgStream*, jclass, jfieldID, Ven);
-    std::vector<std::pair<Ven, Ven>> writes; // the value written, the value read back
-    const char* rangeCondition = nullptr;    // the writer's, and the values it refuses
-    std::vector<Ven> refused = {};
-};
-
-// A boolean is true only for KS_TRUE; a double is rounded to float on the way in and widened
-// exactly on the way out; chars, shorts and ints are refused beyond their range.
-// clang-format off
-#define VEN_FIELD_ROW(Type, sig) #Type, sig, venGet##Type##Field, venGetStatic##Type##Field, venSet##Type##Field, venSetStatic##Type##Field
-const FieldFamily<KS_BOOL> kBooleanFields{VEN_FIELD_ROW(Boolean, "Z"), {{KS_TRUE, KS_TRUE}, {KS_FALSE, KS_FALSE}, {2, KS_FALSE}, {-1, KS_FALSE}}};
-const FieldFamily<jbyte> kByteFields{VEN_FIELD_ROW(Byte, "B"), {{-128, -128}, {127, 127}, {-1, -1}}};
-const FieldFamily<KS_CHAR> kCharFields{VEN_FIELD_ROW(Char, "C"), {{0xFFFF, 65535}, {0xD83D, 0xD83D}, {0, 0}}, "VEN_KS_CHAR_TO_JCHAR_CONV_OK( value )", {0x1F600, 65536, 0xFFFFFFFF}};
-const FieldFamily<KS_INT> kShortFields{VEN_FIELD_ROW(Short, "S"), {{-32768, -32768}, {32767, 32767}, {-1, -1}}, "VEN_KS_INT_TO_JSHORT_CONV_OK( value )", {32768, -32769}};
-const FieldFamily<KS_INT> kIntFields{VEN_FIELD_ROW(Int, "I"), {{INT32_MIN, INT32_MIN}, {INT32_MAX, INT32_MAX}, {-1, -1}}, "VEN_KS_INT_TO_JINT_CONV_OK( value )", {2147483648LL, -2147483649LL}};
-const FieldFamily<KS_INT> kLongFields{VEN_FIELD_ROW(Long, "J"), {{INT64_MIN, INT64_MIN}, {INT64_MAX, INT64_MAX}}};
-const FieldFamily<double> kFloatFields{VEN_FIELD_ROW(Float, "F"), {{0.1, 0.100000001490116119384765625}, {-0.0, -0.0}, {kNaN, kNaN}, {1e300, kInf}, {-1e300, -kInf}}};
-const FieldFamily<double> kDoubleFields{VEN_FIELD_ROW(Double, "D"), {{0.1, 0.1}, {-0.0, -0.0}, {kNaN, kNaN}, {DBL_MAX, DBL_MAX}}};
-// clang-format on
-
-// The functions of the three kinds, virtual, non-virtual and static.
-#define VEN_CALLS(Type)                                                                                      \
-    std::make_tuple(&venCall##Type##Method, &venCallNonvirtual##Type##Method, &venCallStatic##Type##Method)
-
-template <typename Ven, typename Jni> struct CallFamily {
-    std::string type; // as in the names: venCall[Nonvirtual|Static]<type>Method, <type>Echo
-    const char* sig;  // of the echo methods
     std::tuple<KS_BOOL (*)(Ven*, JNIEnv*, lgStream*, jobject, jmethodID, ...),
                KS_BOOL (*)(Ven*, JNIEnv*, lgStream*, jobject, jclass, jmethodID, ...),
-               KS_BOOL (*)(Ven*, JNIEnv*, lgStream*, jclass, jmethodID, ...)>
-        calls;
-    std::vector<std::pair<Jni, Ven>> edges; // the argument echoed and the value delivered; the last not zero
+               KS_BOOL (*)(Ven*, JNIEnv*, lgStream*, jclass, jmethodID, ...)> calls; // virtual, non-virtual, static
+    std::vector<std::pair<Ven, Ven>> writes; // the value written to a field, the value read back
+    std::vector<std::pair<Jni, Ven>> echoes; // the argument a method echoes, the value delivered
 };
 
-// A char is zero-extended with no surrogate processing, a short sign-extended, a float
-// widened to its exact double.
+// The types that convert (bytes, longs and doubles pass through): a boolean is true only for
+// KS_TRUE; a double is rounded to float on the way in, a float widened exactly on the way out;
+// a char is zero-extended with no surrogate processing, a short sign-extended.
 // clang-format off
-#define VEN_CALL_ROW(Type, sig) #Type, sig, VEN_CALLS(Type)
-const CallFamily<KS_BOOL, jboolean> kBooleanCalls{VEN_CALL_ROW(Boolean, "(Z)Z"), {{JNI_FALSE, KS_FALSE}, {JNI_TRUE, KS_TRUE}}};
-const CallFamily<jbyte, jbyte> kByteCalls{VEN_CALL_ROW(Byte, "(B)B"), {{-128, -128}, {127, 127}, {-1, -1}}};
-const CallFamily<KS_CHAR, jchar> kCharCalls{VEN_CALL_ROW(Char, "(C)C"), {{0, 0}, {0xFFFF, 65535}, {0xD83D, 55357}}};
-const CallFamily<KS_INT, jshort> kShortCalls{VEN_CALL_ROW(Short, "(S)S"), {{-1, -1}, {-32768, -32768}, {32767, 32767}}};
-const CallFamily<KS_INT, jint> kIntCalls{VEN_CALL_ROW(Int, "(I)I"), {{-1, -1}, {INT32_MIN, INT32_MIN}, {INT32_MAX, INT32_MAX}}};
-const CallFamily<KS_INT, jlong> kLongCalls{VEN_CALL_ROW(Long, "(J)J"), {{INT64_MIN, INT64_MIN}, {INT64_MAX, INT64_MAX}}};
-const CallFamily<double, jfloat> kFloatCalls{VEN_CALL_ROW(Float, "(F)F"), {{0.1f, 0.100000001490116119384765625},
-    {std::numeric_limits<float>::quiet_NaN(), kNaN}, {-0.0f, -0.0}, {FLT_TRUE_MIN, 1.40129846432481707092372958329e-45}}};
-const CallFamily<double, jdouble> kDoubleCalls{VEN_CALL_ROW(Double, "(D)D"),
-    {{0.1, 0.1}, {kNaN, kNaN}, {-0.0, -0.0}, {DBL_TRUE_MIN, DBL_TRUE_MIN}}};
+#define VEN_CALLS(Type) std::make_tuple(&venCall##Type##Method, &venCallNonvirtual##Type##Method, &venCallStatic##Type##Method)
+#define VEN_ROW(Type, sig) #Type, sig, venGet##Type##Field, venGetStatic##Type##Field, venSet##Type##Field, venSetStatic##Type##Field, VEN_CALLS(Type)
+const Family<KS_BOOL, jboolean> kBooleans{VEN_ROW(Boolean, "Z"), {{KS_TRUE, KS_TRUE}, {2, KS_FALSE}, {-1, KS_FALSE}}, {{JNI_FALSE, KS_FALSE}, {JNI_TRUE, KS_TRUE}}};
+const Family<KS_CHAR, jchar> kChars{VEN_ROW(Char, "C"), {{0xFFFF, 65535}, {0xD83D, 0xD83D}}, {{0xFFFF, 65535}, {0xD83D, 55357}}};
+const Family<KS_INT, jshort> kShorts{VEN_ROW(Short, "S"), {{-32768, -32768}, {-1, -1}}, {{-1, -1}, {-32768, -32768}, {32767, 32767}}};
+const Family<KS_INT, jint> kInts{VEN_ROW(Int, "I"), {{INT32_MIN, INT32_MIN}, {-1, -1}}, {{-1, -1}, {INT32_MIN, INT32_MIN}, {INT32_MAX, INT32_MAX}}};
+const Family<double, jfloat> kFloats{VEN_ROW(Float, "F"), {{0.1, 0.100000001490116119384765625}, {-0.0, -0.0}, {1e300, HUGE_VAL}, {-1e300, -HUGE_VAL}},
+    {{0.1f, 0.100000001490116119384765625}, {-0.0f, -0.0}, {FLT_TRUE_MIN, 1.40129846432481707092372958329e-45}}};
+// clang-format on
 
 enum class Kind { Virtual, Nonvirtual, Static };
-// Each kind's name prefix.
-const std::pair<Kind, std::string> kKinds[] = {
-    {Kind::Virtual, "venCall"}, {Kind::Nonvirtual, "venCallNonvirtual"}, {Kind::Static, "venCallStatic"}};
-// clang-format on
+constexpr Kind kKinds[] = {Kind::Virtual, Kind::Nonvirtual, Kind::Static};
 
 // Calls the function of `kind` among `calls` with `lead` (result if any, env, trace), then
 // the arguments that the kind takes of obj, clazz and methodID, then `args`.
@@ -100,53 +67,6 @@ class MembersTest : public JvmTest
         parent = newInstance(env, "fixtures/Methods");
         child = newInstance(env, "fixtures/MethodsChild");
     }
-    void TearDown() override
-    {
-        env->CallStaticVoidMethod(methods, env->GetStaticMethodID(methods, "resetStatics", "()V"));
-        JvmTest::TearDown();
-    }
-
-    // Every reader and writer of one value type, instance and static alike: the values, the
-    // refused ones leaving the field alone, the arguments in order (the range test last)
-    // leaving result alone, and an object read twice into one variable keeping one reference.
-    template <typename Ven> void checkFamily(const FieldFamily<Ven>& family)
-    {
-        // clang-format off
-        auto check = [&](const std::string& kind, auto target, auto get, auto set, const std::string& field) {
-            SCOPED_TRACE(field);
-            TestFrame frame(env, 256);
-            jfieldID id = kind.empty() ? env->GetFieldID(clazz, field.c_str(), family.sig) : env->GetStaticFieldID(clazz, field.c_str(), family.sig);
-            Ven value{};
-            auto read = [&](JNIEnv* e) { return get(&value, e, nullptr, target, id) == KS_TRUE; };
-            const std::string setter = "venSet" + kind + family.type + "Field", targetCheck = kind.empty() ? "obj != NULL" : "clazz != NULL";
-            for (const auto& [written, expected] : family.writes) {
-                EXPECT_TRUE(set(env, nullptr, target, id, written) && read(env) && same(expected, value)) << written;
-            }
-            for (Ven refused : family.refused) {
-                expectArgumentFailure(env, set(env, nullptr, target, id, refused), setter + ": " + family.rangeCondition);
-                EXPECT_TRUE(read(env) && same(family.writes.back().second, value)) << refused;
-            }
-            Ven held = family.writes[0].second;
-            EXPECT_TRUE(same(family.writes[0].second, held));
-            if constexpr (std::is_same_v<Ven, jobject>) {
-                FaultEnv fault(env);
-                EXPECT_TRUE(read(fault.env()) && read(fault.env()) && fault.ledger().live() == 1);
-            }
-        };
-        // clang-format on
-        std::string lower = family.type;
-        lower[0] = static_cast<char>(std::tolower(lower[0]));
-        check("", obj, family.get, family.set, lower + "Field");
-        check("Static", clazz, family.getStatic, family.setStatic, "static" + family.type + "Field");
-    }
-
-    // Makes every fixture method throw `className` with the message "requested" (NULL: none).
-    void failWith(const char* className)
-    {
-        jfieldID failure = env->GetStaticFieldID(methods, "failure", "Ljava/lang/Throwable;");
-        env->SetStaticObjectField(methods, failure,
-                                  className ? makeThrowable(env, className, "requested") : nullptr);
-    }
 
     // obj, clazz and methodID for the fixture's method `name` ("intEcho"; the static one is
     // "staticIntEcho"): a parent virtually, a child through the parent's class, or the class.
@@ -154,42 +74,40 @@ class MembersTest : public JvmTest
     {
         std::string staticName = "static" + name;
         staticName[6] = static_cast<char>(std::toupper(name[0]));
-        // clang-format off
-        return {kind == Kind::Virtual ? parent : kind == Kind::Nonvirtual ? child : nullptr, kind == Kind::Virtual ? nullptr : methods,
-                kind == Kind::Static ? env->GetStaticMethodID(methods, staticName.c_str(), sig) : env->GetMethodID(methods, name.c_str(), sig)};
-        // clang-format on
+        return {kind == Kind::Virtual ? parent : kind == Kind::Nonvirtual ? child : nullptr,
+                kind == Kind::Virtual ? nullptr : methods,
+                kind == Kind::Static ? env->GetStaticMethodID(methods, staticName.c_str(), sig)
+                                     : env->GetMethodID(methods, name.c_str(), sig)};
     }
 
-    // Every call function of one result type in the three kinds: the values delivered, zero
-    // after an exception (unchecked: traced under its own name, checked: not).
-    template <typename Ven, typename Jni> void checkFamily(const CallFamily<Ven, Jni>& family)
+    template <typename Ven, typename Jni> void checkFamily(const Family<Ven, Jni>& family)
     {
-        std::string echo = family.type + "Echo";
-        echo[0] = static_cast<char>(std::tolower(echo[0]));
-        const auto [argument, nonZero] = family.edges.back();
-        // clang-format off
-        for (const auto& [kind, prefix] : kKinds) {
-            const std::string name = prefix + family.type + "Method";
-            SCOPED_TRACE(name);
-            TestFrame frame(env, 256);
-            auto [obj, clazz, id] = target(kind, echo, family.sig);
-            auto call = [&](auto... a) { return callKind(kind, family.calls, a...); };
-            Ven result = nonZero;
-            for (const auto& [echoed, expected] : family.edges) {
-                EXPECT_TRUE(call(std::tuple{&result, env, nullptr}, obj, clazz, id, echoed) && same(expected, result)) << +echoed;
+        std::string lower = family.type, echo = family.type + "Echo";
+        lower[0] = echo[0] = static_cast<char>(std::tolower(lower[0]));
+        for (const bool isStatic : {false, true}) {
+            const std::string field = isStatic ? "static" + family.type + "Field" : lower + "Field";
+            SCOPED_TRACE(field);
+            jfieldID id = isStatic ? env->GetStaticFieldID(clazz, field.c_str(), family.sig)
+                                   : env->GetFieldID(clazz, field.c_str(), family.sig);
+            for (const auto& [written, expected] : family.writes) {
+                Ven value{};
+                EXPECT_TRUE(isStatic ? family.setStatic(env, nullptr, clazz, id, written) &&
+                                           family.getStatic(&value, env, nullptr, clazz, id) &&
+                                           same(expected, value)
+                                     : family.set(env, nullptr, obj, id, written) &&
+                                           family.get(&value, env, nullptr, obj, id) &&
+                                           same(expected, value)) << written;
             }
-            for (const auto& [thrown, unchecked] : {std::pair{"java.lang.IllegalStateException", true}, std::pair{"java.io.IOException", false}}) {
-                Trace trace;
-                failWith(thrown);
-                EXPECT_TRUE(!call(std::tuple{&result, env, trace.get()}, obj, clazz, id, argument) && same(Ven{}, result));
-                ExpectPending(env, thrown, "requested");
-                EXPECT_TRUE(trace.notable() == unchecked && (unchecked ? tracedOnce(trace, "[" + name + "()] Exception: " + thrown + ": requested", true) : trace.lines().empty()));
-                result = nonZero;
-            }
-            failWith(nullptr);
-            EXPECT_TRUE(same(nonZero, result));
         }
-        // clang-format on
+        for (const Kind kind : kKinds) {
+            SCOPED_TRACE(family.type + " kind " + std::to_string(static_cast<int>(kind)));
+            auto [obj, clazz, id] = target(kind, echo, ("(" + std::string(family.sig) + ")" + family.sig).c_str());
+            for (const auto& [echoed, expected] : family.echoes) {
+                Ven result{};
+                EXPECT_TRUE(callKind(kind, family.calls, std::tuple{&result, env, nullptr}, obj, clazz, id, echoed) &&
+                            same(expected, result)) << +echoed;
+            }
+        }
     }
 
     jclass clazz = nullptr;
@@ -199,75 +117,81 @@ class MembersTest : public JvmTest
     jobject child = nullptr;
 };
 
-// Every field and call family; a stored byte of 2 reads as false; string fields both ways,
-// a NULL ksString written as null and read back as NULL.
-TEST_F(MembersTest, EveryFamilyAndTheStringForms)
+// Each narrowing conversion at its exact boundaries: the bounds reach the JVM unchanged, one
+// beyond is refused with the condition and leaves the JVM untouched.
+TEST_F(MembersTest, NarrowingRanges)
 {
-    jstring text = jstr(env, "text");
-    std::apply([&](const auto&... families) { (checkFamily(families), ...); },
-               std::forward_as_tuple(kBooleanFields, kByteFields, kCharFields, kShortFields, kIntFields,
-                                     kLongFields, kFloatFields, kDoubleFields, kBooleanCalls, kByteCalls,
-                                     kCharCalls, kShortCalls, kIntCalls, kLongCalls, kFloatCalls,
-                                     kDoubleCalls,
-                                     FieldFamily<jobject>{VEN_FIELD_ROW(Object, "Ljava/lang/Object;"),
-                                                          {{nullptr, nullptr}, {text, text}}}));
     FaultEnv fault(env);
-    LeakCheck leaks(fault);
-    fault.returnValue<&Entry::GetBooleanField>(2);
-    fault.returnValue<&Entry::GetStaticBooleanField>(2);
-    KS_BOOL flag = KS_TRUE, staticFlag = KS_TRUE;
-    jfieldID field = env->GetFieldID(clazz, "stringField", "Ljava/lang/String;");
-    jfieldID staticField = env->GetStaticFieldID(clazz, "staticStringField", "Ljava/lang/String;");
-    KsRef<ksString> string = ksStr("h\xC3\xA9llo \xF0\x9F\x98\x80");
-    // clang-format off
-    runSteps(env, {
-        VEN_STEP(KS_TRUE, venGetBooleanField(&flag, fault.env(), nullptr, obj, env->GetFieldID(clazz, "booleanField", "Z")), "", flag == KS_FALSE),
-        VEN_STEP(KS_TRUE, venGetStaticBooleanField(&staticFlag, fault.env(), nullptr, clazz, env->GetStaticFieldID(clazz, "staticBooleanField", "Z")), "", staticFlag == KS_FALSE),
-        VEN_STEP(KS_TRUE, venSetStaticStringField(env, nullptr, clazz, staticField, string), "", units(env, static_cast<jstring>(env->GetStaticObjectField(clazz, staticField))) == u"h\u00E9llo \U0001F600"),
-        VEN_STEP(KS_TRUE, venGetStringField(string.out(), env, nullptr, obj, field), "", utf8(string) == "string"),
-        VEN_STEP(KS_TRUE, venGetStaticStringField(string.out(), env, nullptr, clazz, staticField), "", utf8(string) == "h\xC3\xA9llo \xF0\x9F\x98\x80"),
-        VEN_STEP(KS_TRUE, venSetStringField(fault.env(), nullptr, obj, field, nullptr), "", leaks.live() == 0 && !env->GetObjectField(obj, field)),
-        VEN_STEP(KS_TRUE, venGetStringField(string.out(), env, nullptr, obj, field), "", string.get() == nullptr)});
-    // clang-format on
+    jint reached = 7;
+    fault.override<&Entry::GetIntArrayRegion>([&](JNIEnv*, jintArray, jsize start, jsize, jint*) { reached = start; });
+    jintArray ints = env->NewIntArray(1);
+    auto fieldOf = [&](const char* name, const char* sig) { return env->GetFieldID(clazz, name, sig); };
+    jfieldID intField = fieldOf("intField", "I"), shortField = fieldOf("shortField", "S");
+    jfieldID charField = fieldOf("charField", "C");
+    jint buffer[1];
+    const struct {
+        std::string function, condition;
+        KS_INT lowest, highest;
+        std::vector<KS_INT> refused;
+        std::function<KS_BOOL(KS_INT)> call;
+        std::function<KS_INT()> reached;
+    } rows[] = {
+        {.function = "venSetIntField", .condition = "VEN_KS_INT_TO_JINT_CONV_OK( value )",
+         .lowest = INT32_MIN, .highest = INT32_MAX, .refused = {INT32_MIN - 1LL, INT32_MAX + 1LL},
+         .call = [&](KS_INT v) { return venSetIntField(env, nullptr, obj, intField, v); },
+         .reached = [&] { return env->GetIntField(obj, intField); }},
+        {.function = "venSetShortField", .condition = "VEN_KS_INT_TO_JSHORT_CONV_OK( value )",
+         .lowest = -32768, .highest = 32767, .refused = {-32769, 32768},
+         .call = [&](KS_INT v) { return venSetShortField(env, nullptr, obj, shortField, v); },
+         .reached = [&] { return env->GetShortField(obj, shortField); }},
+        {.function = "venSetCharField", .condition = "VEN_KS_CHAR_TO_JCHAR_CONV_OK( value )",
+         .lowest = 0, .highest = 0xFFFF, .refused = {0x10000, 0xFFFFFFFF},
+         .call = [&](KS_INT v) { return venSetCharField(env, nullptr, obj, charField, static_cast<KS_CHAR>(v)); },
+         .reached = [&] { return env->GetCharField(obj, charField); }},
+        {.function = "venGetIntArrayRegion", .condition = "VEN_KS_INT_TO_JSIZE_CONV_OK( start )",
+         .lowest = INT32_MIN, .highest = INT32_MAX, .refused = {INT32_MIN - 1LL, INT32_MAX + 1LL},
+         .call = [&](KS_INT v) { return venGetIntArrayRegion(fault.env(), nullptr, ints, v, 1, buffer); },
+         .reached = [&] { return reached; }},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.function);
+        for (const KS_INT bound : {row.lowest, row.highest}) {
+            EXPECT_TRUE(row.call(bound) && row.reached() == bound) << bound;
+        }
+        for (const KS_INT beyond : row.refused) {
+            EXPECT_EQ(KS_FALSE, row.call(beyond)) << beyond;
+            ExpectPending(env, "java.lang.IllegalArgumentException", (row.function + ": " + row.condition).c_str());
+            EXPECT_EQ(row.highest, row.reached());
+        }
+    }
 }
 
-// Per kind: void calls run the method of their kind; the string forms deliver the text, NULL
-// for null, and keep the string held when the method throws.
-TEST_F(MembersTest, ObjectVoidAndStringFormsOfEachKind)
+// Every field and call family; a stored boolean byte of 2 reads as false; string fields and
+// calls deliver the text both ways, NULL as null.
+TEST_F(MembersTest, EveryFamilyAndTheStringForms)
 {
-    jstring text = jstr(env, "h\xC3\xA9llo \xF0\x9F\x98\x80");
-    jclass childClass = env->GetObjectClass(child);
-    const char* counters[] = {"childVoidCalls", "voidCalls", "staticVoidCalls"};
-    for (const auto& [kind, prefix] : kKinds) {
-        SCOPED_TRACE(prefix);
-        TestFrame frame(env, 256);
-        const auto [runner, voidClass, run] = target(kind, "voidRun", "()V");
-        const auto [echoer, echoClass, echo] =
-            target(kind, "stringEcho", "(Ljava/lang/String;)Ljava/lang/String;");
-        const jobject voidTarget = kind == Kind::Static ? nullptr : child;
-        const std::string voidName = prefix + "VoidMethod", objectCall = prefix + "ObjectMethodV";
-        const char* counter = counters[static_cast<int>(kind)];
-        KsRef<ksString> result;
-        Trace trace;
-        // clang-format off
-        auto callVoid = [&](auto... a) { return callKind(kind, VEN_CALLS(Void), a...); };
-        auto callString = [&](auto... a) { return callKind(kind, VEN_CALLS(String), a...); };
-        auto echoString = [&](ksString** r, lgStream* t, jobject a) { return callString(std::tuple{r, env, t}, echoer, echoClass, echo, a); };
-        auto ran = [&] { return 1 == (kind == Kind::Static ? env->GetStaticIntField(childClass, env->GetStaticFieldID(childClass, counter, "I")) : env->GetIntField(child, env->GetFieldID(childClass, counter, "I"))); };
-        runSteps(env, {
-            VEN_STEP(KS_TRUE, callVoid(std::tuple{env, trace.get()}, voidTarget, voidClass, run), "", ran() && trace.lines().empty()),
-            VEN_DO(failWith("java.lang.OutOfMemoryError")),
-            VEN_STEP(KS_FALSE, callVoid(std::tuple{env, trace.get()}, voidTarget, voidClass, run), "java.lang.OutOfMemoryError", tracedOnce(trace, "[" + voidName + "()] Exception: java.lang.OutOfMemoryError: requested", true)),
-            VEN_DO(failWith(nullptr)),
-            VEN_STEP(KS_TRUE, echoString(result.out(), nullptr, text), "", utf8(result) == "h\xC3\xA9llo \xF0\x9F\x98\x80"),
-            VEN_STEP(KS_TRUE, echoString(result.out(), nullptr, nullptr), "", result.get() == nullptr),
-            VEN_DO(result = ksStr("kept")),
-            VEN_DO(failWith("java.lang.IllegalStateException")),
-            VEN_STEP(KS_FALSE, echoString(result.out(), trace.get(), text), "java.lang.IllegalStateException", tracedOnce(trace, "[" + objectCall + "()] Exception: java.lang.IllegalStateException: requested", true)),
-            VEN_STEP(KS_FALSE, echoString(nullptr, nullptr, text), "java.lang.IllegalStateException", true),
-            VEN_DO(failWith(nullptr))});
-        // clang-format on
-        EXPECT_EQ("kept", utf8(result));
+    std::apply([&](const auto&... families) { (checkFamily(families), ...); },
+               std::tie(kBooleans, kChars, kShorts, kInts, kFloats));
+    FaultEnv fault(env);
+    fault.returnValue<&Entry::GetBooleanField>(2);
+    KS_BOOL flag = KS_TRUE;
+    EXPECT_TRUE(venGetBooleanField(&flag, fault.env(), nullptr, obj, env->GetFieldID(clazz, "booleanField", "Z")));
+    EXPECT_EQ(KS_FALSE, flag);
+
+    const std::string text = "h\xC3\xA9llo \xF0\x9F\x98\x80";
+    jfieldID field = env->GetStaticFieldID(clazz, "staticStringField", "Ljava/lang/String;");
+    KsRef<ksString> string = ksStr(text);
+    ASSERT_TRUE(venSetStaticStringField(env, nullptr, clazz, field, string));
+    EXPECT_TRUE(venGetStaticStringField(string.out(), env, nullptr, clazz, field) && utf8(string) == text);
+    EXPECT_TRUE(venSetStaticStringField(env, nullptr, clazz, field, nullptr) && !env->GetStaticObjectField(clazz, field));
+    EXPECT_TRUE(venGetStaticStringField(string.out(), env, nullptr, clazz, field) && string.get() == nullptr);
+    for (const Kind kind : kKinds) {
+        const auto [echoer, echoClass, echo] = target(kind, "stringEcho", "(Ljava/lang/String;)Ljava/lang/String;");
+        for (const jstring argument : {jstr(env, text), jstring{}}) {
+            KsRef<ksString> result = ksStr("held");
+            EXPECT_TRUE(callKind(kind, VEN_CALLS(String), std::tuple{result.out(), env, nullptr}, echoer, echoClass, echo, argument) &&
+                        (argument ? utf8(result) == text : result.get() == nullptr)) << static_cast<int>(kind);
+        }
     }
 }
 
