@@ -73,14 +73,14 @@ TEST_F(Utf16Conversions, AgreeWithTheReferenceOnEveryPath)
             // More pairs from one text to the next, lone surrogates in every other one.
             Utf16Units units;
             while (units.size() < length) {
-                const unsigned roll = draw(0, 999), plain = draw(0, 0xF7FF);
+                const unsigned roll = draw(0, 999), bmp = draw(0, 0xF7FF);
                 if (roll < repeat % 6 * 150 && units.size() + 1 < length) {
                     units.insert(units.end(), {static_cast<jchar>(draw(0xD800, 0xDBFF)),
                                                static_cast<jchar>(draw(0xDC00, 0xDFFF))});
                 } else if (repeat % 2 == 1 && roll >= (length > 200 ? 995u : 970u)) {
                     units.push_back(static_cast<jchar>(draw(0xD800, 0xDFFF)));
                 } else {
-                    units.push_back(static_cast<jchar>(plain < 0xD800 ? plain : plain + 0x800));
+                    units.push_back(static_cast<jchar>(bmp < 0xD800 ? bmp : bmp + 0x800));
                 }
             }
             SCOPED_TRACE(testing::PrintToString(units));

@@ -18,15 +18,15 @@ using utf16::EncodeStop;
 
 // Plain units that strain lane arithmetic: zero, the sign bit of a 16-bit lane, the neighbours
 // of the surrogate range and the largest unit.
-constexpr std::uint16_t kPlain[] = {0x0041, 0x0000, 0x7FFF, 0x8000, 0xD7FF,
+constexpr std::uint16_t kBmpUnits[] = {0x0041, 0x0000, 0x7FFF, 0x8000, 0xD7FF,
                                     0xE000, 0xF7FF, 0xF800, 0xFFFF, 0x4E2D};
 constexpr std::uint16_t kGuard = 0xBEEF;
 
-Utf16Units plainText(std::size_t length, std::size_t shift)
+Utf16Units bmpText(std::size_t length, std::size_t shift)
 {
     Utf16Units units(length);
     for (std::size_t i = 0; i < length; ++i) {
-        units[i] = kPlain[(i + shift) % std::size(kPlain)];
+        units[i] = kBmpUnits[(i + shift) % std::size(kBmpUnits)];
     }
     return units;
 }
@@ -101,14 +101,14 @@ TEST(Utf16Kernels, AgreeWithTheReferenceAroundEveryBlockEdge)
             for (std::size_t pos = 0; pos < length; ++pos) {
                 SCOPED_TRACE(testing::Message() << kernel->name << ": at " << pos << " of " << length);
                 for (const Utf16Units& insert : inserts) {
-                    Utf16Units units = plainText(length + insert.size(), pos);
+                    Utf16Units units = bmpText(length + insert.size(), pos);
                     std::ranges::copy(insert, units.begin() + static_cast<std::ptrdiff_t>(pos));
                     units.resize(length); // a pair cut at the end: a high one left alone
                     ASSERT_NO_FATAL_FAILURE(expectDecodes(*kernel, units));
                 }
                 for (const std::uint32_t value : kValues) {
-                    const Utf16Units plain = plainText(length, pos);
-                    CodePoints text(plain.begin(), plain.end());
+                    const Utf16Units bmp = bmpText(length, pos);
+                    CodePoints text(bmp.begin(), bmp.end());
                     text[pos] = value;
                     text[length - 1 - pos / 2] = 0x1F600 + static_cast<std::uint32_t>(pos); // a second one
                     ASSERT_NO_FATAL_FAILURE(expectEncodes(*kernel, text)) << std::hex << value;
