@@ -21,23 +21,14 @@
 namespace ven::test
 {
 
-// The local references that entries of one FaultEnv handed out and took back:
-// - created: every non-NULL result of an entry whose result is a reference, except
-//   NewGlobalRef and NewWeakGlobalRef (so FindClass, ExceptionOccurred, NewLocalRef,
-//   CallObjectMethodV, PopLocalFrame's result, ...), whether the real entry or an override
-//   produced it;
-// - deleted: every DeleteLocalRef call with a non-NULL argument (DeleteLocalRef(NULL) is
-//   counted apart in nullDeletes);
-// - live: created and not yet deleted, nor dropped by a PopLocalFrame whose PushLocalFrame also
-//   went through this env (of a frame pushed elsewhere the ledger cannot know what it held).
-//   References are compared by value, and the JVM reuses the value of a deleted reference, so
-//   isLive answers for the value, not for the object.
+// The local references that entries of one FaultEnv handed out (every non-NULL reference result
+// but NewGlobalRef's and NewWeakGlobalRef's, an override's too) and not yet deleted with
+// DeleteLocalRef, nor dropped by a PopLocalFrame whose PushLocalFrame also went through this env.
+// The JVM reuses the value of a deleted reference, so isLive answers for the value, not the object.
 class LocalRefLedger
 {
   public:
-    int created() const { return created_; }
-    int deleted() const { return deleted_; }
-    int nullDeletes() const { return nullDeletes_; }
+    int deleted() const { return deleted_; } // non-NULL DeleteLocalRef calls
     int live() const { return static_cast<int>(live_.size()); }
     bool isLive(jobject ref) const;
     void reset();
@@ -50,9 +41,7 @@ class LocalRefLedger
   private:
     std::vector<jobject> live_;       // in creation order
     std::vector<std::size_t> frames_; // live_.size() at each PushLocalFrame
-    int created_ = 0;
     int deleted_ = 0;
-    int nullDeletes_ = 0;
 };
 
 namespace detail
@@ -116,32 +105,16 @@ class FaultEnv
         overrides_[detail::slotOf<Member>()] = {std::make_shared<Function>(std::forward<Callable>(callable)),
                                                 calls, 0};
     }
-    // Canned faults. returnValue: the entry returns `value` and does nothing else (a NULL
-    // without raising, a -1 status, a negative length). raise: the entry throws
-    // `className` (e.g. "java/lang/OutOfMemoryError") with `message` and returns `failure`
-    // (zero, NULL or nothing by default).
+    // Canned faults: the entry returns `value` and does nothing else (a NULL without raising, a
+    // -1 status, a negative length), or throws `className` with `message` and returns `failure`.
     template <auto Member> void returnValue(typename detail::JniEntry<Member>::Result value, Calls calls = {})
     {
         override<Member>([value](JNIEnv*, auto...) { return value; }, calls);
     }
-    template <auto Member> void returnNull(Calls calls = {})
-    {
-        override<Member>(
-            [](JNIEnv*, auto...) { return detail::zeroOf<typename detail::JniEntry<Member>::Result>(); },
-            calls);
-    }
+    template <auto Member> void returnNull(Calls calls = {}) { returnValue<Member>(nullptr, calls); }
     template <auto Member> void returnStatus(jint status = -1, Calls calls = {})
     {
         returnValue<Member>(status, calls);
-    }
-    template <auto Member> void raise(const char* className, const char* message, Calls calls = {})
-    {
-        override<Member>(
-            [throwable = globalClass(className), text = std::string(message)](JNIEnv* real, auto...) {
-                real->ThrowNew(throwable, text.c_str());
-                return detail::zeroOf<typename detail::JniEntry<Member>::Result>();
-            },
-            calls);
     }
     template <auto Member>
     void raiseReturning(const char* className, const char* message,
@@ -152,6 +125,15 @@ class FaultEnv
                                                                                        auto...) {
                 real->ThrowNew(throwable, text.c_str());
                 return failure;
+            },
+            calls);
+    }
+    template <auto Member> void raise(const char* className, const char* message, Calls calls = {})
+    {
+        override<Member>(
+            [throwable = globalClass(className), text = std::string(message)](JNIEnv* real, auto...) {
+                real->ThrowNew(throwable, text.c_str());
+                return detail::zeroOf<typename detail::JniEntry<Member>::Result>();
             },
             calls);
     }
@@ -276,17 +258,6 @@ struct JniEntry<Member> {
             return result;
         }
     }
-};
-
-// The "..." entries: the library never calls them, so reaching one is a defect in the
-// code under test, reported by a C++ exception that the test sees.
-[[noreturn]] void variadicEntryCalled(std::size_t slot);
-
-template <auto Member> struct JniTrap;
-
-template <typename R, typename... A, R (JNICALL* JNINativeInterface_::*Member)(JNIEnv*, A..., ...)>
-struct JniTrap<Member> {
-    static R JNICALL trap(JNIEnv*, A..., ...) { variadicEntryCalled(slotOf<Member>()); }
 };
 
 } // namespace detail

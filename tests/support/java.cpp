@@ -2,6 +2,7 @@
 // followed by an exception check, as checked JNI demands), for ks strings and trace streams.
 #include <algorithm>
 
+#include "support/utf16_reference.hpp"
 #include "support/ven_test.hpp"
 
 namespace ven::test
@@ -78,8 +79,7 @@ void takeExpected(JNIEnv* env, const char* className, bool checkMessage, const c
     }
 }
 
-// Conversions between standard UTF-8, UTF-16 and code points; malformed UTF-8 fails the test
-// (the fixtures never need it through these helpers).
+// Malformed UTF-8 fails the test: no fixture needs it through these helpers.
 std::u32string decodeUtf8(std::string_view text)
 {
     std::u32string points;
@@ -103,43 +103,6 @@ std::u32string decodeUtf8(std::string_view text)
         i += static_cast<std::size_t>(extra) + 1;
     }
     return points;
-}
-
-std::u16string toUtf16(std::string_view text)
-{
-    std::u16string units;
-    for (char32_t point : decodeUtf8(text)) {
-        if (point >= 0x10000) {
-            units.push_back(static_cast<char16_t>(0xD800 + ((point - 0x10000) >> 10)));
-            units.push_back(static_cast<char16_t>(0xDC00 + ((point - 0x10000) & 0x3FF)));
-        } else {
-            units.push_back(static_cast<char16_t>(point));
-        }
-    }
-    return units;
-}
-
-std::string toUtf8(std::u32string_view points)
-{
-    std::string text;
-    for (char32_t point : points) {
-        if (point < 0x80) {
-            text.push_back(static_cast<char>(point));
-        } else if (point < 0x800) {
-            text.push_back(static_cast<char>(0xC0 | (point >> 6)));
-            text.push_back(static_cast<char>(0x80 | (point & 0x3F)));
-        } else if (point < 0x10000) {
-            text.push_back(static_cast<char>(0xE0 | (point >> 12)));
-            text.push_back(static_cast<char>(0x80 | ((point >> 6) & 0x3F)));
-            text.push_back(static_cast<char>(0x80 | (point & 0x3F)));
-        } else {
-            text.push_back(static_cast<char>(0xF0 | (point >> 18)));
-            text.push_back(static_cast<char>(0x80 | ((point >> 12) & 0x3F)));
-            text.push_back(static_cast<char>(0x80 | ((point >> 6) & 0x3F)));
-            text.push_back(static_cast<char>(0x80 | (point & 0x3F)));
-        }
-    }
-    return text;
 }
 
 } // namespace
@@ -195,7 +158,12 @@ jclass findClass(JNIEnv* env, const char* name, std::source_location where)
 
 jstring jstr(JNIEnv* env, std::string_view text)
 {
-    return jstr(env, std::u16string_view(toUtf16(text)));
+    std::u32string points = decodeUtf8(text);
+    Utf16Units encoded =
+        referenceEncode(std::span<const std::uint32_t>(reinterpret_cast<const std::uint32_t*>(points.data()),
+                                                       points.size()))
+            .units;
+    return jstr(env, std::u16string_view(reinterpret_cast<const char16_t*>(encoded.data()), encoded.size()));
 }
 
 jstring jstr(JNIEnv* env, std::u16string_view text)
@@ -216,31 +184,22 @@ std::u16string units(JNIEnv* env, jstring string)
 
 std::string utf8(JNIEnv* env, jstring string)
 {
-    return toUtf8(units(env, string));
-}
-
-std::string toUtf8(std::u16string_view units)
-{
-    std::u32string points;
-    for (std::size_t i = 0; i < units.size(); ++i) {
-        char32_t unit = units[i];
-        bool high = unit >= 0xD800 && unit < 0xDC00;
-        if (high && i + 1 < units.size() && units[i + 1] >= 0xDC00 && units[i + 1] < 0xE000) {
-            points.push_back(0x10000 + ((unit - 0xD800) << 10) + (units[++i] - 0xDC00));
-        } else if (unit >= 0xD800 && unit < 0xE000) {
-            ADD_FAILURE() << "lone surrogate at unit " << i;
-            points.push_back(0xFFFD);
-        } else {
-            points.push_back(unit);
-        }
+    std::u16string text = units(env, string);
+    std::optional<CodePoints> points = referenceDecode(
+        std::span<const std::uint16_t>(reinterpret_cast<const std::uint16_t*>(text.data()), text.size()));
+    if (!points) {
+        ADD_FAILURE() << "unpaired high surrogate in a Java string";
+        return {};
     }
-    return toUtf8(std::u32string_view(points));
+    static_assert(sizeof(std::uint32_t) == sizeof(KS_CHAR));
+    KsRef<ksString> copy(ksStringCreateFromChars(reinterpret_cast<const KS_CHAR*>(points->data()),
+                                                 static_cast<KS_INT>(points->size())));
+    return utf8(copy.get());
 }
 
 KsRef<ksString> ksStr(std::string_view text)
 {
     std::u32string points = decodeUtf8(text);
-    static_assert(sizeof(char32_t) == sizeof(KS_CHAR));
     return KsRef<ksString>(ksStringCreateFromChars(reinterpret_cast<const KS_CHAR*>(points.data()),
                                                    static_cast<KS_INT>(points.size())));
 }

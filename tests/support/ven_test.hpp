@@ -1,6 +1,5 @@
-// The test harness of every JVM suite: one JVM per process with its output captured, a
-// local frame per test, interception of ks___Abort, expected-warning guards, a recording
-// trace stream, and helpers for Java exceptions, Java strings and ks strings.
+// The harness of every JVM suite: one JVM per process with its output checked, a local frame
+// per test, ks___Abort interception, a recording trace stream, Java and ks helpers.
 #pragma once
 
 #include <jni.h>
@@ -23,35 +22,27 @@ namespace ven::test
 
 // ---- The JVM of the test process ------------------------------------------------------
 
-// The process's one JavaVM (created before the first test, registered with venSetJavaVm,
-// never destroyed) and the JNIEnv of the main thread, which stays attached.
+// The process's one JavaVM (registered with venSetJavaVm, never destroyed) and the JNIEnv of
+// the main thread; every line the JVM has printed through its vfprintf hook.
 JavaVM* jvm();
 JNIEnv* mainEnv();
-
-// Every line the JVM has printed through its vfprintf hook so far (also echoed to stderr).
 std::vector<std::string> jvmOutput();
 
 // ---- Warnings the system causes by design ---------------------------------------------
 
-// The two checker warnings that required behaviours provoke, and the rule behind each.
-// An argument failure raised while another exception is pending throws the new
-// IllegalArgumentException through ThrowNew with the old one still pending (guarded).
-// ven___GetVersion is a direct call and leaves a pending exception where it is, so GetVersion
-// itself draws the same warning (guarded).
+// An argument failure raised while another exception is pending throws through ThrowNew with
+// the old one still pending; ven___GetVersion is a direct call that leaves a pending exception
+// where it is. Both draw this warning, so a guard must want it.
 inline constexpr const char* kExceptionPendingWarning = "JNI call made with exception pending";
-// The exception check a checked-result wrapper makes right after GetStringCritical or
-// GetPrimitiveArrayCritical, inside the region (let pass everywhere: every such call on a
-// pinned array or string draws it, so it tells nothing; what runs inside a region is checked
-// through a FaultEnv trail instead). HotSpot pins arrays and strings with characters beyond
-// Latin-1; it copies a Latin-1 string, and then there is no region and no warning.
+// The exception check a checked-result wrapper makes inside a region it just opened. Every such
+// call on a pinned array or string draws it, so it tells nothing and passes everywhere; what runs
+// inside a region is checked through FaultEnv::callsInCriticalRegion instead.
 inline constexpr const char* kCriticalRegionWarning =
     "Calling other JNI functions in the scope of Get/ReleasePrimitiveArrayCritical";
 
 // While alive, JVM warning lines containing `text` (one of the two above) do not fail the test,
-// and at least one must appear before the guard ends (the checker reports synchronously, so the
-// statement that provokes it lies inside the scope); `why` names the rule the test exercises.
-// Any other line with "warning" in any case, unless let pass everywhere, fails the running test
-// (checked JNI writes both "WARNING in native method: ..." and "Warning: Calling other ...").
+// and at least one must appear before the guard ends (the checker reports synchronously).
+// Any other line with "warning" in any case fails the running test.
 class ExpectJniWarning
 {
   public:
@@ -68,19 +59,15 @@ class ExpectJniWarning
     std::string text_;
     std::string why_;
     std::source_location where_;
-    bool registered_ = false;
     int seen_ = 0;
 };
 
 // ---- One local frame per test ---------------------------------------------------------
 
-// A local frame on `env` with room for `capacity` references. close() (or the destructor) fails the test
-// if an exception is pending (describing and clearing it), then pops the frame, and fails it if
-// the number of live ks objects or raw blocks differs from the start or if the thread holds a different number
-// of local references than before the frame was pushed (one outlived the frame: a frame left
-// pushed or popped twice, or a reference made outside it). HotSpot 17's checked JNI warns (failing the test)
-// once the frame holds about 97 references; HotSpot 25 no longer checks local capacity, so there
-// leaks show only through FaultEnv ledgers. A Trace keeps its lines as ks strings: one that
+// A local frame on `env`. close() (or the destructor) fails the test if an exception is pending,
+// pops the frame, and fails it if the live ks objects or raw blocks differ from the start, or if
+// the thread holds another number of local references than before the push (a frame left pushed
+// or popped twice, a reference made outside it). A Trace keeps its lines as ks objects: one that
 // outlives the frame must be reset() before the frame closes.
 class TestFrame
 {
@@ -99,17 +86,20 @@ class TestFrame
     bool open_ = false;
 };
 
-// The local references the calling thread holds in all its frames, as the JVM's heap walk
-// reports them (-1, with the test failed, if the walk is not available).
+// The local references the calling thread holds in all its frames, by the JVM's heap walk.
 int localReferenceCount(JNIEnv* env);
 
-// Fixture of the JVM suites: `env` is the main thread's JNIEnv and each test runs in its own
-// TestFrame.
+// Fixture of the JVM suites: each test runs in its own TestFrame on the main thread's env.
 class JvmTest : public ::testing::Test
 {
   protected:
-    void SetUp() override;
-    void TearDown() override;
+    void SetUp() override
+    {
+        env = mainEnv();
+        ASSERT_NE(env, nullptr) << "no JVM";
+        frame_.emplace(env);
+    }
+    void TearDown() override { frame_.reset(); }
 
     JNIEnv* env = nullptr;
 
@@ -119,7 +109,7 @@ class JvmTest : public ::testing::Test
 
 // ---- ks___Abort interception ----------------------------------------------------------
 
-// What ks___Abort received; exactly one of message and condition is set by the library.
+// What ks___Abort received; the library sets exactly one of message and condition.
 struct AbortRecord {
     std::optional<std::string> message;
     std::string path;
@@ -127,8 +117,7 @@ struct AbortRecord {
     std::optional<std::string> condition;
 };
 
-// Thrown by the harness's abort hook (installed for the whole run) so that a fatal or
-// consistency check unwinds back to the test instead of stopping the process.
+// Thrown by the abort hook so that a fatal or consistency check unwinds back to the test.
 class VenAbort : public std::exception
 {
   public:
@@ -154,8 +143,7 @@ template <typename Body> std::optional<AbortRecord> catchAbort(Body&& body)
     return std::nullopt;
 }
 
-// Whether `got` is an abort with exactly this path and line and this condition (message
-// NULL) or this message (condition NULL); pass nullptr for the one that must be NULL.
+// Whether `got` has exactly these fields; nullptr for the one of condition and message that is NULL.
 ::testing::AssertionResult abortedWith(const std::optional<AbortRecord>& got, const char* statement,
                                        const char* path, int line, const char* condition,
                                        const char* message);
@@ -199,39 +187,32 @@ class Trace
 
 // ---- Java exceptions ------------------------------------------------------------------
 
-// Asserts that an exception of exactly this class with this message (nullptr: a null
-// message) is pending, then clears it. The failure is reported at the caller's line.
+// Assert that an exception of exactly this class with this message (nullptr: null) is pending,
+// or only of this class, or that none is, and clear it; failures are reported at the caller.
 void ExpectPending(JNIEnv* env, const char* className, const char* message,
                    std::source_location where = std::source_location::current());
-// Asserts the class only, then clears the exception.
 void ExpectPendingClass(JNIEnv* env, const char* className,
                         std::source_location where = std::source_location::current());
-// Asserts that nothing is pending (describing and clearing what is).
 void ExpectNoPending(JNIEnv* env, std::source_location where = std::source_location::current());
 
-// A new local reference to `new <className>(message)`; className in either "java/lang/X"
-// or "java.lang.X" form; message nullptr passes null.
+// `new <className>(message)`, className as "java/lang/X" or "java.lang.X".
 jthrowable makeThrowable(JNIEnv* env, const char* className, const char* message);
 
-// A local reference to the class; fails the test (and returns NULL) when it is missing.
+// The class, or NULL with the test failed.
 jclass findClass(JNIEnv* env, const char* name, std::source_location where = std::source_location::current());
 
 // ---- Java strings ---------------------------------------------------------------------
 
-// A new Java string from standard UTF-8 (supplementary characters as 4 bytes) or UTF-16.
+// Java strings from and to standard UTF-8 (supplementary characters as 4 bytes) or UTF-16.
 jstring jstr(JNIEnv* env, std::string_view utf8);
 jstring jstr(JNIEnv* env, std::u16string_view units);
-// The UTF-16 units of a Java string, and its text as standard UTF-8.
 std::u16string units(JNIEnv* env, jstring string);
 std::string utf8(JNIEnv* env, jstring string);
 
-// UTF-16 as standard UTF-8; a lone surrogate fails the test.
-std::string toUtf8(std::u16string_view units);
-
 // ---- ks objects -----------------------------------------------------------------------
 
-// Owns one reference to a ks object (released on destruction). out() hands the slot to an
-// out-parameter, which releases the old value and stores a new one by the ownership rule.
+// Owns one reference to a ks object. out() hands the slot to an out-parameter, which releases
+// the old value and stores the new one.
 template <typename T> class KsRef
 {
   public:
@@ -251,16 +232,14 @@ template <typename T> class KsRef
     operator T*() const { return object_; }
     explicit operator bool() const { return object_ != nullptr; }
     T** out() { return &object_; }
-    T* release() { return std::exchange(object_, nullptr); }
     void reset(T* object = nullptr) { ksObjRelease(std::exchange(object_, object)); }
 
   private:
     T* object_ = nullptr;
 };
 
-// A ks string of the code points of `utf8` (standard UTF-8).
+// ks strings from and to standard UTF-8 ("<NULL ksString>" for NULL), and their code points.
 KsRef<ksString> ksStr(std::string_view utf8);
-// The text of a ks string as standard UTF-8; "<NULL ksString>" for NULL.
 std::string utf8(const ksString* string);
 std::u32string codePoints(const ksString* string);
 
