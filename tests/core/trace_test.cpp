@@ -113,8 +113,8 @@ TEST_F(ExceptionTrace, Cases)
             LeakCheck leaks(fault);
             if (row.failingClass != nullptr) { // RuntimeException is looked up first, then Error
                 const int nth = std::string_view(row.failingClass) == "java/lang/Error" ? 2 : 1;
-                fault.raise<&JNINativeInterface_::FindClass>("java/lang/NoClassDefFoundError", row.failingClass,
-                                                             FaultEnv::Calls::nth(nth));
+                fault.raise<&JNINativeInterface_::FindClass>("java/lang/NoClassDefFoundError",
+                                                             row.failingClass, FaultEnv::Calls::nth(nth));
             }
             if (row.inject != nullptr) {
                 row.inject(fault);
