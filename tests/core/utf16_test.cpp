@@ -54,8 +54,8 @@ TEST(Utf16Routines, FatalChecks)
 // across the vector blocks and around the longest text on the stack: Java -> ksString gives the
 // reference's code points or refuses as it does, ksString -> Java gives the units back, each on
 // its path (no JNI call inside the critical region) and with no block beyond the decoded one on
-// the stack; every fourth text that decodes with an exception pending, which takes the general
-// paths.
+// the stack; every fourth text (one with no lone surrogate) with an exception pending, which
+// takes the general paths.
 using Utf16Conversions = JvmTest;
 TEST_F(Utf16Conversions, AgreeWithTheReferenceOnEveryPath)
 {
@@ -85,7 +85,7 @@ TEST_F(Utf16Conversions, AgreeWithTheReferenceOnEveryPath)
             }
             SCOPED_TRACE(testing::PrintToString(units));
             const std::optional<CodePoints> expected = referenceDecode(units);
-            const bool pending = repeat % 4 == 3 && expected;
+            const bool pending = repeat % 4 == 2 && expected;
             outcomes[length > kShortText][expected.has_value()]++;
             TestFrame frame(env);
             const jstring string = env->NewString(units.data(), static_cast<jsize>(length));

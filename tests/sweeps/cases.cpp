@@ -38,7 +38,8 @@ jobject global(jobject local)
     return made;
 }
 
-template <typename T> T byVariant(Variant v, T succeed, std::type_identity_t<T> fail, std::type_identity_t<T> bad)
+template <typename T>
+T byVariant(Variant v, T succeed, std::type_identity_t<T> fail, std::type_identity_t<T> bad)
 {
     return v == Succeed ? succeed : v == Fail ? fail : bad;
 }
@@ -103,7 +104,8 @@ Prepared pinning(KS_BOOL (*pin)(Elements*, JNIEnv*, lgStream*, Target, Copy*),
     return actOnly([=](JNIEnv* env, lgStream* trace) {
         Elements elements = nullptr;
         Copy isCopy{};
-        const KS_BOOL ok = pin(nullResult ? nullptr : &elements, env, trace, target, askCopy ? &isCopy : nullptr);
+        const KS_BOOL ok =
+            pin(nullResult ? nullptr : &elements, env, trace, target, askCopy ? &isCopy : nullptr);
         if (ok) {
             unpin(elements);
         }
@@ -139,12 +141,13 @@ Prepared holding(KS_BOOL (*f)(T*, JNIEnv*, lgStream*, P...), std::type_identity_
                  bool nullResult, A... args)
 {
     auto held = std::make_shared<T>();
-    return actOnly([=](JNIEnv* e, lgStream* t) { return f(nullResult ? nullptr : held.get(), e, t, args...); },
-                 [=] {
-                     if (*held != nullptr) {
-                         undo(*held);
-                     }
-                 });
+    return actOnly(
+        [=](JNIEnv* e, lgStream* t) { return f(nullResult ? nullptr : held.get(), e, t, args...); },
+        [=] {
+            if (*held != nullptr) {
+                undo(*held);
+            }
+        });
 }
 
 // p, with undo run at cleanup if it succeeded (an entered monitor, a pushed frame).
@@ -275,7 +278,7 @@ Case fieldCase(const char* name, const char* callee, const char* rangeCondition)
         const std::string field = member<Type>(isStatic, "Field");
         jfieldID id = isStatic ? env->GetStaticFieldID(w.fields, field.c_str(), Type::kSig)
                                : env->GetFieldID(w.fields, field.c_str(), Type::kSig);
-        auto target = static_cast<Target>(isStatic             ? w.fields
+        auto target = static_cast<Target>(isStatic            ? w.fields
                                           : arguments == Fail ? w.badTextFields
                                                               : w.fieldsObj);
         target = arguments.bad(first) ? Target{} : target;
@@ -304,8 +307,9 @@ Case fieldCase(const char* name, const char* callee, const char* rangeCondition)
     if constexpr (kind == FieldKind::Get) {
         row.checks = checksOf(name, {"result != NULL", targetCheck, "fieldID != NULL"});
     } else if constexpr (kind == FieldKind::Set) {
-        row.checks = rangeCondition != nullptr ? checksOf(name, {targetCheck, "fieldID != NULL", rangeCondition})
-                                               : checksOf(name, {targetCheck, "fieldID != NULL"});
+        row.checks = rangeCondition != nullptr
+                         ? checksOf(name, {targetCheck, "fieldID != NULL", rangeCondition})
+                         : checksOf(name, {targetCheck, "fieldID != NULL"});
     } else {
         row.checks = checksOf(callee, {targetCheck, "fieldID != NULL"}) +
                      (kind == FieldKind::GetString ? kConversionResultCheck : std::vector<std::string>{});
@@ -374,7 +378,8 @@ std::function<void()> failMethods(Variant variant)
     return [failure] { mainEnv()->SetStaticObjectField(world().methods, failure, nullptr); };
 }
 
-template <Form form, Kind kind, typename Ven, typename Jni, auto F> Case callCase(const char* name, const char* callee)
+template <Form form, Kind kind, typename Ven, typename Jni, auto F>
+Case callCase(const char* name, const char* callee)
 {
     using Type = std::conditional_t<form == Form::String, JavaString, JniType<Jni>>;
     constexpr bool isStatic = kind == Kind::Static;
@@ -391,7 +396,9 @@ template <Form form, Kind kind, typename Ven, typename Jni, auto F> Case callCas
                  isStatic ? mainEnv()->GetStaticMethodID(w.methods, method.c_str(), sig.c_str())
                           : mainEnv()->GetMethodID(w.methods, method.c_str(), sig.c_str())};
         t.obj = arguments.bad(first) && !isStatic ? nullptr : t.obj;
-        t.clazz = arguments.bad(kind == Kind::Nonvirtual ? first + 1 : first) && kind != Kind::Virtual ? nullptr : t.clazz;
+        t.clazz = arguments.bad(kind == Kind::Nonvirtual ? first + 1 : first) && kind != Kind::Virtual
+                      ? nullptr
+                      : t.clazz;
         t.id = arguments.bad(first + targets - 1) ? nullptr : t.id;
         if constexpr (form == Form::Void) {
             return actOnly([=](JNIEnv* e, lgStream* trace) { return invoke<kind>(F, t, e, trace); },
@@ -409,9 +416,10 @@ template <Form form, Kind kind, typename Ven, typename Jni, auto F> Case callCas
                 failMethods(arguments));
         }
     };
-    const std::vector<std::string> targetChecks = kind == Kind::Virtual    ? std::vector<std::string>{"obj != NULL", "methodID != NULL"}
-                                                  : kind == Kind::Static ? std::vector<std::string>{"clazz != NULL", "methodID != NULL"}
-                                                                         : std::vector<std::string>{"obj != NULL", "clazz != NULL", "methodID != NULL"};
+    const std::vector<std::string> targetChecks =
+        kind == Kind::Virtual  ? std::vector<std::string>{"obj != NULL", "methodID != NULL"}
+        : kind == Kind::Static ? std::vector<std::string>{"clazz != NULL", "methodID != NULL"}
+                               : std::vector<std::string>{"obj != NULL", "clazz != NULL", "methodID != NULL"};
     const std::string reporter = form == Form::String ? callee : name;
     if (first == 1) {
         row.checks.push_back(reporter + ": result != NULL");
@@ -463,39 +471,43 @@ template <ArrayKind kind, typename Element, typename Array, auto F> Case arrayCa
                                                      : byVariant<KS_INT>(arguments, 3, kHugeLength, 3);
             return resultCall(F, arguments.bad(0), length);
         } else {
-        Array target = arguments.bad(kind == ArrayKind::Pin ? 1 : 0) ? nullptr : array;
-        if constexpr (kind == ArrayKind::Pin) {
-            return pinning(
-                F, target, [=](Element* e) { jni<P::kUnpin>(mainEnv(), target, e, JNI_ABORT); }, true,
-                arguments.bad(0));
-        } else if constexpr (kind == ArrayKind::Release) {
-            static Element dummy{};
-            const jint mode = arguments.bad(2) ? -1 : 0;
-            return releasing<Element*>(
-                arguments == Succeed ? jni<P::kPin>(mainEnv(), array, nullptr) : nullptr,
-                arguments.bad(1) ? nullptr : &dummy,
-                [=](JNIEnv* e, lgStream* t, Element* elements) { return F(e, t, target, elements, mode); },
-                [=](Element* e) { jni<P::kUnpin>(mainEnv(), array, e, JNI_ABORT); });
-        } else {
-            const KS_INT start = arguments.bad(1) ? kBeyondJint : arguments == Fail ? 10 : 0;
-            const KS_INT len = arguments.bad(2) ? kBeyondJint : 2;
-            auto buffer = std::make_shared<std::array<Element, 4>>();
-            const bool noBuffer = arguments.bad(3);
-            return actOnly([=](JNIEnv* e, lgStream* t) {
-                return F(e, t, target, start, len, noBuffer ? nullptr : buffer->data());
-            });
-        }
+            Array target = arguments.bad(kind == ArrayKind::Pin ? 1 : 0) ? nullptr : array;
+            if constexpr (kind == ArrayKind::Pin) {
+                return pinning(
+                    F, target, [=](Element* e) { jni<P::kUnpin>(mainEnv(), target, e, JNI_ABORT); }, true,
+                    arguments.bad(0));
+            } else if constexpr (kind == ArrayKind::Release) {
+                static Element dummy{};
+                const jint mode = arguments.bad(2) ? -1 : 0;
+                return releasing<Element*>(
+                    arguments == Succeed ? jni<P::kPin>(mainEnv(), array, nullptr) : nullptr,
+                    arguments.bad(1) ? nullptr : &dummy,
+                    [=](JNIEnv* e, lgStream* t, Element* elements) {
+                        return F(e, t, target, elements, mode);
+                    },
+                    [=](Element* e) { jni<P::kUnpin>(mainEnv(), array, e, JNI_ABORT); });
+            } else {
+                const KS_INT start = arguments.bad(1) ? kBeyondJint : arguments == Fail ? 10 : 0;
+                const KS_INT len = arguments.bad(2) ? kBeyondJint : 2;
+                auto buffer = std::make_shared<std::array<Element, 4>>();
+                const bool noBuffer = arguments.bad(3);
+                return actOnly([=](JNIEnv* e, lgStream* t) {
+                    return F(e, t, target, start, len, noBuffer ? nullptr : buffer->data());
+                });
+            }
         }
     };
     if constexpr (kind == ArrayKind::New) {
-        row.checks = checksOf(name, {"result != NULL", "length >= 0", "VEN_KS_INT_TO_JSIZE_CONV_OK( length )"});
+        row.checks =
+            checksOf(name, {"result != NULL", "length >= 0", "VEN_KS_INT_TO_JSIZE_CONV_OK( length )"});
     } else if constexpr (kind == ArrayKind::Pin) {
         row.cannotFail = "pinning or copying fails only for want of memory (left to the fault sweep)";
         row.checks = checksOf(name, {"result != NULL", "array != NULL"});
     } else if constexpr (kind == ArrayKind::Release) {
         row.cannotFail = "a release raises nothing";
         row.floor = unguarded(std::string(name).substr(3)); // the JNI function of the same name
-        row.checks = checksOf(name, {"array != NULL", "elems != NULL", "mode == 0 || mode == JNI_COMMIT || mode == JNI_ABORT"});
+        row.checks = checksOf(
+            name, {"array != NULL", "elems != NULL", "mode == 0 || mode == JNI_COMMIT || mode == JNI_ABORT"});
     } else {
         row.checks = checksOf(name, {"array != NULL", "VEN_KS_INT_TO_JSIZE_CONV_OK( start )",
                                      "VEN_KS_INT_TO_JSIZE_CONV_OK( len )", "buf != NULL"});
@@ -565,7 +577,8 @@ template <typename Char, auto F> Case stringRegionCase(const char* name)
             .checks = checksOf(name, {"str != NULL", "buf != NULL"})};
 }
 
-template <typename Element, typename Array, auto F> Case copyCase(const char* name, int slot, const char* typeName)
+template <typename Element, typename Array, auto F>
+Case copyCase(const char* name, int slot, const char* typeName)
 {
     return {.name = name,
             .prepare =
@@ -622,8 +635,11 @@ template <auto F> Case lookupCase(const char* name, const char* member, const ch
             .prepare =
                 [=](Arguments arguments) {
                     jclass clazz = arguments.bad(1) ? nullptr : field ? world().fields : world().methods;
-                    const char* memberName = arguments.bad(2) ? nullptr : arguments == Fail ? "noSuchMember" : member;
-                    return resultCall(F, arguments.bad(0), clazz, memberName, arguments.bad(3) ? nullptr : sig);
+                    const char* memberName = arguments.bad(2)    ? nullptr
+                                             : arguments == Fail ? "noSuchMember"
+                                                                 : member;
+                    return resultCall(F, arguments.bad(0), clazz, memberName,
+                                      arguments.bad(3) ? nullptr : sig);
                 },
             .checks = checksOf(name, {"result != NULL", "clazz != NULL", "name != NULL", "sig != NULL"})};
 }
@@ -736,7 +752,8 @@ std::vector<Case> oneOffs()
         {.name = "venAllocObject",
          .prepare =
              [&w](Arguments a) {
-                 return resultCall(venAllocObject, a.bad(0), byVariant<jclass>(a, w.fields, w.collection, nullptr));
+                 return resultCall(venAllocObject, a.bad(0),
+                                   byVariant<jclass>(a, w.fields, w.collection, nullptr));
              },
          .checks = checksOf("venAllocObject", {"result != NULL", "clazz != NULL"}),
          .delivers = 1},
@@ -815,7 +832,10 @@ std::vector<Case> oneOffs()
                  static JNINativeMethod missing{const_cast<char*>("noSuchMethod"), const_cast<char*>("()I"),
                                                 reinterpret_cast<void*>(&answer)};
                  Prepared p = call(venRegisterNatives, a.bad(0) ? nullptr : w.natives,
-                                   a.bad(1) ? nullptr : a == Fail ? &missing : &good, a.bad(2) ? -1 : 1);
+                                   a.bad(1)    ? nullptr
+                                   : a == Fail ? &missing
+                                               : &good,
+                                   a.bad(2) ? -1 : 1);
                  p.cleanup = [&w] { mainEnv()->UnregisterNatives(w.natives); };
                  return p;
              },
@@ -857,8 +877,8 @@ std::vector<Case> oneOffs()
         {.name = "venThrowNew",
          .prepare =
              [&w](Arguments a) {
-                 return call(venThrowNew, a.bad(0) ? nullptr : w.fixtureException, a.bad(1) ? nullptr : "thrown",
-                             "sweep");
+                 return call(venThrowNew, a.bad(0) ? nullptr : w.fixtureException,
+                             a.bad(1) ? nullptr : "thrown", "sweep");
              },
          .checks = checksOf("venThrowNew", {"clazz != NULL", "message != NULL"}),
          .cannotFail = "the throw raises by design",
@@ -877,23 +897,28 @@ std::vector<Case> oneOffs()
          .cannotFail = "a new string fails only for want of memory",
          .delivers = 1},
         {.name = "venNewStringUTF",
-         .prepare = [](Arguments a) { return resultCall(venNewStringUTF, a.bad(0), a.bad(1) ? nullptr : "text"); },
+         .prepare =
+             [](Arguments a) { return resultCall(venNewStringUTF, a.bad(0), a.bad(1) ? nullptr : "text"); },
          .checks = checksOf("venNewStringUTF", {"result != NULL", "bytes != NULL"}),
          .cannotFail = "a new string fails only for want of memory",
          .delivers = 1},
         {.name = "venGetArrayLength",
          .prepare =
-             [&w](Arguments a) { return resultCall(venGetArrayLength, a.bad(0), a.bad(1) ? nullptr : w.arrays[4]); },
+             [&w](Arguments a) {
+                 return resultCall(venGetArrayLength, a.bad(0), a.bad(1) ? nullptr : w.arrays[4]);
+             },
          .checks = checksOf("venGetArrayLength", {"result != NULL", "array != NULL"}),
          .cannotFail = "the length of an array raises nothing"},
         {.name = "venNewObjectArray",
          .prepare =
              [&w](Arguments a) {
                  const KS_INT length = a.bad(1) ? -1 : a.bad(2) ? kBeyondJint : a == Fail ? kHugeLength : 2;
-                 return resultCall(venNewObjectArray, a.bad(0), length, a.bad(3) ? nullptr : w.object, w.text);
+                 return resultCall(venNewObjectArray, a.bad(0), length, a.bad(3) ? nullptr : w.object,
+                                   w.text);
              },
-         .checks = checksOf("venNewObjectArray", {"result != NULL", "length >= 0",
-                                                  "VEN_KS_INT_TO_JSIZE_CONV_OK( length )", "elementClass != NULL"}),
+         .checks =
+             checksOf("venNewObjectArray", {"result != NULL", "length >= 0",
+                                            "VEN_KS_INT_TO_JSIZE_CONV_OK( length )", "elementClass != NULL"}),
          .delivers = 1},
         {.name = "venSetObjectArrayElement",
          .prepare =
@@ -901,7 +926,8 @@ std::vector<Case> oneOffs()
                  return call(venSetObjectArrayElement, a.bad(0) ? nullptr : w.objectArray,
                              byVariant<KS_INT>(a, 1, 10, kBeyondJint), w.text);
              },
-         .checks = checksOf("venSetObjectArrayElement", {"array != NULL", "VEN_KS_INT_TO_JSIZE_CONV_OK( index )"})},
+         .checks =
+             checksOf("venSetObjectArrayElement", {"array != NULL", "VEN_KS_INT_TO_JSIZE_CONV_OK( index )"})},
         {.name = "venGetPrimitiveArrayCritical",
          .prepare =
              [&w](Arguments a) {
@@ -929,8 +955,9 @@ std::vector<Case> oneOffs()
                      },
                      [=](void* p) { mainEnv()->ReleasePrimitiveArrayCritical(array, p, JNI_ABORT); });
              },
-         .checks = checksOf("venReleasePrimitiveArrayCritical",
-                            {"array != NULL", "carray != NULL", "mode == 0 || mode == JNI_COMMIT || mode == JNI_ABORT"}),
+         .checks = checksOf(
+             "venReleasePrimitiveArrayCritical",
+             {"array != NULL", "carray != NULL", "mode == 0 || mode == JNI_COMMIT || mode == JNI_ABORT"}),
          .floor = unguarded("ReleasePrimitiveArrayCritical"),
          .cannotFail = "a release raises nothing"},
 
@@ -969,9 +996,10 @@ std::vector<Case> oneOffs()
         {.name = "venNewByteArrayFromBuffer",
          .prepare =
              [](Arguments a) {
-                 return owning<ksBuffer>(a.bad(1) ? nullptr : ksBufferCreateFromBytesCopy("abc", 3), [a](ksBuffer* buffer) {
-                     return resultCall(venNewByteArrayFromBuffer, a.bad(0), buffer);
-                 });
+                 return owning<ksBuffer>(a.bad(1) ? nullptr : ksBufferCreateFromBytesCopy("abc", 3),
+                                         [a](ksBuffer* buffer) {
+                                             return resultCall(venNewByteArrayFromBuffer, a.bad(0), buffer);
+                                         });
              },
          .checks = checksOf("venNewByteArray", {"result != NULL", "buffer != NULL"}),
          .floor = guarded("NewByteArray") + guarded("SetByteArrayRegion"),
@@ -982,7 +1010,9 @@ std::vector<Case> oneOffs()
          .prepare =
              [](Arguments a) {
                  return resultCall(venNewDoubleArrayOf, a.bad(1), a.bad(0) ? nullptr : source,
-                                   a.bad(2) ? -1 : a == Fail ? kHugeLength : 2);
+                                   a.bad(2)    ? -1
+                                   : a == Fail ? kHugeLength
+                                               : 2);
              },
          .checks = {"venNewDoubleArrayOf: source != NULL", "venNewDoubleArray: result != NULL",
                     "venNewDoubleArray: length >= 0"},
@@ -994,17 +1024,18 @@ std::vector<Case> oneOffs()
          .prepare =
              [&w](Arguments a) {
                  return resultCall(venGetByteArrayRegionAsBuffer, a.bad(0),
-                                   static_cast<jbyteArray>(a.bad(2) ? nullptr : w.arrays[1]), a == Fail ? 10 : 0,
-                                   a.bad(1) ? -1 : 2);
+                                   static_cast<jbyteArray>(a.bad(2) ? nullptr : w.arrays[1]),
+                                   a == Fail ? 10 : 0, a.bad(1) ? -1 : 2);
              },
-         .checks = {"venGetByteArrayRegionAsBytes: result != ((void *)0)", "venGetByteArrayRegionAsBytes: len >= 0",
-                    "venGetByteArrayRegion: array != NULL"},
+         .checks = {"venGetByteArrayRegionAsBytes: result != ((void *)0)",
+                    "venGetByteArrayRegionAsBytes: len >= 0", "venGetByteArrayRegion: array != NULL"},
          .floor = guarded("GetByteArrayRegion"),
          .blocks = 1},
         {.name = "venGetPrimitiveArrayAsKsBuffer",
          .prepare =
              [&w](Arguments a) {
-                 return resultCall(venGetPrimitiveArrayAsKsBuffer, a.bad(0), a.bad(1) ? nullptr : w.arrays[1]);
+                 return resultCall(venGetPrimitiveArrayAsKsBuffer, a.bad(0),
+                                   a.bad(1) ? nullptr : w.arrays[1]);
              },
          .checks = std::vector<std::string>{"venArrayToKsBuffer: result != ((void *)0)"} + kArrayLengthCheck,
          .floor = guarded("GetArrayLength") + guarded("GetPrimitiveArrayCritical") +
@@ -1017,11 +1048,14 @@ std::vector<Case> oneOffs()
         {.name = "venObjectToString",
          .prepare =
              [&w](Arguments a) {
-                 return resultCall(venObjectToString, a.bad(0), a.bad(1) ? nullptr : a == Fail ? w.toStringThrowsObj : w.fieldsObj);
+                 return resultCall(venObjectToString, a.bad(0),
+                                   a.bad(1)    ? nullptr
+                                   : a == Fail ? w.toStringThrowsObj
+                                               : w.fieldsObj);
              },
          .checks = checksOf("venObjectToString", {"result != ((void *)0)", "obj != ((void *)0)"}),
-         .floor = guarded("GetObjectClass") + guarded("GetMethodID") + guarded("CallObjectMethodV") + kTextConversion +
-                  unguarded("DeleteLocalRef") + unguarded("DeleteLocalRef"),
+         .floor = guarded("GetObjectClass") + guarded("GetMethodID") + guarded("CallObjectMethodV") +
+                  kTextConversion + unguarded("DeleteLocalRef") + unguarded("DeleteLocalRef"),
          .blocks = 1},
         {.name = "venArrayListNew",
          .prepare = [](Arguments a) { return resultCall(venArrayListNew, a.bad(0)); },
@@ -1033,19 +1067,24 @@ std::vector<Case> oneOffs()
          .prepare =
              [&w](Arguments a) {
                  return resultCall(venArrayListGet, a.bad(2), a.bad(0) ? nullptr : w.list,
-                                   a.bad(1) ? kBeyondJint : a == Fail ? 5 : 0);
+                                   a.bad(1)    ? kBeyondJint
+                                   : a == Fail ? 5
+                                               : 0);
              },
-         .checks = {"venArrayListGet: arrayList != ((void *)0)",
-                    // The range check's text after macro expansion.
-                    "venArrayListGet: ( sizeof(KS_INT)>=sizeof(jint) ? (KS_INT)(index) >= "
-                    "(KS_INT)((KS_INT)(-2147483648LL)) && (KS_INT)(index) <= (KS_INT)((KS_INT)(2147483647LL)) : "
-                    "((KS_BOOL)1) )",
-                    "venCallObjectMethod: result != NULL"},
+         .checks =
+             {"venArrayListGet: arrayList != ((void *)0)",
+              // The range check's text after macro expansion.
+              "venArrayListGet: ( sizeof(KS_INT)>=sizeof(jint) ? (KS_INT)(index) >= "
+              "(KS_INT)((KS_INT)(-2147483648LL)) && (KS_INT)(index) <= (KS_INT)((KS_INT)(2147483647LL)) : "
+              "((KS_BOOL)1) )",
+              "venCallObjectMethod: result != NULL"},
          .floor = throughClass("FindClass", "GetMethodID", "CallObjectMethodV"),
          .delivers = 1},
         {.name = "venArrayListSize",
          .prepare =
-             [&w](Arguments a) { return resultCall(venArrayListSize, a.bad(1), a.bad(0) ? nullptr : w.list); },
+             [&w](Arguments a) {
+                 return resultCall(venArrayListSize, a.bad(1), a.bad(0) ? nullptr : w.list);
+             },
          .checks = {"venArrayListSize: arrayList != ((void *)0)", "venCallIntMethod: result != NULL"},
          .floor = throughClass("FindClass", "GetMethodID", "CallIntMethodV"),
          .cannotFail = "the size of a list raises nothing"},
@@ -1054,7 +1093,10 @@ std::vector<Case> oneOffs()
         {.name = "venCollectionContains",
          .prepare =
              [&w](Arguments a) {
-                 return resultCall(venCollectionContains, a.bad(1), a.bad(0) ? nullptr : a == Fail ? w.immutableList : w.list,
+                 return resultCall(venCollectionContains, a.bad(1),
+                                   a.bad(0)    ? nullptr
+                                   : a == Fail ? w.immutableList
+                                               : w.list,
                                    a == Fail ? nullptr : w.text);
              },
          .checks = {"venGetObjectClass: obj != NULL", "venCallBooleanMethod: result != NULL"},
@@ -1075,14 +1117,19 @@ std::vector<Case> oneOffs()
         {.name = "venEnumSetNoneOf",
          .prepare =
              [&w](Arguments a) {
-                 return resultCall(venEnumSetNoneOf, a.bad(0), a.bad(1) ? nullptr : a == Fail ? w.object : w.color);
+                 return resultCall(venEnumSetNoneOf, a.bad(0),
+                                   a.bad(1)    ? nullptr
+                                   : a == Fail ? w.object
+                                               : w.color);
              },
          .checks = checksOf("venEnumSetNoneOf", {"result != ((void *)0)", "elementType != ((void *)0)"}),
          .floor = throughClass("FindClass", "GetStaticMethodID", "CallStaticObjectMethodV"),
          .delivers = 1},
         {.name = "venStringToKsString",
          .prepare =
-             [&w](Arguments a) { return resultCall(venStringToKsString, a.bad(0), a == Fail ? w.badText : w.text); },
+             [&w](Arguments a) {
+                 return resultCall(venStringToKsString, a.bad(0), a == Fail ? w.badText : w.text);
+             },
          .checks = {"venStringToKsString: result != ((void *)0)"},
          .floor = kTextConversion,
          .blocks = 1,
@@ -1155,8 +1202,8 @@ std::vector<Case> allCases()
 #define SWEEP_RANGE_ShortRange "VEN_KS_INT_TO_JSHORT_CONV_OK( value )"
 #define SWEEP_RANGE_IntRange "VEN_KS_INT_TO_JINT_CONV_OK( value )"
 #define SWEEP_FIELD(kind, name, callee, target, Ven, Jni, Range)                                             \
-    cases.push_back(fieldCase<FieldKind::kind, SWEEP_TARGET_##target, Ven, Jni, name>(#name, #callee,          \
-                                                                                   SWEEP_RANGE_##Range));
+    cases.push_back(fieldCase<FieldKind::kind, SWEEP_TARGET_##target, Ven, Jni, name>(#name, #callee,        \
+                                                                                      SWEEP_RANGE_##Range));
     VEN_FIELD_FUNCTIONS(SWEEP_FIELD)
 #define SWEEP_CALL(form, kind, name, callee, Ven, Jni)                                                       \
     cases.push_back(callCase<Form::form, Kind::kind, Ven, Jni, name>(#name, #callee));
@@ -1202,29 +1249,15 @@ std::vector<Case> allCases()
 
 // Functions outside the success-flag convention, or that end the test process's JVM use.
 const std::vector<Exclusion> kExcluded = {
-    // The frame: the process's VM registry and thread attachment, which the harness owns.
-    {"venSetJavaVm", "the frame: the harness registers its one VM"},
-    {"venDelJavaVm", "the frame: would unregister the harness's VM"},
-    {"venGetJavaVm", "the frame: no JNI call, no success flag"},
-    {"venGetMainJniEnv", "the frame: no JNI call"},
-    {"venTryGetMainJniEnv", "the frame: no JNI call"},
-    {"venAttachCurrentThread", "the frame: thread attachment, the threads suite's"},
-    {"venAttachCurrentThreadAsDaemon", "the frame: thread attachment, the threads suite's"},
-    {"venDetachCurrentThread", "the frame: would detach the harness's main thread"},
-    {"venCheckEncapsulated", "the frame: no JNI call"},
-    {"venModule", "the module descriptor: no JNI call"},
-    // Straight to the wrapper, with no success flag and no argument failure.
-    {"venExceptionOccurred", "no success flag: straight to the wrapper"},
-    {"venExceptionDescribe", "no success flag: straight to the wrapper"},
-    {"venExceptionClear", "no success flag: straight to the wrapper"},
-    {"venExceptionCheck", "no success flag: straight to the wrapper"},
-    {"venDeleteLocalRef", "no success flag: straight to the wrapper"},
-    {"venDeleteGlobalRef", "no success flag: straight to the wrapper"},
-    {"venDeleteWeakGlobalRef", "no success flag: straight to the wrapper"},
-    {"venPopLocalFrame", "no success flag: straight to the wrapper"},
-    {"venNewLocalRef", "no success flag: straight to the wrapper"},
-    {"venIsSameObject", "no success flag: straight to the wrapper"},
-    {"venFatalError", "does not return: the VM ends the process"},
+    {.why = "the frame: the harness owns the VM registry, the thread attachment and the module",
+     .names = {"venSetJavaVm", "venDelJavaVm", "venGetJavaVm", "venGetMainJniEnv", "venTryGetMainJniEnv",
+               "venAttachCurrentThread", "venAttachCurrentThreadAsDaemon", "venDetachCurrentThread",
+               "venCheckEncapsulated", "venModule"}},
+    {.why = "no success flag: straight to the wrapper",
+     .names = {"venExceptionOccurred", "venExceptionDescribe", "venExceptionClear", "venExceptionCheck",
+               "venDeleteLocalRef", "venDeleteGlobalRef", "venDeleteWeakGlobalRef", "venPopLocalFrame",
+               "venNewLocalRef", "venIsSameObject"}},
+    {.why = "does not return: the VM ends the process", .names = {"venFatalError"}},
 };
 
 } // namespace ven::sweeps

@@ -2,11 +2,11 @@
 // the library's own X-macro tables, and the Java objects every case works on.
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <string>
 #include <vector>
-#include <cstddef>
 
 #include "support/ven_test.hpp"
 #include "ven/ven.h"
@@ -57,8 +57,8 @@ struct Case {
     // the exception query before and after it), and the raw blocks it takes from ksMemAlloc*.
     std::vector<std::string> floor{};
     int blocks = 0;
-    const char* cannotFail = nullptr;           // no argument makes its JNI call fail: no Fail
-    int delivers = 0;                           // local references a success hands back through out
+    const char* cannotFail = nullptr; // no argument makes its JNI call fail: no Fail
+    int delivers = 0;                 // local references a success hands back through out
     OnSuccess onSuccess = OnSuccess::Keeps;
     const char* thrown = nullptr;          // the class a Throws or Rethrows case leaves pending
     const char* failThrowsNew = nullptr;   // Fail throws through ThrowNew, drawing the pending warning
@@ -81,10 +81,10 @@ World& world();
 
 std::vector<Case> allCases();
 
-// Exported ven[A-Z]* functions that the sweeps do not call, each with the reason.
+// Exported ven[A-Z]* functions that the sweeps do not call, and why.
 struct Exclusion {
-    const char* name;
     const char* why;
+    std::vector<const char*> names;
 };
 extern const std::vector<Exclusion> kExcluded;
 
