@@ -111,14 +111,11 @@ TEST_F(ExceptionTrace, Cases)
             TestFrame rowFrame(env);
             FaultEnv fault(env);
             LeakCheck leaks(fault);
-            const std::string failing = row.failingClass ? row.failingClass : "";
-            fault.override<&JNINativeInterface_::FindClass>([&](JNIEnv* real, const char* name) {
-                if (failing != name) {
-                    return real->FindClass(name);
-                }
-                real->ThrowNew(real->FindClass("java/lang/NoClassDefFoundError"), name);
-                return jclass{};
-            });
+            if (row.failingClass != nullptr) { // RuntimeException is looked up first, then Error
+                const int nth = std::string_view(row.failingClass) == "java/lang/Error" ? 2 : 1;
+                fault.raise<&JNINativeInterface_::FindClass>("java/lang/NoClassDefFoundError",
+                                                             row.failingClass, FaultEnv::Calls::nth(nth));
+            }
             if (row.inject != nullptr) {
                 row.inject(fault);
             }

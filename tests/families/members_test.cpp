@@ -21,7 +21,8 @@ template <typename Ven, typename Jni> struct Family {
     KS_BOOL (*setStatic)(JNIEnv*, lgStream*, jclass, jfieldID, Ven);
     std::tuple<KS_BOOL (*)(Ven*, JNIEnv*, lgStream*, jobject, jmethodID, ...),
                KS_BOOL (*)(Ven*, JNIEnv*, lgStream*, jobject, jclass, jmethodID, ...),
-               KS_BOOL (*)(Ven*, JNIEnv*, lgStream*, jclass, jmethodID, ...)> calls; // virtual, non-virtual, static
+               KS_BOOL (*)(Ven*, JNIEnv*, lgStream*, jclass, jmethodID, ...)>
+        calls;                               // virtual, non-virtual, static
     std::vector<std::pair<Ven, Ven>> writes; // the value written to a field, the value read back
     std::vector<std::pair<Jni, Ven>> echoes; // the argument a method echoes, the value delivered
 };
@@ -74,7 +75,9 @@ class MembersTest : public JvmTest
     {
         std::string staticName = "static" + name;
         staticName[6] = static_cast<char>(std::toupper(name[0]));
-        return {kind == Kind::Virtual ? parent : kind == Kind::Nonvirtual ? child : nullptr,
+        return {kind == Kind::Virtual      ? parent
+                : kind == Kind::Nonvirtual ? child
+                                           : nullptr,
                 kind == Kind::Virtual ? nullptr : methods,
                 kind == Kind::Static ? env->GetStaticMethodID(methods, staticName.c_str(), sig)
                                      : env->GetMethodID(methods, name.c_str(), sig)};
@@ -95,17 +98,20 @@ class MembersTest : public JvmTest
                                            family.getStatic(&value, env, nullptr, clazz, id) &&
                                            same(expected, value)
                                      : family.set(env, nullptr, obj, id, written) &&
-                                           family.get(&value, env, nullptr, obj, id) &&
-                                           same(expected, value)) << written;
+                                           family.get(&value, env, nullptr, obj, id) && same(expected, value))
+                    << written;
             }
         }
         for (const Kind kind : kKinds) {
             SCOPED_TRACE(family.type + " kind " + std::to_string(static_cast<int>(kind)));
-            auto [obj, clazz, id] = target(kind, echo, ("(" + std::string(family.sig) + ")" + family.sig).c_str());
+            auto [obj, clazz, id] =
+                target(kind, echo, ("(" + std::string(family.sig) + ")" + family.sig).c_str());
             for (const auto& [echoed, expected] : family.echoes) {
                 Ven result{};
-                EXPECT_TRUE(callKind(kind, family.calls, std::tuple{&result, env, nullptr}, obj, clazz, id, echoed) &&
-                            same(expected, result)) << +echoed;
+                EXPECT_TRUE(
+                    callKind(kind, family.calls, std::tuple{&result, env, nullptr}, obj, clazz, id, echoed) &&
+                    same(expected, result))
+                    << +echoed;
             }
         }
     }
@@ -123,12 +129,14 @@ TEST_F(MembersTest, NarrowingRanges)
 {
     FaultEnv fault(env);
     jint reached = 7;
-    fault.override<&Entry::GetIntArrayRegion>([&](JNIEnv*, jintArray, jsize start, jsize, jint*) { reached = start; });
+    fault.override<&Entry::GetIntArrayRegion>(
+        [&](JNIEnv*, jintArray, jsize start, jsize, jint*) { reached = start; });
     jintArray ints = env->NewIntArray(1);
     auto fieldOf = [&](const char* name, const char* sig) { return env->GetFieldID(clazz, name, sig); };
     jfieldID intField = fieldOf("intField", "I"), shortField = fieldOf("shortField", "S");
     jfieldID charField = fieldOf("charField", "C");
     jint buffer[1];
+    // clang-format off
     const struct {
         std::string function, condition;
         KS_INT lowest, highest;
@@ -153,6 +161,7 @@ TEST_F(MembersTest, NarrowingRanges)
          .call = [&](KS_INT v) { return venGetIntArrayRegion(fault.env(), nullptr, ints, v, 1, buffer); },
          .reached = [&] { return reached; }},
     };
+    // clang-format on
     for (const auto& row : rows) {
         SCOPED_TRACE(row.function);
         for (const KS_INT bound : {row.lowest, row.highest}) {
@@ -160,7 +169,8 @@ TEST_F(MembersTest, NarrowingRanges)
         }
         for (const KS_INT beyond : row.refused) {
             EXPECT_EQ(KS_FALSE, row.call(beyond)) << beyond;
-            ExpectPending(env, "java.lang.IllegalArgumentException", (row.function + ": " + row.condition).c_str());
+            ExpectPending(env, "java.lang.IllegalArgumentException",
+                          (row.function + ": " + row.condition).c_str());
             EXPECT_EQ(row.highest, row.reached());
         }
     }
@@ -175,7 +185,8 @@ TEST_F(MembersTest, EveryFamilyAndTheStringForms)
     FaultEnv fault(env);
     fault.returnValue<&Entry::GetBooleanField>(2);
     KS_BOOL flag = KS_TRUE;
-    EXPECT_TRUE(venGetBooleanField(&flag, fault.env(), nullptr, obj, env->GetFieldID(clazz, "booleanField", "Z")));
+    EXPECT_TRUE(
+        venGetBooleanField(&flag, fault.env(), nullptr, obj, env->GetFieldID(clazz, "booleanField", "Z")));
     EXPECT_EQ(KS_FALSE, flag);
 
     const std::string text = "h\xC3\xA9llo \xF0\x9F\x98\x80";
@@ -183,14 +194,18 @@ TEST_F(MembersTest, EveryFamilyAndTheStringForms)
     KsRef<ksString> string = ksStr(text);
     ASSERT_TRUE(venSetStaticStringField(env, nullptr, clazz, field, string));
     EXPECT_TRUE(venGetStaticStringField(string.out(), env, nullptr, clazz, field) && utf8(string) == text);
-    EXPECT_TRUE(venSetStaticStringField(env, nullptr, clazz, field, nullptr) && !env->GetStaticObjectField(clazz, field));
+    EXPECT_TRUE(venSetStaticStringField(env, nullptr, clazz, field, nullptr) &&
+                !env->GetStaticObjectField(clazz, field));
     EXPECT_TRUE(venGetStaticStringField(string.out(), env, nullptr, clazz, field) && string.get() == nullptr);
     for (const Kind kind : kKinds) {
-        const auto [echoer, echoClass, echo] = target(kind, "stringEcho", "(Ljava/lang/String;)Ljava/lang/String;");
+        const auto [echoer, echoClass, echo] =
+            target(kind, "stringEcho", "(Ljava/lang/String;)Ljava/lang/String;");
         for (const jstring argument : {jstr(env, text), jstring{}}) {
             KsRef<ksString> result = ksStr("held");
-            EXPECT_TRUE(callKind(kind, VEN_CALLS(String), std::tuple{result.out(), env, nullptr}, echoer, echoClass, echo, argument) &&
-                        (argument ? utf8(result) == text : result.get() == nullptr)) << static_cast<int>(kind);
+            EXPECT_TRUE(callKind(kind, VEN_CALLS(String), std::tuple{result.out(), env, nullptr}, echoer,
+                                 echoClass, echo, argument) &&
+                        (argument ? utf8(result) == text : result.get() == nullptr))
+                << static_cast<int>(kind);
         }
     }
 }
