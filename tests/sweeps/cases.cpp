@@ -1,10 +1,12 @@
 // The sweep's cases: the library's family tables expanded through one template per kind, and
 // a table of its own for the functions that belong to no family.
 #include <array>
+#include <cctype>
 #include <cstdarg>
 #include <cstdint>
 #include <initializer_list>
 #include <string>
+#include <string_view>
 #include <type_traits>
 
 #include "sweep.hpp"
@@ -171,35 +173,23 @@ template <typename T> Prepared owning(T* object, std::function<Prepared(T*)> p)
     return prepared;
 }
 
-// ---- Names and signatures of the fixtures' members, by JNI type ----------------------------
-
-template <typename Jni> struct JniType;
-#define SWEEP_JNI_TYPE(Jni, lower, upper, sig)                                                               \
-    template <> struct JniType<Jni> {                                                                        \
-        static constexpr const char* kLower = lower;                                                         \
-        static constexpr const char* kUpper = upper;                                                         \
-        static constexpr const char* kSig = sig;                                                             \
-    };
-SWEEP_JNI_TYPE(void, "void", "Void", "V")
-SWEEP_JNI_TYPE(jobject, "object", "Object", "Ljava/lang/Object;")
-SWEEP_JNI_TYPE(jboolean, "boolean", "Boolean", "Z")
-SWEEP_JNI_TYPE(jbyte, "byte", "Byte", "B")
-SWEEP_JNI_TYPE(jchar, "char", "Char", "C")
-SWEEP_JNI_TYPE(jshort, "short", "Short", "S")
-SWEEP_JNI_TYPE(jint, "int", "Int", "I")
-SWEEP_JNI_TYPE(jlong, "long", "Long", "J")
-SWEEP_JNI_TYPE(jfloat, "float", "Float", "F")
-SWEEP_JNI_TYPE(jdouble, "double", "Double", "D")
-struct JavaString {
-    static constexpr const char* kLower = "string";
-    static constexpr const char* kUpper = "String";
-    static constexpr const char* kSig = "Ljava/lang/String;";
+// The fixtures' members are named after the function: venGetStaticIntField reads staticIntField,
+// venCallNonvirtualIntMethod calls intGet, venCallStaticVoidMethod calls staticVoidRun.
+struct Member {
+    std::string name;
+    std::string sig;
 };
 
-// "intField" / "staticIntField", "intGet" / "staticIntGet".
-template <typename Type> std::string member(bool isStatic, const char* suffix)
+Member memberOf(std::string_view function, std::size_t prefix, std::string_view suffix)
 {
-    return (isStatic ? std::string("static") + Type::kUpper : std::string(Type::kLower)) + suffix;
+    std::string name(function.substr(prefix, function.find(suffix) - prefix));
+    name = name.starts_with("Nonvirtual") ? name.substr(10) : name;
+    const std::string type = name.starts_with("Static") ? name.substr(6) : name;
+    name[0] = static_cast<char>(std::tolower(name[0]));
+    return {name, type == "Boolean"                      ? "Z"
+                  : type == "Long"                       ? "J"
+                  : type == "Object" || type == "String" ? "Ljava/lang/" + type + ";"
+                                                         : type.substr(0, 1)};
 }
 
 // ---- Fields -------------------------------------------------------------------------------
@@ -216,16 +206,6 @@ template <typename Ven> Ven someValue(bool beyond)
     }
 }
 
-// The messages "<function>: <condition>" of checks made under one function's name.
-std::vector<std::string> checksOf(const std::string& function, std::initializer_list<const char*> conditions)
-{
-    std::vector<std::string> messages;
-    for (const char* condition : conditions) {
-        messages.push_back(function + ": " + condition);
-    }
-    return messages;
-}
-
 std::vector<std::string> operator+(std::vector<std::string> first, const std::vector<std::string>& second)
 {
     first.insert(first.end(), second.begin(), second.end());
@@ -233,7 +213,7 @@ std::vector<std::string> operator+(std::vector<std::string> first, const std::ve
 }
 
 // The string forms check through the object accessor first, then the text's conversion.
-const std::vector<std::string> kConversionResultCheck = {"venStringToKsString: result != ((void *)0)"};
+const char* const kConversionResultCheck = "venStringToKsString: result != ((void *)0)";
 const std::vector<std::string> kArrayLengthCheck = {"venGetArrayLength: array != NULL"};
 
 // Floors of success paths: a call the wrapper convention guards (the exception query before and
@@ -261,23 +241,23 @@ std::vector<std::string> throughClass(const char* classCall, const char* lookUp,
     return guarded(classCall) + guarded(lookUp) + guarded(call) + unguarded("DeleteLocalRef");
 }
 
-template <FieldKind kind, typename Target, typename Ven, typename Jni, auto F>
+template <FieldKind kind, typename Target, typename Ven, auto F>
 Case fieldCase(const char* name, const char* callee, const char* rangeCondition)
 {
     constexpr bool isStatic = std::is_same_v<Target, jclass>;
     constexpr bool text = kind == FieldKind::GetString || kind == FieldKind::SetString;
     constexpr bool reads = kind == FieldKind::Get || kind == FieldKind::GetString;
-    using Type = std::conditional_t<text, JavaString, JniType<Jni>>;
     Case row{name};
     // Checked in order: result (value readers), target, fieldID, the range (writers); the string
     // readers test result last, in the conversion.
     constexpr std::size_t first = kind == FieldKind::Get ? 1 : 0;
-    row.prepare = [](Arguments arguments) -> Prepared {
+    row.prepare = [name](Arguments arguments) -> Prepared {
         World& w = world();
         JNIEnv* env = mainEnv();
-        const std::string field = member<Type>(isStatic, "Field");
-        jfieldID id = isStatic ? env->GetStaticFieldID(w.fields, field.c_str(), Type::kSig)
-                               : env->GetFieldID(w.fields, field.c_str(), Type::kSig);
+        const Member field = memberOf(name, 6, "Field");
+        const std::string fieldName = field.name + "Field";
+        jfieldID id = isStatic ? env->GetStaticFieldID(w.fields, fieldName.c_str(), field.sig.c_str())
+                               : env->GetFieldID(w.fields, fieldName.c_str(), field.sig.c_str());
         auto target = static_cast<Target>(isStatic            ? w.fields
                                           : arguments == Fail ? w.badTextFields
                                                               : w.fieldsObj);
@@ -305,14 +285,17 @@ Case fieldCase(const char* name, const char* callee, const char* rangeCondition)
     };
     const char* targetCheck = isStatic ? "clazz != NULL" : "obj != NULL";
     if constexpr (kind == FieldKind::Get) {
-        row.checks = checksOf(name, {"result != NULL", targetCheck, "fieldID != NULL"});
+        row.checks = {"result != NULL", targetCheck, "fieldID != NULL"};
     } else if constexpr (kind == FieldKind::Set) {
-        row.checks = rangeCondition != nullptr
-                         ? checksOf(name, {targetCheck, "fieldID != NULL", rangeCondition})
-                         : checksOf(name, {targetCheck, "fieldID != NULL"});
+        row.checks = {targetCheck, "fieldID != NULL"};
+        if (rangeCondition != nullptr) {
+            row.checks.push_back(rangeCondition);
+        }
     } else {
-        row.checks = checksOf(callee, {targetCheck, "fieldID != NULL"}) +
-                     (kind == FieldKind::GetString ? kConversionResultCheck : std::vector<std::string>{});
+        row.checks = {std::string(callee) + ": " + targetCheck, std::string(callee) + ": fieldID != NULL"};
+        if (kind == FieldKind::GetString) {
+            row.checks.push_back(kConversionResultCheck);
+        }
     }
     const std::string objectMember = isStatic ? "StaticObjectField" : "ObjectField";
     if constexpr (kind == FieldKind::GetString) {
@@ -378,20 +361,19 @@ std::function<void()> failMethods(Variant variant)
     return [failure] { mainEnv()->SetStaticObjectField(world().methods, failure, nullptr); };
 }
 
-template <Form form, Kind kind, typename Ven, typename Jni, auto F>
-Case callCase(const char* name, const char* callee)
+template <Form form, Kind kind, typename Ven, auto F> Case callCase(const char* name, const char* callee)
 {
-    using Type = std::conditional_t<form == Form::String, JavaString, JniType<Jni>>;
     constexpr bool isStatic = kind == Kind::Static;
     Case row{name};
     // Checked in order: result (value forms), then obj, clazz and methodID as the kind takes them;
     // the string forms test result last, in the conversion.
     constexpr std::size_t first = form == Form::Value || form == Form::VaList ? 1 : 0;
     constexpr std::size_t targets = kind == Kind::Nonvirtual ? 3 : 2;
-    row.prepare = [](Arguments arguments) -> Prepared {
+    row.prepare = [name](Arguments arguments) -> Prepared {
         World& w = world();
-        const std::string method = member<Type>(isStatic, std::is_void_v<Jni> ? "Run" : "Get");
-        const std::string sig = std::string("()") + Type::kSig;
+        const Member m = memberOf(name, 7, "Method");
+        const std::string method = m.name + (m.sig == "V" ? "Run" : "Get");
+        const std::string sig = "()" + m.sig;
         Target t{kind == Kind::Nonvirtual ? w.childObj : w.methodsObj, w.methods,
                  isStatic ? mainEnv()->GetStaticMethodID(w.methods, method.c_str(), sig.c_str())
                           : mainEnv()->GetMethodID(w.methods, method.c_str(), sig.c_str())};
@@ -428,7 +410,7 @@ Case callCase(const char* name, const char* callee)
         row.checks.push_back(reporter + ": " + condition);
     }
     if (form == Form::String) {
-        row.checks = row.checks + kConversionResultCheck;
+        row.checks.push_back(kConversionResultCheck);
         const char* kindName = kind == Kind::Virtual ? "" : kind == Kind::Static ? "Static" : "Nonvirtual";
         row.floor = guarded(std::string("Call") + kindName + "ObjectMethodV") + kTextConversion +
                     unguarded("DeleteLocalRef");
@@ -498,19 +480,18 @@ template <ArrayKind kind, typename Element, typename Array, auto F> Case arrayCa
         }
     };
     if constexpr (kind == ArrayKind::New) {
-        row.checks =
-            checksOf(name, {"result != NULL", "length >= 0", "VEN_KS_INT_TO_JSIZE_CONV_OK( length )"});
+        row.checks = {"result != NULL", "length >= 0", "VEN_KS_INT_TO_JSIZE_CONV_OK( length )"};
     } else if constexpr (kind == ArrayKind::Pin) {
         row.cannotFail = "pinning or copying fails only for want of memory (left to the fault sweep)";
-        row.checks = checksOf(name, {"result != NULL", "array != NULL"});
+        row.checks = {"result != NULL", "array != NULL"};
     } else if constexpr (kind == ArrayKind::Release) {
         row.cannotFail = "a release raises nothing";
         row.floor = unguarded(std::string(name).substr(3)); // the JNI function of the same name
-        row.checks = checksOf(
-            name, {"array != NULL", "elems != NULL", "mode == 0 || mode == JNI_COMMIT || mode == JNI_ABORT"});
+        row.checks = {"array != NULL", "elems != NULL",
+                      "mode == 0 || mode == JNI_COMMIT || mode == JNI_ABORT"};
     } else {
-        row.checks = checksOf(name, {"array != NULL", "VEN_KS_INT_TO_JSIZE_CONV_OK( start )",
-                                     "VEN_KS_INT_TO_JSIZE_CONV_OK( len )", "buf != NULL"});
+        row.checks = {"array != NULL", "VEN_KS_INT_TO_JSIZE_CONV_OK( start )",
+                      "VEN_KS_INT_TO_JSIZE_CONV_OK( len )", "buf != NULL"};
     }
     row.delivers = kind == ArrayKind::New ? 1 : 0;
     return row;
@@ -541,7 +522,7 @@ template <typename Char, auto F, auto Unpin> Case stringPinCase(const char* name
                         F, string, [=](const Char* chars) { jni<Unpin>(mainEnv(), string, chars); }, true,
                         arguments.bad(0));
                 },
-            .checks = checksOf(name, {"result != NULL", "string != NULL"}),
+            .checks = {"result != NULL", "string != NULL"},
             .cannotFail = "pinning or copying fails only for want of memory (left to the fault sweep)"};
 }
 
@@ -556,7 +537,7 @@ template <typename Char, auto F, auto Pin, auto Unpin> Case stringReleaseCase(co
                         [=](JNIEnv* e, lgStream* t, const Char* chars) { return F(e, t, string, chars); },
                         [=](const Char* chars) { jni<Unpin>(mainEnv(), string, chars); });
                 },
-            .checks = checksOf(name, {"string != NULL"}),
+            .checks = {"string != NULL"},
             .floor = unguarded(std::string(name).substr(3)),
             .cannotFail = "a release raises nothing"};
 }
@@ -574,7 +555,7 @@ template <typename Char, auto F> Case stringRegionCase(const char* name)
                         return F(e, t, string, start, 2, noBuffer ? nullptr : buffer->data());
                     });
                 },
-            .checks = checksOf(name, {"str != NULL", "buf != NULL"})};
+            .checks = {"str != NULL", "buf != NULL"}};
 }
 
 template <typename Element, typename Array, auto F>
@@ -591,7 +572,7 @@ Case copyCase(const char* name, int slot, const char* typeName)
                         return F(noTarget ? nullptr : target->data(), e, t, array, length);
                     });
                 },
-            .checks = checksOf(name, {"result != NULL", "length >= 0"}) + kArrayLengthCheck,
+            .checks = std::vector<std::string>{"result != NULL", "length >= 0"} + kArrayLengthCheck,
             .floor = guarded("GetArrayLength") + guarded(std::string("Get") + typeName + "ArrayElements") +
                      unguarded(std::string("Release") + typeName + "ArrayElements"),
             .cannotFail = "pinning fails only for want of memory"};
@@ -620,7 +601,7 @@ template <ThrowForm form, auto F> Case throwCase(const char* name, const char* c
     row.cannotFail = "the throw raises by design; only a missing class or memory could fail it";
     // The format form hands format, length and values to the formatter unchecked.
     if constexpr (form == ThrowForm::KsString) {
-        row.checks = checksOf(name, {"msg != ((void *)0)"});
+        row.checks = {"msg != ((void *)0)"};
     } else if constexpr (form != ThrowForm::Format) {
         row.checks = {"venThrowNew: message != NULL"};
     }
@@ -641,7 +622,7 @@ template <auto F> Case lookupCase(const char* name, const char* member, const ch
                     return resultCall(F, arguments.bad(0), clazz, memberName,
                                       arguments.bad(3) ? nullptr : sig);
                 },
-            .checks = checksOf(name, {"result != NULL", "clazz != NULL", "name != NULL", "sig != NULL"})};
+            .checks = {"result != NULL", "clazz != NULL", "name != NULL", "sig != NULL"}};
 }
 
 } // namespace
@@ -747,7 +728,7 @@ std::vector<Case> oneOffs()
                  return resultCall(venFindClass, a.bad(0),
                                    byVariant<const char*>(a, "fixtures/Fields", "no/such/Class", nullptr));
              },
-         .checks = checksOf("venFindClass", {"result != NULL", "name != NULL"}),
+         .checks = {"result != NULL", "name != NULL"},
          .delivers = 1},
         {.name = "venAllocObject",
          .prepare =
@@ -755,7 +736,7 @@ std::vector<Case> oneOffs()
                  return resultCall(venAllocObject, a.bad(0),
                                    byVariant<jclass>(a, w.fields, w.collection, nullptr));
              },
-         .checks = checksOf("venAllocObject", {"result != NULL", "clazz != NULL"}),
+         .checks = {"result != NULL", "clazz != NULL"},
          .delivers = 1},
         {.name = "venNewObject",
          .prepare =
@@ -768,14 +749,14 @@ std::vector<Case> oneOffs()
                      return venNewObject(r, e, t, clazz, init, w.text);
                  });
              },
-         .checks = checksOf("venNewObject", {"result != NULL", "clazz != NULL", "methodID != NULL"}),
+         .checks = {"result != NULL", "clazz != NULL", "methodID != NULL"},
          .delivers = 1},
         {.name = "venGetObjectClass",
          .prepare =
              [&w](Arguments a) {
                  return resultCall(venGetObjectClass, a.bad(0), a.bad(1) ? nullptr : w.fieldsObj);
              },
-         .checks = checksOf("venGetObjectClass", {"result != NULL", "obj != NULL"}),
+         .checks = {"result != NULL", "obj != NULL"},
          .cannotFail = "the class of an object is always there",
          .delivers = 1},
         {.name = "venIsInstanceOf",
@@ -783,11 +764,11 @@ std::vector<Case> oneOffs()
              [&w](Arguments a) {
                  return resultCall(venIsInstanceOf, a.bad(0), w.text, a.bad(1) ? nullptr : w.object);
              },
-         .checks = checksOf("venIsInstanceOf", {"result != NULL", "clazz != NULL"}),
+         .checks = {"result != NULL", "clazz != NULL"},
          .cannotFail = "an instance test raises nothing"},
         {.name = "venGetVersion",
          .prepare = [](Arguments a) { return resultCall(venGetVersion, a.bad(0)); },
-         .checks = checksOf("venGetVersion", {"result != NULL"}),
+         .checks = {"result != NULL"},
          .floor = unguarded("GetVersion"), // a direct call
          .cannotFail = "the version raises nothing",
          .successWarns = "ven___GetVersion is a direct call: it neither clears nor sets aside the "
@@ -799,7 +780,7 @@ std::vector<Case> oneOffs()
                      venNewGlobalRef, [](jobject ref) { mainEnv()->DeleteGlobalRef(ref); }, a.bad(0),
                      a.bad(1) ? nullptr : w.text);
              },
-         .checks = checksOf("venNewGlobalRef", {"result != NULL", "obj != NULL"}),
+         .checks = {"result != NULL", "obj != NULL"},
          .cannotFail = "a new global reference fails only for want of memory"},
         {.name = "venNewWeakGlobalRef",
          .prepare =
@@ -808,11 +789,11 @@ std::vector<Case> oneOffs()
                      venNewWeakGlobalRef, [](jweak ref) { mainEnv()->DeleteWeakGlobalRef(ref); }, a.bad(0),
                      a.bad(1) ? nullptr : w.text);
              },
-         .checks = checksOf("venNewWeakGlobalRef", {"result != NULL", "obj != NULL"}),
+         .checks = {"result != NULL", "obj != NULL"},
          .cannotFail = "a new weak global reference fails only for want of memory"},
         {.name = "venEnsureLocalCapacity",
          .prepare = [](Arguments a) { return call(venEnsureLocalCapacity, a.bad(0) ? -1 : 8); },
-         .checks = checksOf("venEnsureLocalCapacity", {"capacity >= 0"}),
+         .checks = {"capacity >= 0"},
          .cannotFail = bySize,
          .untracedFailure = "a refused capacity is reported by the result alone"},
         {.name = "venPushLocalFrame",
@@ -821,7 +802,7 @@ std::vector<Case> oneOffs()
                  return undoing(call(venPushLocalFrame, a.bad(0) ? -1 : 8),
                                 [] { mainEnv()->PopLocalFrame(nullptr); });
              },
-         .checks = checksOf("venPushLocalFrame", {"capacity >= 0"}),
+         .checks = {"capacity >= 0"},
          .cannotFail = bySize,
          .untracedFailure = "a refused frame is reported by the result alone"},
         {.name = "venRegisterNatives",
@@ -839,10 +820,10 @@ std::vector<Case> oneOffs()
                  p.cleanup = [&w] { mainEnv()->UnregisterNatives(w.natives); };
                  return p;
              },
-         .checks = checksOf("venRegisterNatives", {"clazz != NULL", "methods != NULL", "nMethods >= 0"})},
+         .checks = {"clazz != NULL", "methods != NULL", "nMethods >= 0"}},
         {.name = "venUnregisterNatives",
          .prepare = [&w](Arguments a) { return call(venUnregisterNatives, a.bad(0) ? nullptr : w.natives); },
-         .checks = checksOf("venUnregisterNatives", {"clazz != NULL"}),
+         .checks = {"clazz != NULL"},
          .cannotFail = "unregistering raises nothing"},
         {.name = "venMonitorEnter",
          .prepare =
@@ -850,7 +831,7 @@ std::vector<Case> oneOffs()
                  jobject obj = a.bad(0) ? nullptr : w.fieldsObj;
                  return undoing(call(venMonitorEnter, obj), [=] { mainEnv()->MonitorExit(obj); });
              },
-         .checks = checksOf("venMonitorEnter", {"obj != NULL"}),
+         .checks = {"obj != NULL"},
          .cannotFail = "entering a monitor fails only for want of memory"},
         {.name = "venMonitorLeave",
          .prepare =
@@ -861,7 +842,7 @@ std::vector<Case> oneOffs()
                      [](JNIEnv* e, lgStream* t, jobject held) { return venMonitorLeave(e, t, held); },
                      [](jobject held) { mainEnv()->MonitorExit(held); });
              },
-         .checks = checksOf("venMonitorLeave", {"obj != NULL"}),
+         .checks = {"obj != NULL"},
          .floor = unguarded("MonitorExit"),
          .cannotFail = "the wrapper stops the process when leaving fails (left to the fault sweep)"},
         {.name = "venThrow",
@@ -870,7 +851,7 @@ std::vector<Case> oneOffs()
                  jobject thrown = a.bad(0) ? nullptr : mainEnv()->NewLocalRef(w.toStringThrowsObj);
                  return call(venThrow, static_cast<jthrowable>(thrown), "sweep");
              },
-         .checks = checksOf("venThrow", {"throwable != NULL"}),
+         .checks = {"throwable != NULL"},
          .cannotFail = "the throw raises by design",
          .onSuccess = OnSuccess::Rethrows,
          .thrown = "fixtures/ToStringThrows"},
@@ -880,7 +861,7 @@ std::vector<Case> oneOffs()
                  return call(venThrowNew, a.bad(0) ? nullptr : w.fixtureException,
                              a.bad(1) ? nullptr : "thrown", "sweep");
              },
-         .checks = checksOf("venThrowNew", {"clazz != NULL", "message != NULL"}),
+         .checks = {"clazz != NULL", "message != NULL"},
          .cannotFail = "the throw raises by design",
          .onSuccess = OnSuccess::Throws,
          .thrown = "fixtures/FixtureException"},
@@ -892,14 +873,14 @@ std::vector<Case> oneOffs()
                  const KS_INT length = a.bad(2) ? -1 : a.bad(3) ? kBeyondJint : 2;
                  return resultCall(venNewString, a.bad(0), a.bad(1) ? nullptr : units, length);
              },
-         .checks = checksOf("venNewString", {"result != NULL", "unicodeChars != NULL || len == 0", "len >= 0",
-                                             "VEN_KS_INT_TO_JSIZE_CONV_OK( len )"}),
+         .checks = {"result != NULL", "unicodeChars != NULL || len == 0", "len >= 0",
+                    "VEN_KS_INT_TO_JSIZE_CONV_OK( len )"},
          .cannotFail = "a new string fails only for want of memory",
          .delivers = 1},
         {.name = "venNewStringUTF",
          .prepare =
              [](Arguments a) { return resultCall(venNewStringUTF, a.bad(0), a.bad(1) ? nullptr : "text"); },
-         .checks = checksOf("venNewStringUTF", {"result != NULL", "bytes != NULL"}),
+         .checks = {"result != NULL", "bytes != NULL"},
          .cannotFail = "a new string fails only for want of memory",
          .delivers = 1},
         {.name = "venGetArrayLength",
@@ -907,7 +888,7 @@ std::vector<Case> oneOffs()
              [&w](Arguments a) {
                  return resultCall(venGetArrayLength, a.bad(0), a.bad(1) ? nullptr : w.arrays[4]);
              },
-         .checks = checksOf("venGetArrayLength", {"result != NULL", "array != NULL"}),
+         .checks = {"result != NULL", "array != NULL"},
          .cannotFail = "the length of an array raises nothing"},
         {.name = "venNewObjectArray",
          .prepare =
@@ -916,9 +897,8 @@ std::vector<Case> oneOffs()
                  return resultCall(venNewObjectArray, a.bad(0), length, a.bad(3) ? nullptr : w.object,
                                    w.text);
              },
-         .checks =
-             checksOf("venNewObjectArray", {"result != NULL", "length >= 0",
-                                            "VEN_KS_INT_TO_JSIZE_CONV_OK( length )", "elementClass != NULL"}),
+         .checks = {"result != NULL", "length >= 0", "VEN_KS_INT_TO_JSIZE_CONV_OK( length )",
+                    "elementClass != NULL"},
          .delivers = 1},
         {.name = "venSetObjectArrayElement",
          .prepare =
@@ -926,8 +906,7 @@ std::vector<Case> oneOffs()
                  return call(venSetObjectArrayElement, a.bad(0) ? nullptr : w.objectArray,
                              byVariant<KS_INT>(a, 1, 10, kBeyondJint), w.text);
              },
-         .checks =
-             checksOf("venSetObjectArrayElement", {"array != NULL", "VEN_KS_INT_TO_JSIZE_CONV_OK( index )"})},
+         .checks = {"array != NULL", "VEN_KS_INT_TO_JSIZE_CONV_OK( index )"}},
         {.name = "venGetPrimitiveArrayCritical",
          .prepare =
              [&w](Arguments a) {
@@ -939,7 +918,7 @@ std::vector<Case> oneOffs()
                      },
                      false, a.bad(0));
              },
-         .checks = checksOf("venGetPrimitiveArrayCritical", {"result != NULL", "array != NULL"}),
+         .checks = {"result != NULL", "array != NULL"},
          .cannotFail = "pinning fails only for want of memory (left to the fault sweep)"},
         {.name = "venReleasePrimitiveArrayCritical",
          .prepare =
@@ -955,9 +934,8 @@ std::vector<Case> oneOffs()
                      },
                      [=](void* p) { mainEnv()->ReleasePrimitiveArrayCritical(array, p, JNI_ABORT); });
              },
-         .checks = checksOf(
-             "venReleasePrimitiveArrayCritical",
-             {"array != NULL", "carray != NULL", "mode == 0 || mode == JNI_COMMIT || mode == JNI_ABORT"}),
+         .checks = {"array != NULL", "carray != NULL",
+                    "mode == 0 || mode == JNI_COMMIT || mode == JNI_ABORT"},
          .floor = unguarded("ReleasePrimitiveArrayCritical"),
          .cannotFail = "a release raises nothing"},
 
@@ -987,7 +965,7 @@ std::vector<Case> oneOffs()
                      return resultCall(venNewStringArrayFromKsVector, a.bad(0), vec);
                  });
              },
-         .checks = checksOf("venNewStringArrayFromKsVector", {"result != NULL", "vec != NULL"}),
+         .checks = {"result != NULL", "vec != NULL"},
          .floor = {"ExceptionCheck", "FindClass", "NewObjectArray", "NewString", "SetObjectArrayElement",
                    "ExceptionCheck", "DeleteLocalRef", "NewString", "SetObjectArrayElement", "ExceptionCheck",
                    "DeleteLocalRef", "DeleteLocalRef"},
@@ -1001,7 +979,7 @@ std::vector<Case> oneOffs()
                                              return resultCall(venNewByteArrayFromBuffer, a.bad(0), buffer);
                                          });
              },
-         .checks = checksOf("venNewByteArray", {"result != NULL", "buffer != NULL"}),
+         .checks = {"venNewByteArray: result != NULL", "venNewByteArray: buffer != NULL"},
          .floor = guarded("NewByteArray") + guarded("SetByteArrayRegion"),
          .cannotFail = "the array fails only for want of memory",
          .delivers = 1,
@@ -1053,7 +1031,7 @@ std::vector<Case> oneOffs()
                                    : a == Fail ? w.toStringThrowsObj
                                                : w.fieldsObj);
              },
-         .checks = checksOf("venObjectToString", {"result != ((void *)0)", "obj != ((void *)0)"}),
+         .checks = {"result != ((void *)0)", "obj != ((void *)0)"},
          .floor = guarded("GetObjectClass") + guarded("GetMethodID") + guarded("CallObjectMethodV") +
                   kTextConversion + unguarded("DeleteLocalRef") + unguarded("DeleteLocalRef"),
          .blocks = 1},
@@ -1122,7 +1100,7 @@ std::vector<Case> oneOffs()
                                    : a == Fail ? w.object
                                                : w.color);
              },
-         .checks = checksOf("venEnumSetNoneOf", {"result != ((void *)0)", "elementType != ((void *)0)"}),
+         .checks = {"result != ((void *)0)", "elementType != ((void *)0)"},
          .floor = throughClass("FindClass", "GetStaticMethodID", "CallStaticObjectMethodV"),
          .delivers = 1},
         {.name = "venStringToKsString",
@@ -1175,7 +1153,7 @@ template <auto F> Case stringLengthCase(const char* name)
 {
     return {.name = name,
             .prepare = [](Arguments a) { return resultCall(F, a.bad(0), textUnlessBad(a.bad(1))); },
-            .checks = checksOf(name, {"result != NULL", "string != NULL"}),
+            .checks = {"result != NULL", "string != NULL"},
             .cannotFail = "the length of a string raises nothing"};
 }
 
@@ -1202,11 +1180,11 @@ std::vector<Case> allCases()
 #define SWEEP_RANGE_ShortRange "VEN_KS_INT_TO_JSHORT_CONV_OK( value )"
 #define SWEEP_RANGE_IntRange "VEN_KS_INT_TO_JINT_CONV_OK( value )"
 #define SWEEP_FIELD(kind, name, callee, target, Ven, Jni, Range)                                             \
-    cases.push_back(fieldCase<FieldKind::kind, SWEEP_TARGET_##target, Ven, Jni, name>(#name, #callee,        \
-                                                                                      SWEEP_RANGE_##Range));
+    cases.push_back(                                                                                         \
+        fieldCase<FieldKind::kind, SWEEP_TARGET_##target, Ven, name>(#name, #callee, SWEEP_RANGE_##Range));
     VEN_FIELD_FUNCTIONS(SWEEP_FIELD)
 #define SWEEP_CALL(form, kind, name, callee, Ven, Jni)                                                       \
-    cases.push_back(callCase<Form::form, Kind::kind, Ven, Jni, name>(#name, #callee));
+    cases.push_back(callCase<Form::form, Kind::kind, Ven, name>(#name, #callee));
     VEN_CALL_FUNCTIONS(SWEEP_CALL)
 #define SWEEP_ARRAY(kind, name, wrapper, Element, Array)                                                     \
     cases.push_back(arrayCase<ArrayKind::kind, Element, Array, name>(#name));
@@ -1244,6 +1222,12 @@ std::vector<Case> allCases()
     cases.push_back(lookupCase<venGetMethodID>("venGetMethodID", "intGet", "()I", false));
     cases.push_back(lookupCase<venGetStaticMethodID>("venGetStaticMethodID", "staticIntGet", "()I", false));
     std::ranges::move(oneOffs(), std::back_inserter(cases));
+    // A check without its reporter's name is the function's own.
+    for (Case& row : cases) {
+        for (std::string& check : row.checks) {
+            check = check.starts_with("ven") ? check : row.name + ": " + check;
+        }
+    }
     return cases;
 }
 
