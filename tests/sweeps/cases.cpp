@@ -192,8 +192,6 @@ Member memberOf(std::string_view function, std::size_t prefix, std::string_view 
                                                          : type.substr(0, 1)};
 }
 
-// ---- Fields -------------------------------------------------------------------------------
-
 enum class FieldKind { Get, Set, GetString, SetString };
 
 // A value the writer accepts, or one beyond its range test.
@@ -225,9 +223,10 @@ std::vector<std::string> guarded(const std::string& call)
     return {"ExceptionOccurred", call, "ExceptionCheck"};
 }
 
-std::vector<std::string> unguarded(const std::string& call)
+std::vector<std::string> operator+(std::vector<std::string> first, const std::string& unguarded)
 {
-    return {call};
+    first.push_back(unguarded);
+    return first;
 }
 
 const std::vector<std::string> kTextConversion = {"ExceptionCheck", "GetStringLength", "ExceptionCheck",
@@ -238,7 +237,7 @@ const std::vector<std::string> kLongTextConversion = {"ExceptionCheck", "GetStri
 // The class found, a method looked up on it and called, the class let go.
 std::vector<std::string> throughClass(const char* classCall, const char* lookUp, const char* call)
 {
-    return guarded(classCall) + guarded(lookUp) + guarded(call) + unguarded("DeleteLocalRef");
+    return guarded(classCall) + guarded(lookUp) + guarded(call) + "DeleteLocalRef";
 }
 
 template <FieldKind kind, typename Target, typename Ven, auto F>
@@ -300,11 +299,11 @@ Case fieldCase(const char* name, const char* callee, const char* rangeCondition)
     const std::string objectMember = isStatic ? "StaticObjectField" : "ObjectField";
     if constexpr (kind == FieldKind::GetString) {
         row.floor = guarded("Get" + objectMember) + (isStatic ? kTextConversion : kLongTextConversion) +
-                    unguarded("DeleteLocalRef");
+                    "DeleteLocalRef";
         row.blocks = 1;
     } else if constexpr (kind == FieldKind::SetString) {
-        row.floor = unguarded("ExceptionCheck") + unguarded("NewString") + guarded("Set" + objectMember) +
-                    unguarded("DeleteLocalRef");
+        row.floor = std::vector<std::string>{"ExceptionCheck", "NewString"} + guarded("Set" + objectMember) +
+                    "DeleteLocalRef";
     }
     if constexpr (kind != FieldKind::GetString) {
         row.cannotFail = text ? "the text of a ksString always makes a Java string but for want of memory"
@@ -315,8 +314,6 @@ Case fieldCase(const char* name, const char* callee, const char* rangeCondition)
     row.delivers = kind == FieldKind::Get && std::is_same_v<Ven, jobject> ? 1 : 0;
     return row;
 }
-
-// ---- Calls --------------------------------------------------------------------------------
 
 enum class Form { Void, Value, VaList, String };
 enum class Kind { Virtual, Nonvirtual, Static };
@@ -412,15 +409,13 @@ template <Form form, Kind kind, typename Ven, auto F> Case callCase(const char* 
     if (form == Form::String) {
         row.checks.push_back(kConversionResultCheck);
         const char* kindName = kind == Kind::Virtual ? "" : kind == Kind::Static ? "Static" : "Nonvirtual";
-        row.floor = guarded(std::string("Call") + kindName + "ObjectMethodV") + kTextConversion +
-                    unguarded("DeleteLocalRef");
+        row.floor =
+            guarded(std::string("Call") + kindName + "ObjectMethodV") + kTextConversion + "DeleteLocalRef";
         row.blocks = 1;
     }
     row.delivers = std::is_same_v<Ven, jobject> ? 1 : 0;
     return row;
 }
-
-// ---- Arrays -------------------------------------------------------------------------------
 
 enum class ArrayKind { New, Pin, Release, GetRegion, SetRegion };
 
@@ -486,7 +481,7 @@ template <ArrayKind kind, typename Element, typename Array, auto F> Case arrayCa
         row.checks = {"result != NULL", "array != NULL"};
     } else if constexpr (kind == ArrayKind::Release) {
         row.cannotFail = "a release raises nothing";
-        row.floor = unguarded(std::string(name).substr(3)); // the JNI function of the same name
+        row.floor = {std::string(name).substr(3)}; // the JNI function of the same name
         row.checks = {"array != NULL", "elems != NULL",
                       "mode == 0 || mode == JNI_COMMIT || mode == JNI_ABORT"};
     } else {
@@ -496,8 +491,6 @@ template <ArrayKind kind, typename Element, typename Array, auto F> Case arrayCa
     row.delivers = kind == ArrayKind::New ? 1 : 0;
     return row;
 }
-
-// ---- Strings and class units --------------------------------------------------------------
 
 // The JNI pair of each pinning wrapper.
 #define SWEEP_UNPIN_ven___GetStringChars &Entry::ReleaseStringChars
@@ -538,7 +531,7 @@ template <typename Char, auto F, auto Pin, auto Unpin> Case stringReleaseCase(co
                         [=](const Char* chars) { jni<Unpin>(mainEnv(), string, chars); });
                 },
             .checks = {"string != NULL"},
-            .floor = unguarded(std::string(name).substr(3)),
+            .floor = {std::string(name).substr(3)},
             .cannotFail = "a release raises nothing"};
 }
 
@@ -574,7 +567,7 @@ Case copyCase(const char* name, int slot, const char* typeName)
                 },
             .checks = std::vector<std::string>{"result != NULL", "length >= 0"} + kArrayLengthCheck,
             .floor = guarded("GetArrayLength") + guarded(std::string("Get") + typeName + "ArrayElements") +
-                     unguarded(std::string("Release") + typeName + "ArrayElements"),
+                     ("Release" + std::string(typeName) + "ArrayElements"),
             .cannotFail = "pinning fails only for want of memory"};
 }
 
@@ -626,8 +619,6 @@ template <auto F> Case lookupCase(const char* name, const char* member, const ch
 }
 
 } // namespace
-
-// ---- The world ------------------------------------------------------------------------------
 
 template <typename... Element> void makeArrays(World& w)
 {
@@ -692,7 +683,6 @@ jint JNICALL answer(JNIEnv*, jclass)
     return 42;
 }
 
-// A trace function, run with E1 pending: it describes and keeps what is pending.
 // A trace function, run with E1 pending: it describes and keeps what is pending. A missing
 // argument is reported in the stream, raising nothing.
 Case traceCase(const char* name, std::function<KS_BOOL(JNIEnv*, lgStream*)> trace)
@@ -721,7 +711,6 @@ std::vector<Case> oneOffs()
     static const jchar units[] = {'a', 0x4e2d};
     static const double source[] = {1.5, 2.5};
     return {
-        // Class lookup, objects, references, frames, natives, monitors.
         {.name = "venFindClass",
          .prepare =
              [](Arguments a) {
@@ -769,7 +758,7 @@ std::vector<Case> oneOffs()
         {.name = "venGetVersion",
          .prepare = [](Arguments a) { return resultCall(venGetVersion, a.bad(0)); },
          .checks = {"result != NULL"},
-         .floor = unguarded("GetVersion"), // a direct call
+         .floor = {"GetVersion"}, // a direct call
          .cannotFail = "the version raises nothing",
          .successWarns = "ven___GetVersion is a direct call: it neither clears nor sets aside the "
                          "pending exception"},
@@ -843,7 +832,7 @@ std::vector<Case> oneOffs()
                      [](jobject held) { mainEnv()->MonitorExit(held); });
              },
          .checks = {"obj != NULL"},
-         .floor = unguarded("MonitorExit"),
+         .floor = {"MonitorExit"},
          .cannotFail = "the wrapper stops the process when leaving fails (left to the fault sweep)"},
         {.name = "venThrow",
          .prepare =
@@ -866,7 +855,6 @@ std::vector<Case> oneOffs()
          .onSuccess = OnSuccess::Throws,
          .thrown = "fixtures/FixtureException"},
 
-        // Strings and arrays outside the families.
         {.name = "venNewString",
          .prepare =
              [](Arguments a) {
@@ -936,10 +924,9 @@ std::vector<Case> oneOffs()
              },
          .checks = {"array != NULL", "carray != NULL",
                     "mode == 0 || mode == JNI_COMMIT || mode == JNI_ABORT"},
-         .floor = unguarded("ReleasePrimitiveArrayCritical"),
+         .floor = {"ReleasePrimitiveArrayCritical"},
          .cannotFail = "a release raises nothing"},
 
-        // Trace functions: they describe, never change what is pending.
         traceCase("venTraceException",
                   [&w](JNIEnv* e, lgStream* t) { return venTraceException(e, t, w.e1, KS_TRUE, "sweep"); }),
         traceCase("venTraceExceptionOccurred",
@@ -951,7 +938,6 @@ std::vector<Case> oneOffs()
             "venTraceErrorOrRuntimeExceptionOccurred",
             [](JNIEnv* e, lgStream* t) { return venTraceErrorOrRuntimeExceptionOccurred(e, t, "sweep"); }),
 
-        // Bridges.
         {.name = "venNewStringArrayFromKsVector",
          .prepare =
              [](Arguments a) {
@@ -994,8 +980,8 @@ std::vector<Case> oneOffs()
              },
          .checks = {"venNewDoubleArrayOf: source != NULL", "venNewDoubleArray: result != NULL",
                     "venNewDoubleArray: length >= 0"},
-         .floor = guarded("NewDoubleArray") + guarded("GetDoubleArrayElements") +
-                  unguarded("ReleaseDoubleArrayElements"),
+         .floor =
+             guarded("NewDoubleArray") + guarded("GetDoubleArrayElements") + "ReleaseDoubleArrayElements",
          .delivers = 1,
          .keepsOnFailure = "a failed pin leaves the new array in *result"},
         {.name = "venGetByteArrayRegionAsBuffer",
@@ -1017,12 +1003,11 @@ std::vector<Case> oneOffs()
              },
          .checks = std::vector<std::string>{"venArrayToKsBuffer: result != ((void *)0)"} + kArrayLengthCheck,
          .floor = guarded("GetArrayLength") + guarded("GetPrimitiveArrayCritical") +
-                  unguarded("ReleasePrimitiveArrayCritical"),
+                  "ReleasePrimitiveArrayCritical",
          .cannotFail = "pinning fails only for want of memory"},
         copyCase<KS_INT, jintArray, venCopyIntArrayElements>("venCopyIntArrayElements", 4, "Int"),
         copyCase<double, jdoubleArray, venCopyDoubleArrayElements>("venCopyDoubleArrayElements", 7, "Double"),
 
-        // Class support beyond lookups, instance tests and throws.
         {.name = "venObjectToString",
          .prepare =
              [&w](Arguments a) {
@@ -1033,7 +1018,7 @@ std::vector<Case> oneOffs()
              },
          .checks = {"result != ((void *)0)", "obj != ((void *)0)"},
          .floor = guarded("GetObjectClass") + guarded("GetMethodID") + guarded("CallObjectMethodV") +
-                  kTextConversion + unguarded("DeleteLocalRef") + unguarded("DeleteLocalRef"),
+                  kTextConversion + "DeleteLocalRef" + "DeleteLocalRef",
          .blocks = 1},
         {.name = "venArrayListNew",
          .prepare = [](Arguments a) { return resultCall(venArrayListNew, a.bad(0)); },
@@ -1145,7 +1130,7 @@ void classUnitCases(std::vector<Case>& cases, const char* getClass, const char* 
     cases.push_back({.name = isInstance,
                      .prepare = [](Arguments a) { return resultCall(IsInstance, a.bad(0), world().text); },
                      .checks = {"venIsInstanceOf: result != NULL"},
-                     .floor = guarded("FindClass") + guarded("IsInstanceOf") + unguarded("DeleteLocalRef"),
+                     .floor = guarded("FindClass") + guarded("IsInstanceOf") + "DeleteLocalRef",
                      .cannotFail = "an instance test raises nothing"});
 }
 
