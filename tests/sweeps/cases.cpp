@@ -311,7 +311,6 @@ Case fieldCase(const char* name, const char* callee, const char* rangeCondition)
     } else {
         row.failThrowsNew = "an ill-formed text is reported as an AssertionError thrown through ThrowNew";
     }
-    row.delivers = kind == FieldKind::Get && std::is_same_v<Ven, jobject> ? 1 : 0;
     return row;
 }
 
@@ -413,7 +412,6 @@ template <Form form, Kind kind, typename Ven, auto F> Case callCase(const char* 
             guarded(std::string("Call") + kindName + "ObjectMethodV") + kTextConversion + "DeleteLocalRef";
         row.blocks = 1;
     }
-    row.delivers = std::is_same_v<Ven, jobject> ? 1 : 0;
     return row;
 }
 
@@ -488,7 +486,6 @@ template <ArrayKind kind, typename Element, typename Array, auto F> Case arrayCa
         row.checks = {"array != NULL", "VEN_KS_INT_TO_JSIZE_CONV_OK( start )",
                       "VEN_KS_INT_TO_JSIZE_CONV_OK( len )", "buf != NULL"};
     }
-    row.delivers = kind == ArrayKind::New ? 1 : 0;
     return row;
 }
 
@@ -717,16 +714,14 @@ std::vector<Case> oneOffs()
                  return resultCall(venFindClass, a.bad(0),
                                    byVariant<const char*>(a, "fixtures/Fields", "no/such/Class", nullptr));
              },
-         .checks = {"result != NULL", "name != NULL"},
-         .delivers = 1},
+         .checks = {"result != NULL", "name != NULL"}},
         {.name = "venAllocObject",
          .prepare =
              [&w](Arguments a) {
                  return resultCall(venAllocObject, a.bad(0),
                                    byVariant<jclass>(a, w.fields, w.collection, nullptr));
              },
-         .checks = {"result != NULL", "clazz != NULL"},
-         .delivers = 1},
+         .checks = {"result != NULL", "clazz != NULL"}},
         {.name = "venNewObject",
          .prepare =
              [&w](Arguments a) {
@@ -738,16 +733,14 @@ std::vector<Case> oneOffs()
                      return venNewObject(r, e, t, clazz, init, w.text);
                  });
              },
-         .checks = {"result != NULL", "clazz != NULL", "methodID != NULL"},
-         .delivers = 1},
+         .checks = {"result != NULL", "clazz != NULL", "methodID != NULL"}},
         {.name = "venGetObjectClass",
          .prepare =
              [&w](Arguments a) {
                  return resultCall(venGetObjectClass, a.bad(0), a.bad(1) ? nullptr : w.fieldsObj);
              },
          .checks = {"result != NULL", "obj != NULL"},
-         .cannotFail = "the class of an object is always there",
-         .delivers = 1},
+         .cannotFail = "the class of an object is always there"},
         {.name = "venIsInstanceOf",
          .prepare =
              [&w](Arguments a) {
@@ -863,14 +856,12 @@ std::vector<Case> oneOffs()
              },
          .checks = {"result != NULL", "unicodeChars != NULL || len == 0", "len >= 0",
                     "VEN_KS_INT_TO_JSIZE_CONV_OK( len )"},
-         .cannotFail = "a new string fails only for want of memory",
-         .delivers = 1},
+         .cannotFail = "a new string fails only for want of memory"},
         {.name = "venNewStringUTF",
          .prepare =
              [](Arguments a) { return resultCall(venNewStringUTF, a.bad(0), a.bad(1) ? nullptr : "text"); },
          .checks = {"result != NULL", "bytes != NULL"},
-         .cannotFail = "a new string fails only for want of memory",
-         .delivers = 1},
+         .cannotFail = "a new string fails only for want of memory"},
         {.name = "venGetArrayLength",
          .prepare =
              [&w](Arguments a) {
@@ -886,8 +877,7 @@ std::vector<Case> oneOffs()
                                    w.text);
              },
          .checks = {"result != NULL", "length >= 0", "VEN_KS_INT_TO_JSIZE_CONV_OK( length )",
-                    "elementClass != NULL"},
-         .delivers = 1},
+                    "elementClass != NULL"}},
         {.name = "venSetObjectArrayElement",
          .prepare =
              [&w](Arguments a) {
@@ -955,8 +945,7 @@ std::vector<Case> oneOffs()
          .floor = {"ExceptionCheck", "FindClass", "NewObjectArray", "NewString", "SetObjectArrayElement",
                    "ExceptionCheck", "DeleteLocalRef", "NewString", "SetObjectArrayElement", "ExceptionCheck",
                    "DeleteLocalRef", "DeleteLocalRef"},
-         .cannotFail = "the strings and the array fail only for want of memory",
-         .delivers = 1},
+         .cannotFail = "the strings and the array fail only for want of memory"},
         {.name = "venNewByteArrayFromBuffer",
          .prepare =
              [](Arguments a) {
@@ -968,7 +957,6 @@ std::vector<Case> oneOffs()
          .checks = {"venNewByteArray: result != NULL", "venNewByteArray: buffer != NULL"},
          .floor = guarded("NewByteArray") + guarded("SetByteArrayRegion"),
          .cannotFail = "the array fails only for want of memory",
-         .delivers = 1,
          .keepsOnFailure = "a failed copy leaves the new array in *result"},
         {.name = "venNewDoubleArrayOf",
          .prepare =
@@ -982,7 +970,6 @@ std::vector<Case> oneOffs()
                     "venNewDoubleArray: length >= 0"},
          .floor =
              guarded("NewDoubleArray") + guarded("GetDoubleArrayElements") + "ReleaseDoubleArrayElements",
-         .delivers = 1,
          .keepsOnFailure = "a failed pin leaves the new array in *result"},
         {.name = "venGetByteArrayRegionAsBuffer",
          .prepare =
@@ -1024,8 +1011,7 @@ std::vector<Case> oneOffs()
          .prepare = [](Arguments a) { return resultCall(venArrayListNew, a.bad(0)); },
          .checks = {"venNewObject: result != NULL"},
          .floor = throughClass("FindClass", "GetMethodID", "NewObjectV"),
-         .cannotFail = "a new list fails only for want of memory",
-         .delivers = 1},
+         .cannotFail = "a new list fails only for want of memory"},
         {.name = "venArrayListGet",
          .prepare =
              [&w](Arguments a) {
@@ -1041,8 +1027,7 @@ std::vector<Case> oneOffs()
               "(KS_INT)((KS_INT)(-2147483648LL)) && (KS_INT)(index) <= (KS_INT)((KS_INT)(2147483647LL)) : "
               "((KS_BOOL)1) )",
               "venCallObjectMethod: result != NULL"},
-         .floor = throughClass("FindClass", "GetMethodID", "CallObjectMethodV"),
-         .delivers = 1},
+         .floor = throughClass("FindClass", "GetMethodID", "CallObjectMethodV")},
         {.name = "venArrayListSize",
          .prepare =
              [&w](Arguments a) {
@@ -1086,8 +1071,7 @@ std::vector<Case> oneOffs()
                                                : w.color);
              },
          .checks = {"result != ((void *)0)", "elementType != ((void *)0)"},
-         .floor = throughClass("FindClass", "GetStaticMethodID", "CallStaticObjectMethodV"),
-         .delivers = 1},
+         .floor = throughClass("FindClass", "GetStaticMethodID", "CallStaticObjectMethodV")},
         {.name = "venStringToKsString",
          .prepare =
              [&w](Arguments a) {
@@ -1106,8 +1090,7 @@ std::vector<Case> oneOffs()
              },
          .checks = {"venStringFromKsString: result != ((void *)0)"},
          .floor = {"ExceptionCheck", "NewString"},
-         .cannotFail = "a new string fails only for want of memory",
-         .delivers = 1},
+         .cannotFail = "a new string fails only for want of memory"},
     };
 }
 
@@ -1125,8 +1108,7 @@ void classUnitCases(std::vector<Case>& cases, const char* getClass, const char* 
                      .prepare = [](Arguments a) { return resultCall(GetClass, a.bad(0)); },
                      .checks = {ownCheck ? std::string(getClass) + ": result != ((void *)0)"
                                          : "venFindClass: result != NULL"},
-                     .cannotFail = "the unit's class is always there",
-                     .delivers = 1});
+                     .cannotFail = "the unit's class is always there"});
     cases.push_back({.name = isInstance,
                      .prepare = [](Arguments a) { return resultCall(IsInstance, a.bad(0), world().text); },
                      .checks = {"venIsInstanceOf: result != NULL"},
@@ -1149,8 +1131,7 @@ template <typename Ven, auto F> Case boxingCase(const char* name)
             .prepare = [](Arguments a) { return resultCall(F, a.bad(0), Ven{1}); },
             .checks = {"venCallStaticObjectMethod: result != NULL"},
             .floor = throughClass("FindClass", "GetStaticMethodID", "CallStaticObjectMethodV"),
-            .cannotFail = "boxing fails only for want of memory",
-            .delivers = 1};
+            .cannotFail = "boxing fails only for want of memory"};
 }
 
 } // namespace
