@@ -137,21 +137,6 @@ Prepared releasing(Elements held, std::type_identity_t<Elements> otherwise,
         });
 }
 
-// A new reference in *result, deleted by undo at cleanup.
-template <typename T, typename... P, typename... A>
-Prepared holding(KS_BOOL (*f)(T*, JNIEnv*, lgStream*, P...), std::type_identity_t<void (*)(T)> undo,
-                 bool nullResult, A... args)
-{
-    auto held = std::make_shared<T>();
-    return actOnly(
-        [=](JNIEnv* e, lgStream* t) { return f(nullResult ? nullptr : held.get(), e, t, args...); },
-        [=] {
-            if (*held != nullptr) {
-                undo(*held);
-            }
-        });
-}
-
 // p, with undo run at cleanup if it succeeded (an entered monitor, a pushed frame).
 Prepared undoing(Prepared p, std::function<void()> undo)
 {
@@ -698,6 +683,26 @@ Case traceCase(const char* name, std::function<KS_BOOL(JNIEnv*, lgStream*)> trac
             .onSuccess = OnSuccess::Traces};
 }
 
+// A new global or weak global reference, deleted at cleanup.
+template <auto F, auto Delete> Case globalRefCase(const char* name)
+{
+    return {.name = name,
+            .prepare =
+                [](Arguments a) {
+                    auto held = std::make_shared<jobject>();
+                    jobject obj = a.bad(1) ? nullptr : world().text;
+                    return actOnly(
+                        [=](JNIEnv* e, lgStream* t) { return F(a.bad(0) ? nullptr : held.get(), e, t, obj); },
+                        [=] {
+                            if (*held != nullptr) {
+                                jni<Delete>(mainEnv(), *held);
+                            }
+                        });
+                },
+            .checks = {"result != NULL", "obj != NULL"},
+            .cannotFail = "a new global reference fails only for want of memory"};
+}
+
 // The sweep's own rows: the functions outside the family tables.
 std::vector<Case> oneOffs()
 {
@@ -755,24 +760,8 @@ std::vector<Case> oneOffs()
          .cannotFail = "the version raises nothing",
          .successWarns = "ven___GetVersion is a direct call: it neither clears nor sets aside the "
                          "pending exception"},
-        {.name = "venNewGlobalRef",
-         .prepare =
-             [&w](Arguments a) {
-                 return holding(
-                     venNewGlobalRef, [](jobject ref) { mainEnv()->DeleteGlobalRef(ref); }, a.bad(0),
-                     a.bad(1) ? nullptr : w.text);
-             },
-         .checks = {"result != NULL", "obj != NULL"},
-         .cannotFail = "a new global reference fails only for want of memory"},
-        {.name = "venNewWeakGlobalRef",
-         .prepare =
-             [&w](Arguments a) {
-                 return holding(
-                     venNewWeakGlobalRef, [](jweak ref) { mainEnv()->DeleteWeakGlobalRef(ref); }, a.bad(0),
-                     a.bad(1) ? nullptr : w.text);
-             },
-         .checks = {"result != NULL", "obj != NULL"},
-         .cannotFail = "a new weak global reference fails only for want of memory"},
+        globalRefCase<venNewGlobalRef, &Entry::DeleteGlobalRef>("venNewGlobalRef"),
+        globalRefCase<venNewWeakGlobalRef, &Entry::DeleteWeakGlobalRef>("venNewWeakGlobalRef"),
         {.name = "venEnsureLocalCapacity",
          .prepare = [](Arguments a) { return call(venEnsureLocalCapacity, a.bad(0) ? -1 : 8); },
          .checks = {"capacity >= 0"},
