@@ -1,10 +1,12 @@
 // The sweep's cases: the library's family tables expanded through one template per kind, and
 // a table of its own for the functions that belong to no family.
 #include <array>
+#include <cctype>
 #include <cstdarg>
 #include <cstdint>
 #include <initializer_list>
 #include <string>
+#include <string_view>
 #include <type_traits>
 
 #include "sweep.hpp"
@@ -135,21 +137,6 @@ Prepared releasing(Elements held, std::type_identity_t<Elements> otherwise,
         });
 }
 
-// A new reference in *result, deleted by undo at cleanup.
-template <typename T, typename... P, typename... A>
-Prepared holding(KS_BOOL (*f)(T*, JNIEnv*, lgStream*, P...), std::type_identity_t<void (*)(T)> undo,
-                 bool nullResult, A... args)
-{
-    auto held = std::make_shared<T>();
-    return actOnly(
-        [=](JNIEnv* e, lgStream* t) { return f(nullResult ? nullptr : held.get(), e, t, args...); },
-        [=] {
-            if (*held != nullptr) {
-                undo(*held);
-            }
-        });
-}
-
 // p, with undo run at cleanup if it succeeded (an entered monitor, a pushed frame).
 Prepared undoing(Prepared p, std::function<void()> undo)
 {
@@ -171,38 +158,24 @@ template <typename T> Prepared owning(T* object, std::function<Prepared(T*)> p)
     return prepared;
 }
 
-// ---- Names and signatures of the fixtures' members, by JNI type ----------------------------
-
-template <typename Jni> struct JniType;
-#define SWEEP_JNI_TYPE(Jni, lower, upper, sig)                                                               \
-    template <> struct JniType<Jni> {                                                                        \
-        static constexpr const char* kLower = lower;                                                         \
-        static constexpr const char* kUpper = upper;                                                         \
-        static constexpr const char* kSig = sig;                                                             \
-    };
-SWEEP_JNI_TYPE(void, "void", "Void", "V")
-SWEEP_JNI_TYPE(jobject, "object", "Object", "Ljava/lang/Object;")
-SWEEP_JNI_TYPE(jboolean, "boolean", "Boolean", "Z")
-SWEEP_JNI_TYPE(jbyte, "byte", "Byte", "B")
-SWEEP_JNI_TYPE(jchar, "char", "Char", "C")
-SWEEP_JNI_TYPE(jshort, "short", "Short", "S")
-SWEEP_JNI_TYPE(jint, "int", "Int", "I")
-SWEEP_JNI_TYPE(jlong, "long", "Long", "J")
-SWEEP_JNI_TYPE(jfloat, "float", "Float", "F")
-SWEEP_JNI_TYPE(jdouble, "double", "Double", "D")
-struct JavaString {
-    static constexpr const char* kLower = "string";
-    static constexpr const char* kUpper = "String";
-    static constexpr const char* kSig = "Ljava/lang/String;";
+// The fixtures' members are named after the function: venGetStaticIntField reads staticIntField,
+// venCallNonvirtualIntMethod calls intGet, venCallStaticVoidMethod calls staticVoidRun.
+struct Member {
+    std::string name;
+    std::string sig;
 };
 
-// "intField" / "staticIntField", "intGet" / "staticIntGet".
-template <typename Type> std::string member(bool isStatic, const char* suffix)
+Member memberOf(std::string_view function, std::size_t prefix, std::string_view suffix)
 {
-    return (isStatic ? std::string("static") + Type::kUpper : std::string(Type::kLower)) + suffix;
+    std::string name(function.substr(prefix, function.find(suffix) - prefix));
+    name = name.starts_with("Nonvirtual") ? name.substr(10) : name;
+    const std::string type = name.starts_with("Static") ? name.substr(6) : name;
+    name[0] = static_cast<char>(std::tolower(name[0]));
+    return {name, type == "Boolean"                      ? "Z"
+                  : type == "Long"                       ? "J"
+                  : type == "Object" || type == "String" ? "Ljava/lang/" + type + ";"
+                                                         : type.substr(0, 1)};
 }
-
-// ---- Fields -------------------------------------------------------------------------------
 
 enum class FieldKind { Get, Set, GetString, SetString };
 
@@ -216,16 +189,6 @@ template <typename Ven> Ven someValue(bool beyond)
     }
 }
 
-// The messages "<function>: <condition>" of checks made under one function's name.
-std::vector<std::string> checksOf(const std::string& function, std::initializer_list<const char*> conditions)
-{
-    std::vector<std::string> messages;
-    for (const char* condition : conditions) {
-        messages.push_back(function + ": " + condition);
-    }
-    return messages;
-}
-
 std::vector<std::string> operator+(std::vector<std::string> first, const std::vector<std::string>& second)
 {
     first.insert(first.end(), second.begin(), second.end());
@@ -233,7 +196,7 @@ std::vector<std::string> operator+(std::vector<std::string> first, const std::ve
 }
 
 // The string forms check through the object accessor first, then the text's conversion.
-const std::vector<std::string> kConversionResultCheck = {"venStringToKsString: result != ((void *)0)"};
+const char* const kConversionResultCheck = "venStringToKsString: result != ((void *)0)";
 const std::vector<std::string> kArrayLengthCheck = {"venGetArrayLength: array != NULL"};
 
 // Floors of success paths: a call the wrapper convention guards (the exception query before and
@@ -245,9 +208,10 @@ std::vector<std::string> guarded(const std::string& call)
     return {"ExceptionOccurred", call, "ExceptionCheck"};
 }
 
-std::vector<std::string> unguarded(const std::string& call)
+std::vector<std::string> operator+(std::vector<std::string> first, const std::string& unguarded)
 {
-    return {call};
+    first.push_back(unguarded);
+    return first;
 }
 
 const std::vector<std::string> kTextConversion = {"ExceptionCheck", "GetStringLength", "ExceptionCheck",
@@ -258,26 +222,26 @@ const std::vector<std::string> kLongTextConversion = {"ExceptionCheck", "GetStri
 // The class found, a method looked up on it and called, the class let go.
 std::vector<std::string> throughClass(const char* classCall, const char* lookUp, const char* call)
 {
-    return guarded(classCall) + guarded(lookUp) + guarded(call) + unguarded("DeleteLocalRef");
+    return guarded(classCall) + guarded(lookUp) + guarded(call) + "DeleteLocalRef";
 }
 
-template <FieldKind kind, typename Target, typename Ven, typename Jni, auto F>
+template <FieldKind kind, typename Target, typename Ven, auto F>
 Case fieldCase(const char* name, const char* callee, const char* rangeCondition)
 {
     constexpr bool isStatic = std::is_same_v<Target, jclass>;
     constexpr bool text = kind == FieldKind::GetString || kind == FieldKind::SetString;
     constexpr bool reads = kind == FieldKind::Get || kind == FieldKind::GetString;
-    using Type = std::conditional_t<text, JavaString, JniType<Jni>>;
     Case row{name};
     // Checked in order: result (value readers), target, fieldID, the range (writers); the string
     // readers test result last, in the conversion.
     constexpr std::size_t first = kind == FieldKind::Get ? 1 : 0;
-    row.prepare = [](Arguments arguments) -> Prepared {
+    row.prepare = [name](Arguments arguments) -> Prepared {
         World& w = world();
         JNIEnv* env = mainEnv();
-        const std::string field = member<Type>(isStatic, "Field");
-        jfieldID id = isStatic ? env->GetStaticFieldID(w.fields, field.c_str(), Type::kSig)
-                               : env->GetFieldID(w.fields, field.c_str(), Type::kSig);
+        const Member field = memberOf(name, 6, "Field");
+        const std::string fieldName = field.name + "Field";
+        jfieldID id = isStatic ? env->GetStaticFieldID(w.fields, fieldName.c_str(), field.sig.c_str())
+                               : env->GetFieldID(w.fields, fieldName.c_str(), field.sig.c_str());
         auto target = static_cast<Target>(isStatic            ? w.fields
                                           : arguments == Fail ? w.badTextFields
                                                               : w.fieldsObj);
@@ -305,23 +269,26 @@ Case fieldCase(const char* name, const char* callee, const char* rangeCondition)
     };
     const char* targetCheck = isStatic ? "clazz != NULL" : "obj != NULL";
     if constexpr (kind == FieldKind::Get) {
-        row.checks = checksOf(name, {"result != NULL", targetCheck, "fieldID != NULL"});
+        row.checks = {"result != NULL", targetCheck, "fieldID != NULL"};
     } else if constexpr (kind == FieldKind::Set) {
-        row.checks = rangeCondition != nullptr
-                         ? checksOf(name, {targetCheck, "fieldID != NULL", rangeCondition})
-                         : checksOf(name, {targetCheck, "fieldID != NULL"});
+        row.checks = {targetCheck, "fieldID != NULL"};
+        if (rangeCondition != nullptr) {
+            row.checks.push_back(rangeCondition);
+        }
     } else {
-        row.checks = checksOf(callee, {targetCheck, "fieldID != NULL"}) +
-                     (kind == FieldKind::GetString ? kConversionResultCheck : std::vector<std::string>{});
+        row.checks = {std::string(callee) + ": " + targetCheck, std::string(callee) + ": fieldID != NULL"};
+        if (kind == FieldKind::GetString) {
+            row.checks.push_back(kConversionResultCheck);
+        }
     }
     const std::string objectMember = isStatic ? "StaticObjectField" : "ObjectField";
     if constexpr (kind == FieldKind::GetString) {
         row.floor = guarded("Get" + objectMember) + (isStatic ? kTextConversion : kLongTextConversion) +
-                    unguarded("DeleteLocalRef");
+                    "DeleteLocalRef";
         row.blocks = 1;
     } else if constexpr (kind == FieldKind::SetString) {
-        row.floor = unguarded("ExceptionCheck") + unguarded("NewString") + guarded("Set" + objectMember) +
-                    unguarded("DeleteLocalRef");
+        row.floor = std::vector<std::string>{"ExceptionCheck", "NewString"} + guarded("Set" + objectMember) +
+                    "DeleteLocalRef";
     }
     if constexpr (kind != FieldKind::GetString) {
         row.cannotFail = text ? "the text of a ksString always makes a Java string but for want of memory"
@@ -329,11 +296,8 @@ Case fieldCase(const char* name, const char* callee, const char* rangeCondition)
     } else {
         row.failThrowsNew = "an ill-formed text is reported as an AssertionError thrown through ThrowNew";
     }
-    row.delivers = kind == FieldKind::Get && std::is_same_v<Ven, jobject> ? 1 : 0;
     return row;
 }
-
-// ---- Calls --------------------------------------------------------------------------------
 
 enum class Form { Void, Value, VaList, String };
 enum class Kind { Virtual, Nonvirtual, Static };
@@ -378,20 +342,19 @@ std::function<void()> failMethods(Variant variant)
     return [failure] { mainEnv()->SetStaticObjectField(world().methods, failure, nullptr); };
 }
 
-template <Form form, Kind kind, typename Ven, typename Jni, auto F>
-Case callCase(const char* name, const char* callee)
+template <Form form, Kind kind, typename Ven, auto F> Case callCase(const char* name, const char* callee)
 {
-    using Type = std::conditional_t<form == Form::String, JavaString, JniType<Jni>>;
     constexpr bool isStatic = kind == Kind::Static;
     Case row{name};
     // Checked in order: result (value forms), then obj, clazz and methodID as the kind takes them;
     // the string forms test result last, in the conversion.
     constexpr std::size_t first = form == Form::Value || form == Form::VaList ? 1 : 0;
     constexpr std::size_t targets = kind == Kind::Nonvirtual ? 3 : 2;
-    row.prepare = [](Arguments arguments) -> Prepared {
+    row.prepare = [name](Arguments arguments) -> Prepared {
         World& w = world();
-        const std::string method = member<Type>(isStatic, std::is_void_v<Jni> ? "Run" : "Get");
-        const std::string sig = std::string("()") + Type::kSig;
+        const Member m = memberOf(name, 7, "Method");
+        const std::string method = m.name + (m.sig == "V" ? "Run" : "Get");
+        const std::string sig = "()" + m.sig;
         Target t{kind == Kind::Nonvirtual ? w.childObj : w.methodsObj, w.methods,
                  isStatic ? mainEnv()->GetStaticMethodID(w.methods, method.c_str(), sig.c_str())
                           : mainEnv()->GetMethodID(w.methods, method.c_str(), sig.c_str())};
@@ -428,17 +391,14 @@ Case callCase(const char* name, const char* callee)
         row.checks.push_back(reporter + ": " + condition);
     }
     if (form == Form::String) {
-        row.checks = row.checks + kConversionResultCheck;
+        row.checks.push_back(kConversionResultCheck);
         const char* kindName = kind == Kind::Virtual ? "" : kind == Kind::Static ? "Static" : "Nonvirtual";
-        row.floor = guarded(std::string("Call") + kindName + "ObjectMethodV") + kTextConversion +
-                    unguarded("DeleteLocalRef");
+        row.floor =
+            guarded(std::string("Call") + kindName + "ObjectMethodV") + kTextConversion + "DeleteLocalRef";
         row.blocks = 1;
     }
-    row.delivers = std::is_same_v<Ven, jobject> ? 1 : 0;
     return row;
 }
-
-// ---- Arrays -------------------------------------------------------------------------------
 
 enum class ArrayKind { New, Pin, Release, GetRegion, SetRegion };
 
@@ -498,25 +458,21 @@ template <ArrayKind kind, typename Element, typename Array, auto F> Case arrayCa
         }
     };
     if constexpr (kind == ArrayKind::New) {
-        row.checks =
-            checksOf(name, {"result != NULL", "length >= 0", "VEN_KS_INT_TO_JSIZE_CONV_OK( length )"});
+        row.checks = {"result != NULL", "length >= 0", "VEN_KS_INT_TO_JSIZE_CONV_OK( length )"};
     } else if constexpr (kind == ArrayKind::Pin) {
         row.cannotFail = "pinning or copying fails only for want of memory (left to the fault sweep)";
-        row.checks = checksOf(name, {"result != NULL", "array != NULL"});
+        row.checks = {"result != NULL", "array != NULL"};
     } else if constexpr (kind == ArrayKind::Release) {
         row.cannotFail = "a release raises nothing";
-        row.floor = unguarded(std::string(name).substr(3)); // the JNI function of the same name
-        row.checks = checksOf(
-            name, {"array != NULL", "elems != NULL", "mode == 0 || mode == JNI_COMMIT || mode == JNI_ABORT"});
+        row.floor = {std::string(name).substr(3)}; // the JNI function of the same name
+        row.checks = {"array != NULL", "elems != NULL",
+                      "mode == 0 || mode == JNI_COMMIT || mode == JNI_ABORT"};
     } else {
-        row.checks = checksOf(name, {"array != NULL", "VEN_KS_INT_TO_JSIZE_CONV_OK( start )",
-                                     "VEN_KS_INT_TO_JSIZE_CONV_OK( len )", "buf != NULL"});
+        row.checks = {"array != NULL", "VEN_KS_INT_TO_JSIZE_CONV_OK( start )",
+                      "VEN_KS_INT_TO_JSIZE_CONV_OK( len )", "buf != NULL"};
     }
-    row.delivers = kind == ArrayKind::New ? 1 : 0;
     return row;
 }
-
-// ---- Strings and class units --------------------------------------------------------------
 
 // The JNI pair of each pinning wrapper.
 #define SWEEP_UNPIN_ven___GetStringChars &Entry::ReleaseStringChars
@@ -541,7 +497,7 @@ template <typename Char, auto F, auto Unpin> Case stringPinCase(const char* name
                         F, string, [=](const Char* chars) { jni<Unpin>(mainEnv(), string, chars); }, true,
                         arguments.bad(0));
                 },
-            .checks = checksOf(name, {"result != NULL", "string != NULL"}),
+            .checks = {"result != NULL", "string != NULL"},
             .cannotFail = "pinning or copying fails only for want of memory (left to the fault sweep)"};
 }
 
@@ -556,8 +512,8 @@ template <typename Char, auto F, auto Pin, auto Unpin> Case stringReleaseCase(co
                         [=](JNIEnv* e, lgStream* t, const Char* chars) { return F(e, t, string, chars); },
                         [=](const Char* chars) { jni<Unpin>(mainEnv(), string, chars); });
                 },
-            .checks = checksOf(name, {"string != NULL"}),
-            .floor = unguarded(std::string(name).substr(3)),
+            .checks = {"string != NULL"},
+            .floor = {std::string(name).substr(3)},
             .cannotFail = "a release raises nothing"};
 }
 
@@ -574,7 +530,7 @@ template <typename Char, auto F> Case stringRegionCase(const char* name)
                         return F(e, t, string, start, 2, noBuffer ? nullptr : buffer->data());
                     });
                 },
-            .checks = checksOf(name, {"str != NULL", "buf != NULL"})};
+            .checks = {"str != NULL", "buf != NULL"}};
 }
 
 template <typename Element, typename Array, auto F>
@@ -591,9 +547,9 @@ Case copyCase(const char* name, int slot, const char* typeName)
                         return F(noTarget ? nullptr : target->data(), e, t, array, length);
                     });
                 },
-            .checks = checksOf(name, {"result != NULL", "length >= 0"}) + kArrayLengthCheck,
+            .checks = std::vector<std::string>{"result != NULL", "length >= 0"} + kArrayLengthCheck,
             .floor = guarded("GetArrayLength") + guarded(std::string("Get") + typeName + "ArrayElements") +
-                     unguarded(std::string("Release") + typeName + "ArrayElements"),
+                     ("Release" + std::string(typeName) + "ArrayElements"),
             .cannotFail = "pinning fails only for want of memory"};
 }
 
@@ -620,7 +576,7 @@ template <ThrowForm form, auto F> Case throwCase(const char* name, const char* c
     row.cannotFail = "the throw raises by design; only a missing class or memory could fail it";
     // The format form hands format, length and values to the formatter unchecked.
     if constexpr (form == ThrowForm::KsString) {
-        row.checks = checksOf(name, {"msg != ((void *)0)"});
+        row.checks = {"msg != ((void *)0)"};
     } else if constexpr (form != ThrowForm::Format) {
         row.checks = {"venThrowNew: message != NULL"};
     }
@@ -641,12 +597,10 @@ template <auto F> Case lookupCase(const char* name, const char* member, const ch
                     return resultCall(F, arguments.bad(0), clazz, memberName,
                                       arguments.bad(3) ? nullptr : sig);
                 },
-            .checks = checksOf(name, {"result != NULL", "clazz != NULL", "name != NULL", "sig != NULL"})};
+            .checks = {"result != NULL", "clazz != NULL", "name != NULL", "sig != NULL"}};
 }
 
 } // namespace
-
-// ---- The world ------------------------------------------------------------------------------
 
 template <typename... Element> void makeArrays(World& w)
 {
@@ -711,7 +665,6 @@ jint JNICALL answer(JNIEnv*, jclass)
     return 42;
 }
 
-// A trace function, run with E1 pending: it describes and keeps what is pending.
 // A trace function, run with E1 pending: it describes and keeps what is pending. A missing
 // argument is reported in the stream, raising nothing.
 Case traceCase(const char* name, std::function<KS_BOOL(JNIEnv*, lgStream*)> trace)
@@ -730,6 +683,26 @@ Case traceCase(const char* name, std::function<KS_BOOL(JNIEnv*, lgStream*)> trac
             .onSuccess = OnSuccess::Traces};
 }
 
+// A new global or weak global reference, deleted at cleanup.
+template <auto F, auto Delete> Case globalRefCase(const char* name)
+{
+    return {.name = name,
+            .prepare =
+                [](Arguments a) {
+                    auto held = std::make_shared<jobject>();
+                    jobject obj = a.bad(1) ? nullptr : world().text;
+                    return actOnly(
+                        [=](JNIEnv* e, lgStream* t) { return F(a.bad(0) ? nullptr : held.get(), e, t, obj); },
+                        [=] {
+                            if (*held != nullptr) {
+                                jni<Delete>(mainEnv(), *held);
+                            }
+                        });
+                },
+            .checks = {"result != NULL", "obj != NULL"},
+            .cannotFail = "a new global reference fails only for want of memory"};
+}
+
 // The sweep's own rows: the functions outside the family tables.
 std::vector<Case> oneOffs()
 {
@@ -740,23 +713,20 @@ std::vector<Case> oneOffs()
     static const jchar units[] = {'a', 0x4e2d};
     static const double source[] = {1.5, 2.5};
     return {
-        // Class lookup, objects, references, frames, natives, monitors.
         {.name = "venFindClass",
          .prepare =
              [](Arguments a) {
                  return resultCall(venFindClass, a.bad(0),
                                    byVariant<const char*>(a, "fixtures/Fields", "no/such/Class", nullptr));
              },
-         .checks = checksOf("venFindClass", {"result != NULL", "name != NULL"}),
-         .delivers = 1},
+         .checks = {"result != NULL", "name != NULL"}},
         {.name = "venAllocObject",
          .prepare =
              [&w](Arguments a) {
                  return resultCall(venAllocObject, a.bad(0),
                                    byVariant<jclass>(a, w.fields, w.collection, nullptr));
              },
-         .checks = checksOf("venAllocObject", {"result != NULL", "clazz != NULL"}),
-         .delivers = 1},
+         .checks = {"result != NULL", "clazz != NULL"}},
         {.name = "venNewObject",
          .prepare =
              [&w](Arguments a) {
@@ -768,51 +738,33 @@ std::vector<Case> oneOffs()
                      return venNewObject(r, e, t, clazz, init, w.text);
                  });
              },
-         .checks = checksOf("venNewObject", {"result != NULL", "clazz != NULL", "methodID != NULL"}),
-         .delivers = 1},
+         .checks = {"result != NULL", "clazz != NULL", "methodID != NULL"}},
         {.name = "venGetObjectClass",
          .prepare =
              [&w](Arguments a) {
                  return resultCall(venGetObjectClass, a.bad(0), a.bad(1) ? nullptr : w.fieldsObj);
              },
-         .checks = checksOf("venGetObjectClass", {"result != NULL", "obj != NULL"}),
-         .cannotFail = "the class of an object is always there",
-         .delivers = 1},
+         .checks = {"result != NULL", "obj != NULL"},
+         .cannotFail = "the class of an object is always there"},
         {.name = "venIsInstanceOf",
          .prepare =
              [&w](Arguments a) {
                  return resultCall(venIsInstanceOf, a.bad(0), w.text, a.bad(1) ? nullptr : w.object);
              },
-         .checks = checksOf("venIsInstanceOf", {"result != NULL", "clazz != NULL"}),
+         .checks = {"result != NULL", "clazz != NULL"},
          .cannotFail = "an instance test raises nothing"},
         {.name = "venGetVersion",
          .prepare = [](Arguments a) { return resultCall(venGetVersion, a.bad(0)); },
-         .checks = checksOf("venGetVersion", {"result != NULL"}),
-         .floor = unguarded("GetVersion"), // a direct call
+         .checks = {"result != NULL"},
+         .floor = {"GetVersion"}, // a direct call
          .cannotFail = "the version raises nothing",
          .successWarns = "ven___GetVersion is a direct call: it neither clears nor sets aside the "
                          "pending exception"},
-        {.name = "venNewGlobalRef",
-         .prepare =
-             [&w](Arguments a) {
-                 return holding(
-                     venNewGlobalRef, [](jobject ref) { mainEnv()->DeleteGlobalRef(ref); }, a.bad(0),
-                     a.bad(1) ? nullptr : w.text);
-             },
-         .checks = checksOf("venNewGlobalRef", {"result != NULL", "obj != NULL"}),
-         .cannotFail = "a new global reference fails only for want of memory"},
-        {.name = "venNewWeakGlobalRef",
-         .prepare =
-             [&w](Arguments a) {
-                 return holding(
-                     venNewWeakGlobalRef, [](jweak ref) { mainEnv()->DeleteWeakGlobalRef(ref); }, a.bad(0),
-                     a.bad(1) ? nullptr : w.text);
-             },
-         .checks = checksOf("venNewWeakGlobalRef", {"result != NULL", "obj != NULL"}),
-         .cannotFail = "a new weak global reference fails only for want of memory"},
+        globalRefCase<venNewGlobalRef, &Entry::DeleteGlobalRef>("venNewGlobalRef"),
+        globalRefCase<venNewWeakGlobalRef, &Entry::DeleteWeakGlobalRef>("venNewWeakGlobalRef"),
         {.name = "venEnsureLocalCapacity",
          .prepare = [](Arguments a) { return call(venEnsureLocalCapacity, a.bad(0) ? -1 : 8); },
-         .checks = checksOf("venEnsureLocalCapacity", {"capacity >= 0"}),
+         .checks = {"capacity >= 0"},
          .cannotFail = bySize,
          .untracedFailure = "a refused capacity is reported by the result alone"},
         {.name = "venPushLocalFrame",
@@ -821,7 +773,7 @@ std::vector<Case> oneOffs()
                  return undoing(call(venPushLocalFrame, a.bad(0) ? -1 : 8),
                                 [] { mainEnv()->PopLocalFrame(nullptr); });
              },
-         .checks = checksOf("venPushLocalFrame", {"capacity >= 0"}),
+         .checks = {"capacity >= 0"},
          .cannotFail = bySize,
          .untracedFailure = "a refused frame is reported by the result alone"},
         {.name = "venRegisterNatives",
@@ -839,10 +791,10 @@ std::vector<Case> oneOffs()
                  p.cleanup = [&w] { mainEnv()->UnregisterNatives(w.natives); };
                  return p;
              },
-         .checks = checksOf("venRegisterNatives", {"clazz != NULL", "methods != NULL", "nMethods >= 0"})},
+         .checks = {"clazz != NULL", "methods != NULL", "nMethods >= 0"}},
         {.name = "venUnregisterNatives",
          .prepare = [&w](Arguments a) { return call(venUnregisterNatives, a.bad(0) ? nullptr : w.natives); },
-         .checks = checksOf("venUnregisterNatives", {"clazz != NULL"}),
+         .checks = {"clazz != NULL"},
          .cannotFail = "unregistering raises nothing"},
         {.name = "venMonitorEnter",
          .prepare =
@@ -850,7 +802,7 @@ std::vector<Case> oneOffs()
                  jobject obj = a.bad(0) ? nullptr : w.fieldsObj;
                  return undoing(call(venMonitorEnter, obj), [=] { mainEnv()->MonitorExit(obj); });
              },
-         .checks = checksOf("venMonitorEnter", {"obj != NULL"}),
+         .checks = {"obj != NULL"},
          .cannotFail = "entering a monitor fails only for want of memory"},
         {.name = "venMonitorLeave",
          .prepare =
@@ -861,8 +813,8 @@ std::vector<Case> oneOffs()
                      [](JNIEnv* e, lgStream* t, jobject held) { return venMonitorLeave(e, t, held); },
                      [](jobject held) { mainEnv()->MonitorExit(held); });
              },
-         .checks = checksOf("venMonitorLeave", {"obj != NULL"}),
-         .floor = unguarded("MonitorExit"),
+         .checks = {"obj != NULL"},
+         .floor = {"MonitorExit"},
          .cannotFail = "the wrapper stops the process when leaving fails (left to the fault sweep)"},
         {.name = "venThrow",
          .prepare =
@@ -870,7 +822,7 @@ std::vector<Case> oneOffs()
                  jobject thrown = a.bad(0) ? nullptr : mainEnv()->NewLocalRef(w.toStringThrowsObj);
                  return call(venThrow, static_cast<jthrowable>(thrown), "sweep");
              },
-         .checks = checksOf("venThrow", {"throwable != NULL"}),
+         .checks = {"throwable != NULL"},
          .cannotFail = "the throw raises by design",
          .onSuccess = OnSuccess::Rethrows,
          .thrown = "fixtures/ToStringThrows"},
@@ -880,34 +832,31 @@ std::vector<Case> oneOffs()
                  return call(venThrowNew, a.bad(0) ? nullptr : w.fixtureException,
                              a.bad(1) ? nullptr : "thrown", "sweep");
              },
-         .checks = checksOf("venThrowNew", {"clazz != NULL", "message != NULL"}),
+         .checks = {"clazz != NULL", "message != NULL"},
          .cannotFail = "the throw raises by design",
          .onSuccess = OnSuccess::Throws,
          .thrown = "fixtures/FixtureException"},
 
-        // Strings and arrays outside the families.
         {.name = "venNewString",
          .prepare =
              [](Arguments a) {
                  const KS_INT length = a.bad(2) ? -1 : a.bad(3) ? kBeyondJint : 2;
                  return resultCall(venNewString, a.bad(0), a.bad(1) ? nullptr : units, length);
              },
-         .checks = checksOf("venNewString", {"result != NULL", "unicodeChars != NULL || len == 0", "len >= 0",
-                                             "VEN_KS_INT_TO_JSIZE_CONV_OK( len )"}),
-         .cannotFail = "a new string fails only for want of memory",
-         .delivers = 1},
+         .checks = {"result != NULL", "unicodeChars != NULL || len == 0", "len >= 0",
+                    "VEN_KS_INT_TO_JSIZE_CONV_OK( len )"},
+         .cannotFail = "a new string fails only for want of memory"},
         {.name = "venNewStringUTF",
          .prepare =
              [](Arguments a) { return resultCall(venNewStringUTF, a.bad(0), a.bad(1) ? nullptr : "text"); },
-         .checks = checksOf("venNewStringUTF", {"result != NULL", "bytes != NULL"}),
-         .cannotFail = "a new string fails only for want of memory",
-         .delivers = 1},
+         .checks = {"result != NULL", "bytes != NULL"},
+         .cannotFail = "a new string fails only for want of memory"},
         {.name = "venGetArrayLength",
          .prepare =
              [&w](Arguments a) {
                  return resultCall(venGetArrayLength, a.bad(0), a.bad(1) ? nullptr : w.arrays[4]);
              },
-         .checks = checksOf("venGetArrayLength", {"result != NULL", "array != NULL"}),
+         .checks = {"result != NULL", "array != NULL"},
          .cannotFail = "the length of an array raises nothing"},
         {.name = "venNewObjectArray",
          .prepare =
@@ -916,18 +865,15 @@ std::vector<Case> oneOffs()
                  return resultCall(venNewObjectArray, a.bad(0), length, a.bad(3) ? nullptr : w.object,
                                    w.text);
              },
-         .checks =
-             checksOf("venNewObjectArray", {"result != NULL", "length >= 0",
-                                            "VEN_KS_INT_TO_JSIZE_CONV_OK( length )", "elementClass != NULL"}),
-         .delivers = 1},
+         .checks = {"result != NULL", "length >= 0", "VEN_KS_INT_TO_JSIZE_CONV_OK( length )",
+                    "elementClass != NULL"}},
         {.name = "venSetObjectArrayElement",
          .prepare =
              [&w](Arguments a) {
                  return call(venSetObjectArrayElement, a.bad(0) ? nullptr : w.objectArray,
                              byVariant<KS_INT>(a, 1, 10, kBeyondJint), w.text);
              },
-         .checks =
-             checksOf("venSetObjectArrayElement", {"array != NULL", "VEN_KS_INT_TO_JSIZE_CONV_OK( index )"})},
+         .checks = {"array != NULL", "VEN_KS_INT_TO_JSIZE_CONV_OK( index )"}},
         {.name = "venGetPrimitiveArrayCritical",
          .prepare =
              [&w](Arguments a) {
@@ -939,7 +885,7 @@ std::vector<Case> oneOffs()
                      },
                      false, a.bad(0));
              },
-         .checks = checksOf("venGetPrimitiveArrayCritical", {"result != NULL", "array != NULL"}),
+         .checks = {"result != NULL", "array != NULL"},
          .cannotFail = "pinning fails only for want of memory (left to the fault sweep)"},
         {.name = "venReleasePrimitiveArrayCritical",
          .prepare =
@@ -955,13 +901,11 @@ std::vector<Case> oneOffs()
                      },
                      [=](void* p) { mainEnv()->ReleasePrimitiveArrayCritical(array, p, JNI_ABORT); });
              },
-         .checks = checksOf(
-             "venReleasePrimitiveArrayCritical",
-             {"array != NULL", "carray != NULL", "mode == 0 || mode == JNI_COMMIT || mode == JNI_ABORT"}),
-         .floor = unguarded("ReleasePrimitiveArrayCritical"),
+         .checks = {"array != NULL", "carray != NULL",
+                    "mode == 0 || mode == JNI_COMMIT || mode == JNI_ABORT"},
+         .floor = {"ReleasePrimitiveArrayCritical"},
          .cannotFail = "a release raises nothing"},
 
-        // Trace functions: they describe, never change what is pending.
         traceCase("venTraceException",
                   [&w](JNIEnv* e, lgStream* t) { return venTraceException(e, t, w.e1, KS_TRUE, "sweep"); }),
         traceCase("venTraceExceptionOccurred",
@@ -973,7 +917,6 @@ std::vector<Case> oneOffs()
             "venTraceErrorOrRuntimeExceptionOccurred",
             [](JNIEnv* e, lgStream* t) { return venTraceErrorOrRuntimeExceptionOccurred(e, t, "sweep"); }),
 
-        // Bridges.
         {.name = "venNewStringArrayFromKsVector",
          .prepare =
              [](Arguments a) {
@@ -987,12 +930,11 @@ std::vector<Case> oneOffs()
                      return resultCall(venNewStringArrayFromKsVector, a.bad(0), vec);
                  });
              },
-         .checks = checksOf("venNewStringArrayFromKsVector", {"result != NULL", "vec != NULL"}),
+         .checks = {"result != NULL", "vec != NULL"},
          .floor = {"ExceptionCheck", "FindClass", "NewObjectArray", "NewString", "SetObjectArrayElement",
                    "ExceptionCheck", "DeleteLocalRef", "NewString", "SetObjectArrayElement", "ExceptionCheck",
                    "DeleteLocalRef", "DeleteLocalRef"},
-         .cannotFail = "the strings and the array fail only for want of memory",
-         .delivers = 1},
+         .cannotFail = "the strings and the array fail only for want of memory"},
         {.name = "venNewByteArrayFromBuffer",
          .prepare =
              [](Arguments a) {
@@ -1001,10 +943,9 @@ std::vector<Case> oneOffs()
                                              return resultCall(venNewByteArrayFromBuffer, a.bad(0), buffer);
                                          });
              },
-         .checks = checksOf("venNewByteArray", {"result != NULL", "buffer != NULL"}),
+         .checks = {"venNewByteArray: result != NULL", "venNewByteArray: buffer != NULL"},
          .floor = guarded("NewByteArray") + guarded("SetByteArrayRegion"),
          .cannotFail = "the array fails only for want of memory",
-         .delivers = 1,
          .keepsOnFailure = "a failed copy leaves the new array in *result"},
         {.name = "venNewDoubleArrayOf",
          .prepare =
@@ -1016,9 +957,8 @@ std::vector<Case> oneOffs()
              },
          .checks = {"venNewDoubleArrayOf: source != NULL", "venNewDoubleArray: result != NULL",
                     "venNewDoubleArray: length >= 0"},
-         .floor = guarded("NewDoubleArray") + guarded("GetDoubleArrayElements") +
-                  unguarded("ReleaseDoubleArrayElements"),
-         .delivers = 1,
+         .floor =
+             guarded("NewDoubleArray") + guarded("GetDoubleArrayElements") + "ReleaseDoubleArrayElements",
          .keepsOnFailure = "a failed pin leaves the new array in *result"},
         {.name = "venGetByteArrayRegionAsBuffer",
          .prepare =
@@ -1039,12 +979,11 @@ std::vector<Case> oneOffs()
              },
          .checks = std::vector<std::string>{"venArrayToKsBuffer: result != ((void *)0)"} + kArrayLengthCheck,
          .floor = guarded("GetArrayLength") + guarded("GetPrimitiveArrayCritical") +
-                  unguarded("ReleasePrimitiveArrayCritical"),
+                  "ReleasePrimitiveArrayCritical",
          .cannotFail = "pinning fails only for want of memory"},
         copyCase<KS_INT, jintArray, venCopyIntArrayElements>("venCopyIntArrayElements", 4, "Int"),
         copyCase<double, jdoubleArray, venCopyDoubleArrayElements>("venCopyDoubleArrayElements", 7, "Double"),
 
-        // Class support beyond lookups, instance tests and throws.
         {.name = "venObjectToString",
          .prepare =
              [&w](Arguments a) {
@@ -1053,16 +992,15 @@ std::vector<Case> oneOffs()
                                    : a == Fail ? w.toStringThrowsObj
                                                : w.fieldsObj);
              },
-         .checks = checksOf("venObjectToString", {"result != ((void *)0)", "obj != ((void *)0)"}),
+         .checks = {"result != ((void *)0)", "obj != ((void *)0)"},
          .floor = guarded("GetObjectClass") + guarded("GetMethodID") + guarded("CallObjectMethodV") +
-                  kTextConversion + unguarded("DeleteLocalRef") + unguarded("DeleteLocalRef"),
+                  kTextConversion + "DeleteLocalRef" + "DeleteLocalRef",
          .blocks = 1},
         {.name = "venArrayListNew",
          .prepare = [](Arguments a) { return resultCall(venArrayListNew, a.bad(0)); },
          .checks = {"venNewObject: result != NULL"},
          .floor = throughClass("FindClass", "GetMethodID", "NewObjectV"),
-         .cannotFail = "a new list fails only for want of memory",
-         .delivers = 1},
+         .cannotFail = "a new list fails only for want of memory"},
         {.name = "venArrayListGet",
          .prepare =
              [&w](Arguments a) {
@@ -1078,8 +1016,7 @@ std::vector<Case> oneOffs()
               "(KS_INT)((KS_INT)(-2147483648LL)) && (KS_INT)(index) <= (KS_INT)((KS_INT)(2147483647LL)) : "
               "((KS_BOOL)1) )",
               "venCallObjectMethod: result != NULL"},
-         .floor = throughClass("FindClass", "GetMethodID", "CallObjectMethodV"),
-         .delivers = 1},
+         .floor = throughClass("FindClass", "GetMethodID", "CallObjectMethodV")},
         {.name = "venArrayListSize",
          .prepare =
              [&w](Arguments a) {
@@ -1122,9 +1059,8 @@ std::vector<Case> oneOffs()
                                    : a == Fail ? w.object
                                                : w.color);
              },
-         .checks = checksOf("venEnumSetNoneOf", {"result != ((void *)0)", "elementType != ((void *)0)"}),
-         .floor = throughClass("FindClass", "GetStaticMethodID", "CallStaticObjectMethodV"),
-         .delivers = 1},
+         .checks = {"result != ((void *)0)", "elementType != ((void *)0)"},
+         .floor = throughClass("FindClass", "GetStaticMethodID", "CallStaticObjectMethodV")},
         {.name = "venStringToKsString",
          .prepare =
              [&w](Arguments a) {
@@ -1143,8 +1079,7 @@ std::vector<Case> oneOffs()
              },
          .checks = {"venStringFromKsString: result != ((void *)0)"},
          .floor = {"ExceptionCheck", "NewString"},
-         .cannotFail = "a new string fails only for want of memory",
-         .delivers = 1},
+         .cannotFail = "a new string fails only for want of memory"},
     };
 }
 
@@ -1162,12 +1097,11 @@ void classUnitCases(std::vector<Case>& cases, const char* getClass, const char* 
                      .prepare = [](Arguments a) { return resultCall(GetClass, a.bad(0)); },
                      .checks = {ownCheck ? std::string(getClass) + ": result != ((void *)0)"
                                          : "venFindClass: result != NULL"},
-                     .cannotFail = "the unit's class is always there",
-                     .delivers = 1});
+                     .cannotFail = "the unit's class is always there"});
     cases.push_back({.name = isInstance,
                      .prepare = [](Arguments a) { return resultCall(IsInstance, a.bad(0), world().text); },
                      .checks = {"venIsInstanceOf: result != NULL"},
-                     .floor = guarded("FindClass") + guarded("IsInstanceOf") + unguarded("DeleteLocalRef"),
+                     .floor = guarded("FindClass") + guarded("IsInstanceOf") + "DeleteLocalRef",
                      .cannotFail = "an instance test raises nothing"});
 }
 
@@ -1175,7 +1109,7 @@ template <auto F> Case stringLengthCase(const char* name)
 {
     return {.name = name,
             .prepare = [](Arguments a) { return resultCall(F, a.bad(0), textUnlessBad(a.bad(1))); },
-            .checks = checksOf(name, {"result != NULL", "string != NULL"}),
+            .checks = {"result != NULL", "string != NULL"},
             .cannotFail = "the length of a string raises nothing"};
 }
 
@@ -1186,8 +1120,7 @@ template <typename Ven, auto F> Case boxingCase(const char* name)
             .prepare = [](Arguments a) { return resultCall(F, a.bad(0), Ven{1}); },
             .checks = {"venCallStaticObjectMethod: result != NULL"},
             .floor = throughClass("FindClass", "GetStaticMethodID", "CallStaticObjectMethodV"),
-            .cannotFail = "boxing fails only for want of memory",
-            .delivers = 1};
+            .cannotFail = "boxing fails only for want of memory"};
 }
 
 } // namespace
@@ -1202,11 +1135,11 @@ std::vector<Case> allCases()
 #define SWEEP_RANGE_ShortRange "VEN_KS_INT_TO_JSHORT_CONV_OK( value )"
 #define SWEEP_RANGE_IntRange "VEN_KS_INT_TO_JINT_CONV_OK( value )"
 #define SWEEP_FIELD(kind, name, callee, target, Ven, Jni, Range)                                             \
-    cases.push_back(fieldCase<FieldKind::kind, SWEEP_TARGET_##target, Ven, Jni, name>(#name, #callee,        \
-                                                                                      SWEEP_RANGE_##Range));
+    cases.push_back(                                                                                         \
+        fieldCase<FieldKind::kind, SWEEP_TARGET_##target, Ven, name>(#name, #callee, SWEEP_RANGE_##Range));
     VEN_FIELD_FUNCTIONS(SWEEP_FIELD)
 #define SWEEP_CALL(form, kind, name, callee, Ven, Jni)                                                       \
-    cases.push_back(callCase<Form::form, Kind::kind, Ven, Jni, name>(#name, #callee));
+    cases.push_back(callCase<Form::form, Kind::kind, Ven, name>(#name, #callee));
     VEN_CALL_FUNCTIONS(SWEEP_CALL)
 #define SWEEP_ARRAY(kind, name, wrapper, Element, Array)                                                     \
     cases.push_back(arrayCase<ArrayKind::kind, Element, Array, name>(#name));
@@ -1244,6 +1177,12 @@ std::vector<Case> allCases()
     cases.push_back(lookupCase<venGetMethodID>("venGetMethodID", "intGet", "()I", false));
     cases.push_back(lookupCase<venGetStaticMethodID>("venGetStaticMethodID", "staticIntGet", "()I", false));
     std::ranges::move(oneOffs(), std::back_inserter(cases));
+    // A check without its reporter's name is the function's own.
+    for (Case& row : cases) {
+        for (std::string& check : row.checks) {
+            check = check.starts_with("ven") ? check : row.name + ": " + check;
+        }
+    }
     return cases;
 }
 

@@ -33,7 +33,7 @@ enum class OnSuccess {
 struct Prepared {
     std::function<KS_BOOL(JNIEnv*, lgStream*)> act{};
     std::function<void()> cleanup = [] {};
-    jobject* out = nullptr; // the local reference out-parameter, if any
+    jobject* out = nullptr; // the local reference out-parameter, if any: a success hands one back
     std::shared_ptr<void> state{};
 };
 
@@ -58,7 +58,6 @@ struct Case {
     std::vector<std::string> floor{};
     int blocks = 0;
     const char* cannotFail = nullptr; // no argument makes its JNI call fail: no Fail
-    int delivers = 0;                 // local references a success hands back through out
     OnSuccess onSuccess = OnSuccess::Keeps;
     const char* thrown = nullptr;          // the class a Throws or Rethrows case leaves pending
     const char* failThrowsNew = nullptr;   // Fail throws through ThrowNew, drawing the pending warning
