@@ -25,7 +25,6 @@ std::string failedStatus(const std::string& member)
     return "(*env)->ExceptionCheck() == JNI_FALSE <> (*env)->" + member + "() != 0";
 }
 
-const std::string kReleaseMode = "mode == 0 || mode == JNI_COMMIT || mode == JNI_ABORT";
 const std::vector<std::string> kEnv = {"env"};
 const std::vector<std::string> kVirtual = {"env", "obj", "methodID"};
 const std::vector<std::string> kNonvirtual = {"env", "obj", "clazz", "methodID"};
@@ -38,7 +37,7 @@ const std::vector<std::string> kLookup = {"env", "clazz", "name", "sig"};
 const std::vector<std::string> kString = {"env", "string"};
 
 constexpr auto direct = Kind::direct, checkedResult = Kind::checkedResult, nonRaising = Kind::nonRaising,
-               flagged = Kind::flagged, own = Kind::own;
+               flagged = Kind::flagged;
 
 #define ROW(Name, Member, ...) bind<&ven___##Name, &Jni::Member>("ven___" #Name, __VA_ARGS__)
 
@@ -119,11 +118,16 @@ std::vector<Row> makeRows()
         ROW(GetVersion, GetVersion, {.kind = direct, .line = 45, .checks = kEnv}),
         ROW(FindClass, FindClass, {.kind = checkedResult, .line = 56, .checks = {"env", "name"}, .resultLine = 69,
             .resultMessage = "(*env)->ExceptionCheck() == JNI_FALSE <> (*env)->ven___FindClass() == NULL"}, "a/B"),
-        ROW(Throw, Throw, {.kind = own, .line = 81, .checks = {"env", "throwable"}}, throwable),
-        ROW(ThrowNew, ThrowNew, {.kind = own, .line = 91, .checks = {"env", "clazz", "message"}}, clazz, "m"),
+        ROW(Throw, Throw, {.kind = Kind::throwing, .line = 81, .checks = {"env", "throwable"}, .statusLine = 86,
+            .statusCondition = "(*env)->Throw( env, throwable ) == 0",
+            .trail = {"ExceptionClear", "ExceptionCheck", "Throw", "ExceptionCheck"}}, throwable),
+        ROW(ThrowNew, ThrowNew, {.kind = Kind::throwing, .line = 91, .checks = {"env", "clazz", "message"},
+            .statusLine = 95, .statusCondition = "(*env)->ThrowNew( env, clazz, message ) == 0",
+            .trail = {"ThrowNew", "ExceptionCheck"}}, clazz, "m"),
         ROW(ExceptionOccurred, ExceptionOccurred, {.kind = direct, .line = 100, .checks = kEnv}),
         ROW(ExceptionDescribe, ExceptionDescribe, {.kind = direct, .line = 106, .checks = kEnv}),
-        ROW(ExceptionClear, ExceptionClear, {.kind = own, .line = 112, .checks = kEnv}),
+        ROW(ExceptionClear, ExceptionClear, {.kind = Kind::clearing, .line = 112, .checks = kEnv,
+            .exceptionLine = 116, .trail = {"ExceptionClear", "ExceptionCheck"}}),
         ROW(FatalError, FatalError, {.kind = direct, .line = 120, .checks = {"env", "msg"}}, "m"),
         ROW(ExceptionCheck, ExceptionCheck, {.kind = direct, .line = 127, .checks = kEnv}),
         CHECKED(NewGlobalRef, 136, (std::vector<std::string>{"env", "obj"}), 149, object),
@@ -134,7 +138,8 @@ std::vector<Row> makeRows()
         STATUS(UnregisterNatives, 210, (std::vector<std::string>{"env", "clazz"}), 225, clazz),
         STATUS(EnsureLocalCapacity, 241, (std::vector<std::string>{"env", "capacity >= 0"}), 256, 0),
         STATUS(PushLocalFrame, 275, (std::vector<std::string>{"env", "capacity >= 0"}), 290, 0),
-        ROW(PopLocalFrame, PopLocalFrame, {.kind = own, .line = 308, .checks = kEnv}, Kept{object}),
+        ROW(PopLocalFrame, PopLocalFrame, {.kind = nonRaising, .line = 308, .checks = kEnv, .exceptionLine = 315},
+            Kept{object}),
         ROW(NewLocalRef, NewLocalRef, {.kind = nonRaising, .line = 328, .checks = kEnv, .resultLine = 342,
             .resultMessage = "ref != NULL <> (*env)->NewLocalRef(ref) == NULL", .exceptionLine = 339}, Kept{object}),
         CHECKED(NewWeakGlobalRef, 356, kEnv, 368, Kept{object}),
@@ -150,8 +155,11 @@ std::vector<Row> makeRows()
             .exceptionLine = 521}, Kept{jobject{}}, clazz),
         ROW(IsSameObject, IsSameObject, {.kind = nonRaising, .line = 534, .checks = kEnv, .exceptionLine = 541},
             Kept{object}, Kept{clazz}),
-        ROW(MonitorEnter, MonitorEnter, {.kind = own, .line = 5094, .checks = {"env", "obj"}}, object),
-        ROW(MonitorLeave, MonitorExit, {.kind = own, .line = 5110, .checks = {"env", "obj"}}, object),
+        ROW(MonitorEnter, MonitorEnter, {.kind = nonRaising, .line = 5094, .checks = {"env", "obj"},
+            .exceptionLine = 5102, .statusLine = 5100, .statusCondition = "(*env)->MonitorEnter( env, obj ) == 0"},
+            object),
+        ROW(MonitorLeave, MonitorExit, {.kind = direct, .line = 5110, .checks = {"env", "obj"}, .statusLine = 5113,
+            .statusCondition = "(*env)->MonitorExit( env, obj ) == 0"}, object),
 
         CHECKED(GetFieldID, 554, kLookup, 569, clazz, "f", "I"),
         CHECKED(GetStaticFieldID, 2548, kLookup, 2563, clazz, "f", "I"),
