@@ -64,9 +64,9 @@ struct Row {
     int line = 0;                      // of the first argument check; the next ones line by line
     std::vector<std::string> checks{}; // the texts of the argument checks, in order
     int resultLine = 0;                // the consistency check of JNI's result, if there is one
-    std::string resultMessage{};
-    int exceptionLine = 0; // non-raising, clearing: where a pending exception stops the process
-    int statusLine = 0;    // JNI's status must be 0, tested before the exception state
+    std::string resultMessage{};       // by default the usual one for a checked result
+    int exceptionLine = 0;             // non-raising, clearing: where a pending exception stops the process
+    int statusLine = 0;                // JNI's status must be 0, tested before the exception state
     std::string statusCondition{};
     std::vector<std::string> trail{}; // the JNI calls of a success, where they are not the kind's floor
     Delivery delivery = Delivery::none;
@@ -102,13 +102,9 @@ template <typename T> std::uint64_t bitsOf(T value)
 // A value of every JNI type that no wrapper treats as failure (never NULL, never negative).
 template <typename T> T sample()
 {
-    if constexpr (std::is_pointer_v<T>) {
-        return reinterpret_cast<T>(std::uintptr_t{0x5a5a5a50});
-    } else {
-        T value;
-        std::memset(&value, 0x5a, sizeof value);
-        return value;
-    }
+    T value;
+    std::memset(&value, 0x5a, sizeof value);
+    return value;
 }
 
 // Global references, made once: a String, the class String, the class OutOfMemoryError.
@@ -286,6 +282,10 @@ template <auto Wrapper, auto Member, typename... G> Row bind(const char* name, R
     row.name = name;
     row.member = detail::entryName(detail::slotOf<Member>());
     row.status = std::is_same_v<R, jint> && (row.kind == Kind::checkedResult || row.statusLine != 0);
+    if (row.kind == Kind::checkedResult && row.resultMessage.empty()) {
+        row.resultMessage = "(*env)->ExceptionCheck() == JNI_FALSE <> (*env)->" + row.member +
+                            (row.status ? "() != 0" : "() == NULL");
+    }
     row.reference = detail::kIsReference<R> && !detail::kSameEntry<Member, &Jni::NewGlobalRef> &&
                     !detail::kSameEntry<Member, &Jni::NewWeakGlobalRef>;
     if constexpr (!std::is_same_v<std::tuple_element_t<0, typename Signature<decltype(Wrapper)>::Params>,
