@@ -15,49 +15,27 @@ jobject globalOf(jobject local)
     return global;
 }
 
-std::string nullResult(const std::string& member)
-{
-    return "(*env)->ExceptionCheck() == JNI_FALSE <> (*env)->" + member + "() == NULL";
-}
-
-std::string failedStatus(const std::string& member)
-{
-    return "(*env)->ExceptionCheck() == JNI_FALSE <> (*env)->" + member + "() != 0";
-}
-
-const std::string kReleaseMode = "mode == 0 || mode == JNI_COMMIT || mode == JNI_ABORT";
-const std::vector<std::string> kEnv = {"env"};
-const std::vector<std::string> kVirtual = {"env", "obj", "methodID"};
-const std::vector<std::string> kNonvirtual = {"env", "obj", "clazz", "methodID"};
-const std::vector<std::string> kStatic = {"env", "clazz", "methodID"};
-const std::vector<std::string> kArray = {"env", "array"};
-const std::vector<std::string> kNewArray = {"env", "length >= 0"};
-const std::vector<std::string> kRegion = {"env", "array", "buf"};
-const std::vector<std::string> kStringRegion = {"env", "str", "buf"};
-const std::vector<std::string> kLookup = {"env", "clazz", "name", "sig"};
-const std::vector<std::string> kString = {"env", "string"};
+using Texts = std::vector<std::string>;
+const Texts kEnv = {"env"};
+const Texts kVirtual = {"env", "obj", "methodID"};
+const Texts kNonvirtual = {"env", "obj", "clazz", "methodID"};
+const Texts kStatic = {"env", "clazz", "methodID"};
+const Texts kArray = {"env", "array"};
+const Texts kNewArray = {"env", "length >= 0"};
+const Texts kRegion = {"env", "array", "buf"};
+const Texts kStringRegion = {"env", "str", "buf"};
+const Texts kLookup = {"env", "clazz", "name", "sig"};
+const Texts kString = {"env", "string"};
 
 constexpr auto direct = Kind::direct, checkedResult = Kind::checkedResult, nonRaising = Kind::nonRaising,
-               flagged = Kind::flagged, own = Kind::own;
+               flagged = Kind::flagged;
 
 #define ROW(Name, Member, ...) bind<&ven___##Name, &Jni::Member>("ven___" #Name, __VA_ARGS__)
 
-// A checked-result row whose failure result is NULL, named after its JNI member.
+// A checked-result row named after its JNI member.
 #define CHECKED(Name, envLine, texts, consistencyLine, ...)                                                  \
     ROW(Name, Name,                                                                                          \
-        {.kind = checkedResult,                                                                              \
-         .line = envLine,                                                                                    \
-         .checks = texts,                                                                                    \
-         .resultLine = consistencyLine,                                                                      \
-         .resultMessage = nullResult(#Name)},                                                                \
-        __VA_ARGS__)
-#define STATUS(Name, envLine, texts, consistencyLine, ...)                                                   \
-    ROW(Name, Name,                                                                                          \
-        {.kind = checkedResult,                                                                              \
-         .line = envLine,                                                                                    \
-         .checks = texts,                                                                                    \
-         .resultLine = consistencyLine,                                                                      \
-         .resultMessage = failedStatus(#Name)},                                                              \
+        {.kind = checkedResult, .line = envLine, .checks = texts, .resultLine = consistencyLine},            \
         __VA_ARGS__)
 
 // An accessor checks env, its target, fieldID from `line` and stops on an exception at line + 9.
@@ -119,39 +97,47 @@ std::vector<Row> makeRows()
         ROW(GetVersion, GetVersion, {.kind = direct, .line = 45, .checks = kEnv}),
         ROW(FindClass, FindClass, {.kind = checkedResult, .line = 56, .checks = {"env", "name"}, .resultLine = 69,
             .resultMessage = "(*env)->ExceptionCheck() == JNI_FALSE <> (*env)->ven___FindClass() == NULL"}, "a/B"),
-        ROW(Throw, Throw, {.kind = own, .line = 81, .checks = {"env", "throwable"}}, throwable),
-        ROW(ThrowNew, ThrowNew, {.kind = own, .line = 91, .checks = {"env", "clazz", "message"}}, clazz, "m"),
+        ROW(Throw, Throw, {.kind = Kind::throwing, .line = 81, .checks = {"env", "throwable"}, .statusLine = 86,
+            .statusCondition = "(*env)->Throw( env, throwable ) == 0",
+            .trail = {"ExceptionClear", "ExceptionCheck", "Throw", "ExceptionCheck"}}, throwable),
+        ROW(ThrowNew, ThrowNew, {.kind = Kind::throwing, .line = 91, .checks = {"env", "clazz", "message"},
+            .statusLine = 95, .statusCondition = "(*env)->ThrowNew( env, clazz, message ) == 0",
+            .trail = {"ThrowNew", "ExceptionCheck"}}, clazz, "m"),
         ROW(ExceptionOccurred, ExceptionOccurred, {.kind = direct, .line = 100, .checks = kEnv}),
         ROW(ExceptionDescribe, ExceptionDescribe, {.kind = direct, .line = 106, .checks = kEnv}),
-        ROW(ExceptionClear, ExceptionClear, {.kind = own, .line = 112, .checks = kEnv}),
+        ROW(ExceptionClear, ExceptionClear, {.kind = Kind::clearing, .line = 112, .checks = kEnv,
+            .exceptionLine = 116, .trail = {"ExceptionClear", "ExceptionCheck"}}),
         ROW(FatalError, FatalError, {.kind = direct, .line = 120, .checks = {"env", "msg"}}, "m"),
         ROW(ExceptionCheck, ExceptionCheck, {.kind = direct, .line = 127, .checks = kEnv}),
-        CHECKED(NewGlobalRef, 136, (std::vector<std::string>{"env", "obj"}), 149, object),
+        CHECKED(NewGlobalRef, 136, (Texts{"env", "obj"}), 149, object),
         ROW(DeleteGlobalRef, DeleteGlobalRef, {.kind = direct, .line = 161, .checks = {"env", "globalRef"}}, object),
         ROW(DeleteLocalRef, DeleteLocalRef, {.kind = direct, .line = 168, .checks = {"env", "localRef"}}, object),
-        STATUS(RegisterNatives, 178, (std::vector<std::string>{"env", "clazz", "methods", "nMethods >= 0"}), 195,
-               clazz, methods, 0),
-        STATUS(UnregisterNatives, 210, (std::vector<std::string>{"env", "clazz"}), 225, clazz),
-        STATUS(EnsureLocalCapacity, 241, (std::vector<std::string>{"env", "capacity >= 0"}), 256, 0),
-        STATUS(PushLocalFrame, 275, (std::vector<std::string>{"env", "capacity >= 0"}), 290, 0),
-        ROW(PopLocalFrame, PopLocalFrame, {.kind = own, .line = 308, .checks = kEnv}, Kept{object}),
+        CHECKED(RegisterNatives, 178, (Texts{"env", "clazz", "methods", "nMethods >= 0"}), 195, clazz, methods, 0),
+        CHECKED(UnregisterNatives, 210, (Texts{"env", "clazz"}), 225, clazz),
+        CHECKED(EnsureLocalCapacity, 241, (Texts{"env", "capacity >= 0"}), 256, 0),
+        CHECKED(PushLocalFrame, 275, (Texts{"env", "capacity >= 0"}), 290, 0),
+        ROW(PopLocalFrame, PopLocalFrame, {.kind = nonRaising, .line = 308, .checks = kEnv, .exceptionLine = 315},
+            Kept{object}),
         ROW(NewLocalRef, NewLocalRef, {.kind = nonRaising, .line = 328, .checks = kEnv, .resultLine = 342,
             .resultMessage = "ref != NULL <> (*env)->NewLocalRef(ref) == NULL", .exceptionLine = 339}, Kept{object}),
         CHECKED(NewWeakGlobalRef, 356, kEnv, 368, Kept{object}),
         ROW(DeleteWeakGlobalRef, DeleteWeakGlobalRef, {.kind = direct, .line = 380, .checks = {"env", "obj"}}, object),
-        CHECKED(AllocObject, 390, (std::vector<std::string>{"env", "clazz"}), 403, clazz),
+        CHECKED(AllocObject, 390, (Texts{"env", "clazz"}), 403, clazz),
         CHECKED(NewObjectA, 429, kStatic, 443, clazz, methodID, Kept{args}),
         CHECKED(NewObjectV, 459, kStatic, 473, clazz, methodID, VaList{}),
-        ROW(NewObject, NewObjectV, {.kind = checkedResult, .line = 459, .checks = kStatic, .resultLine = 473,
-            .resultMessage = nullResult("NewObjectV")}, clazz, methodID),
+        ROW(NewObject, NewObjectV, {.kind = checkedResult, .line = 459, .checks = kStatic, .resultLine = 473},
+            clazz, methodID),
         ROW(GetObjectClass, GetObjectClass, {.kind = nonRaising, .line = 488, .checks = {"env", "obj"},
             .resultLine = 499, .resultMessage = "(*env)->GetObjectClass() == NULL", .exceptionLine = 496}, object),
         ROW(IsInstanceOf, IsInstanceOf, {.kind = nonRaising, .line = 513, .checks = {"env", "clazz"},
             .exceptionLine = 521}, Kept{jobject{}}, clazz),
         ROW(IsSameObject, IsSameObject, {.kind = nonRaising, .line = 534, .checks = kEnv, .exceptionLine = 541},
             Kept{object}, Kept{clazz}),
-        ROW(MonitorEnter, MonitorEnter, {.kind = own, .line = 5094, .checks = {"env", "obj"}}, object),
-        ROW(MonitorLeave, MonitorExit, {.kind = own, .line = 5110, .checks = {"env", "obj"}}, object),
+        ROW(MonitorEnter, MonitorEnter, {.kind = nonRaising, .line = 5094, .checks = {"env", "obj"},
+            .exceptionLine = 5102, .statusLine = 5100, .statusCondition = "(*env)->MonitorEnter( env, obj ) == 0"},
+            object),
+        ROW(MonitorLeave, MonitorExit, {.kind = direct, .line = 5110, .checks = {"env", "obj"}, .statusLine = 5113,
+            .statusCondition = "(*env)->MonitorExit( env, obj ) == 0"}, object),
 
         CHECKED(GetFieldID, 554, kLookup, 569, clazz, "f", "I"),
         CHECKED(GetStaticFieldID, 2548, kLookup, 2563, clazz, "f", "I"),
@@ -179,9 +165,8 @@ std::vector<Row> makeRows()
         CALL_ROWS(Float,   Delivery::none,    1378, 1702,   2146, 2480,      3365, 3689),
         CALL_ROWS(Double,  Delivery::none,    1411, 1735,   2180, 2514,      3398, 3722),
 
-        CHECKED(NewString, 3756, (std::vector<std::string>{"env", "unicodeChars || len == 0", "len >= 0"}), 3770,
-                chars, 0),
-        CHECKED(NewStringUTF, 3847, (std::vector<std::string>{"env", "bytes"}), 3860, "a"),
+        CHECKED(NewString, 3756, (Texts{"env", "unicodeChars || len == 0", "len >= 0"}), 3770, chars, 0),
+        CHECKED(NewStringUTF, 3847, (Texts{"env", "bytes"}), 3860, "a"),
         CHECKED(GetStringChars, 3811, kString, 3824, string, Kept{isCopy}),
         CHECKED(GetStringUTFChars, 3900, kString, 3913, string, Kept{isCopy}),
         CHECKED(GetStringCritical, 3990, kString, 4003, string, Kept{isCopy}),
@@ -202,8 +187,7 @@ std::vector<Row> makeRows()
 
         ROW(GetArrayLength, GetArrayLength, {.kind = nonRaising, .line = 4026, .checks = kArray, .resultLine = 4037,
             .resultMessage = "(*env)->array() < 0", .exceptionLine = 4034}, array),
-        CHECKED(NewObjectArray, 4051, (std::vector<std::string>{"env", "length >= 0", "elementClass"}), 4065,
-                0, clazz, Kept{jobject{}}),
+        CHECKED(NewObjectArray, 4051, (Texts{"env", "length >= 0", "elementClass"}), 4065, 0, clazz, Kept{jobject{}}),
         ROW(SetObjectArrayElement, SetObjectArrayElement, {.kind = flagged, .line = 4080, .checks = kArray},
             array, Kept{1}, Kept{jobject{}}),
         CHECKED(GetPrimitiveArrayCritical, 5058, kArray, 5071, array, Kept{isCopy}),

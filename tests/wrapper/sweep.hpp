@@ -21,13 +21,15 @@ using Jni = JNINativeInterface_;
 
 inline constexpr const char* kPath = "source/ven/ven_wrapper";
 inline constexpr const char* kNoException = "(*env)->ExceptionCheck( env ) == JNI_FALSE";
+inline constexpr const char* kReleaseMode = "mode == 0 || mode == JNI_COMMIT || mode == JNI_ABORT";
 
 enum class Kind {
     direct,        // calls its JNI entry and nothing else
     checkedResult, // keeps the pending exception; a failure result must come with an exception
     nonRaising,    // keeps it; an exception stops the process, and so may a bad result
     flagged,       // keeps it; JNI_FALSE when the call raised, the value (zero then) stored
-    own,           // rules of its own after the argument checks (exceptions, frames, monitors)
+    throwing,      // the entry must raise; what it raised stays pending, whatever was pending before
+    clearing,      // the entry must leave nothing pending
 };
 
 // How a flagged wrapper's out-parameter gets the value: stored, or stored with the reference
@@ -52,17 +54,21 @@ struct Setup {
     jobject old = nullptr; // held by a reference out-parameter before the call
     bool noOut = false;    // NULL passed as the out-parameter
     jint mode = 0;         // a release mode, where the row passes Mode{}
+    jint badMode = -1;     // the mode passed from argument number `bad` on
     jint raised = 0;       // what a raising JNI entry returns when it returns a number
 };
 
 struct Row {
     std::string name{}; // set by bind()
-    Kind kind = Kind::own;
+    Kind kind = Kind::direct;
     int line = 0;                      // of the first argument check; the next ones line by line
     std::vector<std::string> checks{}; // the texts of the argument checks, in order
     int resultLine = 0;                // the consistency check of JNI's result, if there is one
-    std::string resultMessage{};
-    int exceptionLine = 0; // non-raising: where a raised exception stops the process
+    std::string resultMessage{};       // by default the usual one for a checked result
+    int exceptionLine = 0;             // non-raising, clearing: where a pending exception stops the process
+    int statusLine = 0;                // JNI's status must be 0, tested before the exception state
+    std::string statusCondition{};
+    std::vector<std::string> trail{}; // the JNI calls of a success, where they are not the kind's floor
     Delivery delivery = Delivery::none;
     // Filled in by bind().
     std::string member{};   // the JNI entry it calls, as the FaultEnv trail names it
@@ -96,13 +102,9 @@ template <typename T> std::uint64_t bitsOf(T value)
 // A value of every JNI type that no wrapper treats as failure (never NULL, never negative).
 template <typename T> T sample()
 {
-    if constexpr (std::is_pointer_v<T>) {
-        return reinterpret_cast<T>(std::uintptr_t{0x5a5a5a50});
-    } else {
-        T value;
-        std::memset(&value, 0x5a, sizeof value);
-        return value;
-    }
+    T value;
+    std::memset(&value, 0x5a, sizeof value);
+    return value;
 }
 
 // Global references, made once: a String, the class String, the class OutOfMemoryError.
@@ -118,7 +120,7 @@ template <typename P, typename G> P argument(const Setup& setup, int& position, 
     } else {
         const bool isGood = setup.bad < 0 || position++ < setup.bad;
         if constexpr (std::is_same_v<G, Mode>) {
-            return isGood ? setup.mode : -1;
+            return isGood ? setup.mode : setup.badMode;
         } else if constexpr (std::is_pointer_v<P>) {
             return isGood ? (P)good : nullptr;
         } else {
@@ -127,10 +129,28 @@ template <typename P, typename G> P argument(const Setup& setup, int& position, 
     }
 }
 
+// What every V and variadic form is given after its fixed arguments: four widths, so that a list
+// passed on out of order or from the wrong start reads back wrong.
+inline std::tuple<jint, jlong, jdouble, jobject> variadics()
+{
+    return {7, -8, -0.5, sampleObject(false)};
+}
+
+template <typename L> bool carriesTheVariadics(L list)
+{
+    va_list copy;
+    va_copy(copy, list);
+    const auto [i, j, d, l] = variadics();
+    const bool same = va_arg(copy, jint) == i && va_arg(copy, jlong) == j && va_arg(copy, jdouble) == d &&
+                      va_arg(copy, jobject) == l;
+    va_end(copy);
+    return same;
+}
+
 template <typename A, typename G> bool sameArgument(A received, G good, const Setup& setup)
 {
     if constexpr (std::is_same_v<G, VaList>) {
-        return true; // the V form passes the list on; the variadic form makes its own
+        return carriesTheVariadics(received);
     } else if constexpr (std::is_same_v<G, Mode>) {
         return received == setup.mode;
     } else if constexpr (requires { good.kept; }) {
@@ -143,9 +163,11 @@ template <typename A, typename G> bool sameArgument(A received, G good, const Se
 template <typename F> struct Signature;
 template <typename R, typename... P> struct Signature<R (*)(P...)> {
     using Params = std::tuple<P...>;
+    static constexpr bool kVariadic = false;
 };
 template <typename R, typename... P> struct Signature<R (*)(P..., ...)> {
     using Params = std::tuple<P...>;
+    static constexpr bool kVariadic = true;
 };
 
 inline void withVaList(const std::function<void(va_list)>& body, int count, ...)
@@ -156,8 +178,15 @@ inline void withVaList(const std::function<void(va_list)>& body, int count, ...)
     va_end(list);
 }
 
-template <auto Wrapper, typename Args> std::uint64_t callWith(const Args& args)
+template <auto Wrapper, typename Fixed> std::uint64_t callWith(const Fixed& fixed)
 {
+    const auto args = [&] {
+        if constexpr (Signature<decltype(Wrapper)>::kVariadic) {
+            return std::tuple_cat(fixed, variadics());
+        } else {
+            return fixed;
+        }
+    }();
     if constexpr (std::is_void_v<decltype(std::apply(Wrapper, args))>) {
         std::apply(Wrapper, args);
         return 0;
@@ -171,30 +200,29 @@ template <auto Wrapper, typename Args> std::uint64_t callWith(const Args& args)
 template <auto Wrapper, typename... G> Outcome invoke(JNIEnv* env, const Setup& setup, G... goods)
 {
     Outcome outcome;
-    withVaList(
-        [&](va_list list) {
-            [&]<typename First, typename... P>(std::tuple<First, P...>*) {
-                int position = 1;
-                JNIEnv* e = setup.bad == 0 ? nullptr : env;
-                if constexpr (std::is_same_v<First, JNIEnv*>) {
-                    const std::tuple<JNIEnv*, P...> args{e, argument<P>(setup, position, list, goods)...};
-                    outcome.returned = outcome.out = callWith<Wrapper>(args);
-                } else {
-                    [&]<typename... Q>(std::tuple<JNIEnv*, Q...>*) {
-                        std::remove_pointer_t<First> slot;
-                        std::memset(&slot, 0xcd, sizeof slot);
-                        if constexpr (std::is_same_v<First, jobject*>) {
-                            slot = setup.old;
-                        }
-                        const std::tuple<First, JNIEnv*, Q...> args{
-                            setup.noOut ? nullptr : &slot, e, argument<Q>(setup, position, list, goods)...};
-                        outcome.returned = callWith<Wrapper>(args);
-                        outcome.out = bitsOf(slot);
-                    }(static_cast<std::tuple<P...>*>(nullptr));
-                }
-            }(static_cast<typename Signature<decltype(Wrapper)>::Params*>(nullptr));
-        },
-        0);
+    const std::function<void(va_list)> body = [&](va_list list) {
+        [&]<typename First, typename... P>(std::tuple<First, P...>*) {
+            int position = 1;
+            JNIEnv* e = setup.bad == 0 ? nullptr : env;
+            if constexpr (std::is_same_v<First, JNIEnv*>) {
+                const std::tuple<JNIEnv*, P...> args{e, argument<P>(setup, position, list, goods)...};
+                outcome.returned = outcome.out = callWith<Wrapper>(args);
+            } else {
+                [&]<typename... Q>(std::tuple<JNIEnv*, Q...>*) {
+                    std::remove_pointer_t<First> slot;
+                    std::memset(&slot, 0xcd, sizeof slot);
+                    if constexpr (std::is_same_v<First, jobject*>) {
+                        slot = setup.old;
+                    }
+                    const std::tuple<First, JNIEnv*, Q...> args{setup.noOut ? nullptr : &slot, e,
+                                                                argument<Q>(setup, position, list, goods)...};
+                    outcome.returned = callWith<Wrapper>(args);
+                    outcome.out = bitsOf(slot);
+                }(static_cast<std::tuple<P...>*>(nullptr));
+            }
+        }(static_cast<typename Signature<decltype(Wrapper)>::Params*>(nullptr));
+    };
+    std::apply([&](auto... values) { withVaList(body, 0, values...); }, variadics());
     return outcome;
 }
 
@@ -237,6 +265,7 @@ template <typename R, typename... A, R (JNICALL* Jni::*Member)(JNIEnv*, A...)> s
             }
             (std::index_sequence_for<G...>{});
             if (answer == Answer::raise) {
+                real->ExceptionClear(); // ThrowNew and ExceptionClear are called with one pending
                 real->ThrowNew(injectedErrorClass(), "injected");
             }
             if constexpr (!std::is_void_v<R>) {
@@ -252,7 +281,11 @@ template <auto Wrapper, auto Member, typename... G> Row bind(const char* name, R
     using R = typename EntryOf<Member>::Result;
     row.name = name;
     row.member = detail::entryName(detail::slotOf<Member>());
-    row.status = std::is_same_v<R, jint> && row.kind == Kind::checkedResult;
+    row.status = std::is_same_v<R, jint> && (row.kind == Kind::checkedResult || row.statusLine != 0);
+    if (row.kind == Kind::checkedResult && row.resultMessage.empty()) {
+        row.resultMessage = "(*env)->ExceptionCheck() == JNI_FALSE <> (*env)->" + row.member +
+                            (row.status ? "() != 0" : "() == NULL");
+    }
     row.reference = detail::kIsReference<R> && !detail::kSameEntry<Member, &Jni::NewGlobalRef> &&
                     !detail::kSameEntry<Member, &Jni::NewWeakGlobalRef>;
     if constexpr (!std::is_same_v<std::tuple_element_t<0, typename Signature<decltype(Wrapper)>::Params>,
@@ -263,7 +296,12 @@ template <auto Wrapper, auto Member, typename... G> Row bind(const char* name, R
     }
     row.call = [=](JNIEnv* env, Setup setup) { return invoke<Wrapper>(env, setup, goods...); };
     row.answer = [=, status = row.status](FaultEnv& fault, Answer answer, Setup setup) {
-        return EntryOf<Member>::answer(fault, answer, status, setup, goods...);
+        if constexpr (Signature<decltype(Wrapper)>::kVariadic) {
+            // The variadic form's row names its fixed arguments; its entry gets the list too.
+            return EntryOf<Member>::answer(fault, answer, status, setup, goods..., VaList{});
+        } else {
+            return EntryOf<Member>::answer(fault, answer, status, setup, goods...);
+        }
     };
     return row;
 }

@@ -1,4 +1,5 @@
-// Every rule of a wrapper's kind, proved on every row, and the rows against the exported wrappers.
+// Every rule of a wrapper's kind, proved on every row, and the rows against the exported wrappers;
+// then what only a real JVM shows: a local frame popped under a pending exception.
 #include <set>
 
 #include "support/exported.hpp"
@@ -21,9 +22,17 @@ jthrowable throwE1(JNIEnv* env)
     return global;
 }
 
+bool releases(const Row& row)
+{
+    return row.checks.back() == kReleaseMode;
+}
+
 // The JNI calls of a success: a direct call makes its own; the others ask before and after it.
 std::vector<std::string> floorOf(const Row& row, bool deletesOld)
 {
+    if (!row.trail.empty()) {
+        return row.trail;
+    }
     if (row.kind == Kind::direct) {
         return {row.member};
     }
@@ -45,64 +54,83 @@ jobject oldReference(JNIEnv* env, FaultEnv& fault, const Row& row)
     return old;
 }
 
-// Each check in order, with NULL (or -1) from the checked argument on; nothing reaches JNI.
+// Each check in order, with NULL (or -1) from the checked argument on; nothing reaches JNI. A
+// release mode is refused below, just above and at both ends of the range.
 TEST_F(WrapperSweep, ArgumentChecksStopInOrderBeforeAnyJniCall)
 {
     for (const Row& row : rows()) {
         for (int bad = 0; bad < static_cast<int>(row.checks.size()); ++bad) {
-            SCOPED_TRACE(row.name + " check " + std::to_string(bad));
-            FaultEnv fault(env);
-            EXPECT_VEN_ABORT(row.call(fault.env(), {.bad = bad}), kPath, row.line + bad,
-                             row.checks[bad].c_str());
-            EXPECT_EQ(fault.trail(), std::vector<std::string>{});
+            for (jint badMode : {-1, 3, INT32_MIN, INT32_MAX}) {
+                if (badMode != -1 && !releases(row)) {
+                    continue;
+                }
+                SCOPED_TRACE(row.name + " check " + std::to_string(bad) + " mode " + std::to_string(badMode));
+                FaultEnv fault(env);
+                // An argument let through reaches this answer and shows in the trail, not JNI.
+                row.answer(fault, Answer::quietFailure, {});
+                EXPECT_VEN_ABORT(row.call(fault.env(), {.bad = bad, .badMode = badMode}), kPath,
+                                 row.line + bad, row.checks[bad].c_str());
+                EXPECT_EQ(fault.trail(), std::vector<std::string>{});
+            }
         }
     }
 }
 
 // A success costs the floor of JNI calls (with nothing pending), hands over exactly what JNI
-// returned, leaves behind only the reference it delivers and keeps a pending exception pending.
+// returned, leaves behind only the reference it delivers and keeps a pending exception pending
+// (a throw replaces it, a clear ends it). Every release mode reaches JNI.
 TEST_F(WrapperSweep, SuccessIsTheFloorAndKeepsThePendingException)
 {
     for (const Row& row : rows()) {
-        for (bool pending : {false, true}) {
-            if (row.kind == Kind::own) {
-                continue;
-            }
-            SCOPED_TRACE(row.name + (pending ? " with E1 pending" : ""));
-            TestFrame frame(env);
-            FaultEnv fault(env);
-            LeakCheck leaks(fault);
-            jobject old = oldReference(env, fault, row);
-            auto answered = row.answer(fault, Answer::success, {});
-            jthrowable e1 = pending ? throwE1(env) : nullptr;
-            const Outcome got = row.call(fault.env(), {.old = old});
-            const bool replaced = row.delivery == Delivery::replace && old != nullptr;
-            if (!pending || row.kind == Kind::direct) {
-                EXPECT_EQ(fault.trail(), floorOf(row, replaced));
-            }
-            if (row.kind == Kind::flagged) {
-                EXPECT_EQ(got.returned, JNI_TRUE);
-            }
-            if (row.kind != Kind::flagged || row.delivery != Delivery::none) {
-                EXPECT_EQ(got.out, answered) << "the value JNI returned";
-            }
-            EXPECT_EQ(leaks.live(), int(row.reference) + int(old != nullptr && !replaced));
-            pending ? ExpectPending(env, "java.lang.IllegalStateException", "E1") : ExpectNoPending(env);
-            env->DeleteGlobalRef(e1);
-            if (row.delivery != Delivery::none) {
-                EXPECT_EQ(row.call(fault.env(), {.noOut = true}).returned, JNI_TRUE)
-                    << "a NULL out-parameter";
+        for (jint mode : {0, JNI_COMMIT, JNI_ABORT}) {
+            for (bool pending : {false, true}) {
+                if (mode != 0 && !releases(row)) {
+                    continue;
+                }
+                SCOPED_TRACE(row.name + (pending ? " with E1 pending" : "") + " mode " +
+                             std::to_string(mode));
+                TestFrame frame(env);
+                FaultEnv fault(env);
+                LeakCheck leaks(fault);
+                jobject old = oldReference(env, fault, row);
+                const Answer success = row.kind == Kind::throwing ? Answer::raise : Answer::success;
+                auto answered = row.kind == Kind::clearing ? 0 : row.answer(fault, success, {.mode = mode});
+                jthrowable e1 = pending ? throwE1(env) : nullptr;
+                const Outcome got = row.call(fault.env(), {.old = old, .mode = mode});
+                const bool replaced = row.delivery == Delivery::replace && old != nullptr;
+                if (!pending || row.kind == Kind::direct || !row.trail.empty()) {
+                    EXPECT_EQ(fault.trail(), floorOf(row, replaced));
+                }
+                if (row.kind == Kind::flagged) {
+                    EXPECT_EQ(got.returned, JNI_TRUE);
+                }
+                if (row.kind != Kind::flagged || row.delivery != Delivery::none) {
+                    EXPECT_EQ(got.out, answered) << "the value JNI returned";
+                }
+                EXPECT_EQ(leaks.live(), int(row.reference) + int(old != nullptr && !replaced));
+                if (row.kind == Kind::throwing) {
+                    ExpectPending(env, "java.lang.OutOfMemoryError", "injected");
+                } else if (pending && row.kind != Kind::clearing) {
+                    ExpectPending(env, "java.lang.IllegalStateException", "E1");
+                }
+                ExpectNoPending(env);
+                env->DeleteGlobalRef(e1);
+                if (row.delivery != Delivery::none) {
+                    EXPECT_EQ(row.call(fault.env(), {.noOut = true}).returned, JNI_TRUE)
+                        << "a NULL out-parameter";
+                }
             }
         }
     }
 }
 
 // A call that raised: a NULL result or a non-zero status (-1 for a status JNI left at 0), or
-// JNI_FALSE and zero delivered; a non-raising wrapper stops. Its exception replaces E1.
+// JNI_FALSE and zero delivered; a non-raising wrapper stops, on its status first. Its exception
+// replaces E1.
 TEST_F(WrapperSweep, ARaisedExceptionFailsTheCallOrStopsTheProcess)
 {
     for (const Row& row : rows()) {
-        if (row.kind == Kind::own || row.kind == Kind::direct) {
+        if (row.kind == Kind::direct || row.kind == Kind::throwing) {
             continue;
         }
         // What JNI returned, and the status the wrapper returns then.
@@ -118,8 +146,11 @@ TEST_F(WrapperSweep, ARaisedExceptionFailsTheCallOrStopsTheProcess)
                 jobject old = oldReference(env, fault, row);
                 row.answer(fault, Answer::raise, {.raised = raised});
                 jthrowable e1 = pending ? throwE1(env) : nullptr;
-                if (row.kind == Kind::nonRaising) {
-                    EXPECT_VEN_ABORT(row.call(fault.env(), {}), kPath, row.exceptionLine, kNoException);
+                if (row.exceptionLine != 0) {
+                    const bool byStatus = row.statusLine != 0 && raised != 0;
+                    EXPECT_VEN_ABORT(row.call(fault.env(), {}), kPath,
+                                     byStatus ? row.statusLine : row.exceptionLine,
+                                     byStatus ? row.statusCondition.c_str() : kNoException);
                 } else {
                     const Outcome got = row.call(fault.env(), {.old = old});
                     const std::uint64_t failed = row.status ? bitsOf(expected) : 0;
@@ -134,43 +165,33 @@ TEST_F(WrapperSweep, ARaisedExceptionFailsTheCallOrStopsTheProcess)
     }
 }
 
-// JNI's failure value without an exception breaks JNI's contract: the process stops.
+// JNI's failure value without an exception breaks JNI's contract, and so does a throw that
+// raised nothing: the process stops.
 TEST_F(WrapperSweep, AFailureWithoutAnExceptionStopsTheProcess)
 {
     for (const Row& row : rows()) {
-        if (row.resultLine != 0) {
-            SCOPED_TRACE(row.name);
-            FaultEnv fault(env);
-            row.answer(fault, Answer::quietFailure, {});
-            EXPECT_VEN_ABORT_MESSAGE(row.call(fault.env(), {}), kPath, row.resultLine,
-                                     row.resultMessage.c_str());
-            ExpectNoPending(env);
+        const struct {
+            Answer answer;
+            int line;
+            const char* condition;
+            const char* message;
+        } stops[] = {
+            {Answer::quietFailure, row.resultLine, nullptr, row.resultMessage.c_str()},
+            {Answer::quietFailure, row.statusLine, row.statusCondition.c_str(), nullptr},
+            {Answer::success, row.kind == Kind::throwing ? row.statusLine + 1 : 0,
+             "(*env)->ExceptionCheck( env ) == JNI_TRUE", nullptr},
+        };
+        for (const auto& stop : stops) {
+            if (stop.line != 0) {
+                SCOPED_TRACE(row.name);
+                FaultEnv fault(env);
+                row.answer(fault, stop.answer, {});
+                EXPECT_TRUE(abortedWith(catchAbort([&] { row.call(fault.env(), {}); }), row.name.c_str(),
+                                        kPath, stop.line, stop.condition, stop.message));
+                ExpectNoPending(env);
+            }
         }
     }
-}
-
-// 0, JNI_COMMIT and JNI_ABORT reach JNI; any other mode stops on the line after the last pointer.
-TEST_F(WrapperSweep, ReleaseModes)
-{
-    const char* const modeCheck = "mode == 0 || mode == JNI_COMMIT || mode == JNI_ABORT";
-    int releases = 0;
-    for (const Row& row : rows()) {
-        if (row.checks.back() != modeCheck) {
-            continue;
-        }
-        SCOPED_TRACE(row.name);
-        ++releases;
-        for (jint mode : {JNI_COMMIT, JNI_ABORT}) {
-            FaultEnv fault(env);
-            row.answer(fault, Answer::success, {.mode = mode});
-            row.call(fault.env(), {.mode = mode});
-            EXPECT_EQ(fault.trail(), std::vector<std::string>{row.member});
-        }
-        for (jint mode : {3, INT32_MIN, INT32_MAX}) {
-            EXPECT_VEN_ABORT(row.call(env, {.mode = mode}), kPath, row.line + 3, modeCheck);
-        }
-    }
-    EXPECT_EQ(releases, 9);
 }
 
 // Exported ven___ functions without a row: the units' start-up and shutdown (no JNI; the module
@@ -192,6 +213,42 @@ TEST_F(WrapperSweep, EveryExportedWrapperHasARowOrAReason)
         EXPECT_NE(unmatched.erase(name) == 1, excluded(name)) << name << ": a row or a reason";
     }
     EXPECT_TRUE(unmatched.empty()) << "rows of nothing exported: " << testing::PrintToString(unmatched);
+}
+
+// E1, saved as a local reference of the frame being popped, is pending again after the pop,
+// with or without a result, also when no global reference can be had (and none is left).
+TEST_F(WrapperSweep, PopLocalFrameCarriesThePendingException)
+{
+    for (bool globalRefFails : {false, true}) {
+        for (bool withResult : {false, true}) {
+            FaultEnv fault(env);
+            if (globalRefFails) {
+                fault.returnNull<&Jni::NewGlobalRef>();
+            }
+            ASSERT_EQ(env->PushLocalFrame(4), 0);
+            jstring inner = withResult ? env->NewStringUTF("result") : nullptr;
+            env->Throw(makeThrowable(env, "java/lang/IllegalStateException", "E1"));
+            jobject outer = ven___PopLocalFrame(fault.env(), inner);
+            ExpectPending(env, "java.lang.IllegalStateException", "E1");
+            EXPECT_EQ(outer ? utf8(env, static_cast<jstring>(outer)) : "NULL",
+                      withResult ? "result" : "NULL");
+            EXPECT_EQ(fault.calls<&Jni::NewGlobalRef>() - fault.calls<&Jni::DeleteGlobalRef>(),
+                      globalRefFails);
+        }
+    }
+}
+
+// Arguments that may be NULL: a NULL reference has no copy (JNI is not asked, E1 stays) and no
+// characters need no array.
+TEST_F(WrapperSweep, NullArgumentsThatAreAllowed)
+{
+    FaultEnv fault(env);
+    jthrowable e1 = throwE1(env);
+    EXPECT_EQ(ven___NewLocalRef(fault.env(), nullptr), nullptr);
+    EXPECT_EQ(fault.trail(), std::vector<std::string>{});
+    ExpectPending(env, "java.lang.IllegalStateException", "E1");
+    env->DeleteGlobalRef(e1);
+    EXPECT_EQ(units(env, ven___NewString(env, nullptr, 0)), u"");
 }
 
 } // namespace
