@@ -1,11 +1,8 @@
-// The C++ face (ven/ven.hpp): descriptors of every type, each value type reaching the C
-// function of its type, ownership on success and failure paths, the order of release, the
-// attach scope and the one-pending-exception rule of Context::fail.
+// The C++ face (ven/ven.hpp): descriptors of every type, ownership on success and failure
+// paths and the order of release.
 #include <algorithm>
 #include <functional>
-#include <limits>
 #include <string>
-#include <thread>
 #include <utility>
 
 #include "support/ven_test.hpp"
@@ -42,23 +39,6 @@ TEST(CxxSignatures, EveryTypeHasItsDescriptor)
     }
 }
 
-// One row per primitive type: the Methods and Fields fixtures' members named after it, the type
-// the C API delivers it as, a value that a conversion of the wrong type would change, and the
-// fields' starting value.
-template <typename T, typename V> struct Primitive {
-    using Value = V;
-    const char *lower, *upper;
-    T value, initial;
-};
-const auto kPrimitives = std::make_tuple(
-    Primitive<jboolean, KS_BOOL>{"boolean", "Boolean", JNI_FALSE, JNI_TRUE},
-    Primitive<jbyte, jbyte>{"byte", "Byte", -8, 8}, Primitive<jchar, KS_CHAR>{"char", "Char", 0xFFFF, 'c'},
-    Primitive<jshort, KS_INT>{"short", "Short", -16, 16},
-    Primitive<jint, KS_INT>{"int", "Int", std::numeric_limits<jint>::min(), 32},
-    Primitive<jlong, KS_INT>{"long", "Long", std::numeric_limits<jlong>::min(), 64},
-    Primitive<jfloat, double>{"float", "Float", -0.1f, 1.5f},
-    Primitive<jdouble, double>{"double", "Double", 0.1, 2.5});
-
 class CxxContext : public JvmTest
 {
   protected:
@@ -69,49 +49,6 @@ class CxxContext : public JvmTest
         return object ? std::move(*object) : Local<>();
     }
 };
-
-template <typename T, typename Value>
-void check(const Context& ctx, const Local<jclass>& methods, const Local<jclass>& fields,
-           const Local<>& callee, const Local<>& holder, const Primitive<T, Value>& row)
-{
-    SCOPED_TRACE(row.lower);
-    const auto echo = ctx.method<T(T)>(methods, (std::string(row.lower) + "Echo").c_str());
-    const auto staticEcho =
-        ctx.staticMethod<T(T)>(methods, ("static" + std::string(row.upper) + "Echo").c_str());
-    ASSERT_TRUE(echo && staticEcho);
-    EXPECT_EQ(ctx.call(callee, *echo, row.value), Value(row.value));
-    EXPECT_EQ(ctx.callNonvirtual(callee, methods, *echo, row.value), Value(row.value));
-    EXPECT_EQ(ctx.call(methods, *staticEcho, row.value), Value(row.value));
-
-    const auto field = ctx.field<T>(fields, (std::string(row.lower) + "Field").c_str());
-    const auto staticField =
-        ctx.staticField<T>(fields, ("static" + std::string(row.upper) + "Field").c_str());
-    ASSERT_TRUE(field && staticField);
-    EXPECT_EQ(ctx.read(holder, *field), Value(row.initial));
-    EXPECT_TRUE(ctx.write(holder, *field, Value(row.value)));
-    EXPECT_EQ(ctx.read(holder, *field), Value(row.value));
-    EXPECT_TRUE(ctx.write(fields, *staticField, Value(row.value)));
-    EXPECT_EQ(ctx.read(fields, *staticField), Value(row.value));
-    EXPECT_TRUE(ctx.write(fields, *staticField, Value(row.initial)));
-}
-
-TEST_F(CxxContext, EveryValueTypeReachesTheFunctionsOfItsType)
-{
-    const Context ctx(env, nullptr);
-    const auto methods = cls("fixtures/Methods"), fields = cls("fixtures/Fields");
-    const auto callee = make(methods, ctx), holder = make(fields, ctx);
-    std::apply([&](auto... row) { (check(ctx, methods, fields, callee, holder, row), ...); }, kPrimitives);
-
-    // The reference and void kinds.
-    const auto text = Local<jstring>(env, jstr(env, "a😀"));
-    const auto echoed = ctx.call(callee, *ctx.method<jstring(jstring)>(methods, "stringEcho"), text);
-    ASSERT_TRUE(echoed && *echoed);
-    EXPECT_EQ(utf8(env, echoed->get()), "a😀");
-    EXPECT_TRUE(ctx.call(callee, *ctx.method<void(jint)>(methods, "voidEcho"), 7));
-    EXPECT_EQ(ctx.read(callee, *ctx.field<jint>(methods, "intValue")), 7);
-    const auto field = ctx.field<jstring>(fields, "stringField");
-    EXPECT_EQ(utf8(env, ctx.read(holder, *field)->get()), "string");
-}
 
 // Each operation runs under a fault-injecting env, once as it is and once with the JNI call
 // it rests on failing; either way nothing it made outlives its handles.
@@ -199,53 +136,6 @@ TEST_F(CxxContext, ReleasesInOrderAndKeepsTheLatestReference)
     EXPECT_TRUE(fault.ledger().isLive(kept));
     array.reset();
     EXPECT_EQ(fault.ledger().live(), 0);
-}
-
-TEST_F(CxxContext, AttachScopeDetachesOnlyWhatItAttached)
-{
-    EXPECT_FALSE(AttachedThread().attachedHere()); // the main thread stays attached
-    EXPECT_EQ(venTryGetMainJniEnv(), env);
-    using As = AttachedThread::As;
-    for (const auto& [as, daemon] : {std::pair{As::Normal, false}, std::pair{As::Daemon, true}}) {
-        std::thread([as = as, daemon = daemon] {
-            EXPECT_EQ(venTryGetMainJniEnv(), nullptr);
-            {
-                const AttachedThread outer(as);
-                EXPECT_TRUE(outer.attachedHere());
-                {
-                    const AttachedThread inner;
-                    EXPECT_TRUE(!inner.attachedHere() && inner.env() == outer.env());
-                }
-                EXPECT_EQ(venTryGetMainJniEnv(), outer.env());
-                const Context ctx(outer.env(), nullptr);
-                const auto thread = ctx.findClass("java/lang/Thread");
-                using CurrentThread = Object<"java/lang/Thread">();
-                const auto current =
-                    ctx.call(*thread, *ctx.staticMethod<CurrentThread>(*thread, "currentThread"));
-                ASSERT_TRUE(current);
-                EXPECT_EQ(ctx.call(*current, *ctx.method<jboolean()>(*thread, "isDaemon")), KS_BOOL(daemon));
-            }
-            EXPECT_EQ(venTryGetMainJniEnv(), nullptr);
-        }).join();
-    }
-}
-
-TEST_F(CxxContext, FailLeavesExactlyOneExceptionPending)
-{
-    Trace trace;
-    const Context ctx(env, trace.get());
-    EXPECT_EQ(jobject(ctx.fail("Module.native", "count > 0")), nullptr);
-    ExpectPending(env, "java.lang.IllegalArgumentException", "Module.native: count > 0");
-    EXPECT_EQ(trace.lines(),
-              std::vector<std::string>{"[Module.native()] Exception: "
-                                       "java.lang.IllegalArgumentException: Module.native: count > 0"});
-
-    // A failure before it stays the one Java sees, and is not traced again.
-    trace.reset();
-    env->Throw(makeThrowable(env, "java/io/IOException", "first"));
-    (void)ctx.fail("Module.native", "count > 0");
-    ExpectPending(env, "java.io.IOException", "first");
-    EXPECT_TRUE(trace.lines().empty());
 }
 
 } // namespace

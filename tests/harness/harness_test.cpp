@@ -17,16 +17,12 @@ void fatalCheck()
     ks___Abort(nullptr, "source/ven/ven_wrapper", 57, "name");
 }
 
-void consistencyCheck()
-{
-    ks___Abort("a <> b", "source/ven/ven_wrapper", 120, nullptr);
-}
-
 // Each assertion that names a field other than the recorded one fails, naming what it got.
 TEST(AbortInterception, PassesOnExactlyTheRecordedFields)
 {
     EXPECT_VEN_ABORT(fatalCheck(), "source/ven/ven_wrapper", 57, "name");
-    EXPECT_VEN_ABORT_MESSAGE(consistencyCheck(), "source/ven/ven_wrapper", 120, "a <> b");
+    EXPECT_VEN_ABORT_MESSAGE(ks___Abort("a <> b", "source/ven/ven_wrapper", 120, nullptr),
+                             "source/ven/ven_wrapper", 120, "a <> b");
     const char* const got = "ended in ks___Abort(message NULL, path \"source/ven/ven_wrapper\", line 57, "
                             "condition \"name\")";
     EXPECT_NONFATAL_FAILURE(EXPECT_VEN_ABORT(fatalCheck(), "source/ven/ven_wrapper", 58, "name"), got);
@@ -92,13 +88,6 @@ TEST_F(FaultEnvTest, LedgerCountsLocalReferences)
     EXPECT_TRUE(ledger.isLive(survivor));
 }
 
-bool anyLineContains(std::size_t from, const char* text)
-{
-    std::vector<std::string> lines = jvmOutput();
-    return std::any_of(lines.begin() + static_cast<std::ptrdiff_t>(from), lines.end(),
-                       [&](const std::string& line) { return line.find(text) != std::string::npos; });
-}
-
 // Makes one JNI call with an exception pending, then clears it. Returns whether the warning
 // had arrived by the time the offending call returned.
 bool provokeExceptionPendingWarning()
@@ -107,14 +96,12 @@ bool provokeExceptionPendingWarning()
     std::size_t before = jvmOutput().size();
     env->ThrowNew(env->FindClass("java/lang/IllegalStateException"), "pending");
     env->DeleteLocalRef(env->FindClass("java/lang/Object")); // the offending call
-    bool arrived = anyLineContains(before, kExceptionPendingWarning);
+    std::vector<std::string> lines = jvmOutput();
+    bool arrived =
+        std::any_of(lines.begin() + static_cast<std::ptrdiff_t>(before), lines.end(),
+                    [](auto& line) { return line.find(kExceptionPendingWarning) != std::string::npos; });
     env->ExceptionClear();
     return arrived;
-}
-
-void guardWithoutWarning()
-{
-    ExpectJniWarning guard(kCriticalRegionWarning, "nothing provokes it");
 }
 
 // A warning arrives while the offending call runs and fails the test unless a guard covers it;
@@ -124,7 +111,8 @@ TEST_F(JvmTest, WarningsFailTheTestUnlessAGuardWantsThem)
     bool arrived = false;
     EXPECT_NONFATAL_FAILURE(arrived = provokeExceptionPendingWarning(), kExceptionPendingWarning);
     EXPECT_TRUE(arrived);
-    EXPECT_NONFATAL_FAILURE(guardWithoutWarning(), "never appeared");
+    EXPECT_NONFATAL_FAILURE(ExpectJniWarning(kCriticalRegionWarning, "nothing provokes it"),
+                            "never appeared");
     ExpectJniWarning guard(kExceptionPendingWarning, "harness self-test of the guard");
     EXPECT_TRUE(provokeExceptionPendingWarning());
 }
