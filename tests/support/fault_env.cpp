@@ -113,12 +113,10 @@ void FaultEnv::noteCall(std::size_t slot)
 
 jclass FaultEnv::globalClass(const char* className)
 {
-    std::string name = className;
-    std::replace(name.begin(), name.end(), '.', '/');
-    jclass local = real_->FindClass(name.c_str());
+    jclass local = real_->FindClass(className);
     if (local == nullptr) {
         real_->ExceptionClear();
-        ADD_FAILURE() << "FaultEnv: class " << name << " not found";
+        ADD_FAILURE() << "FaultEnv: class " << className << " not found";
         return nullptr;
     }
     auto global = static_cast<jclass>(real_->NewGlobalRef(local));

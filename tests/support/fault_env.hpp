@@ -54,13 +54,6 @@ template <auto A> inline constexpr bool kSameEntry<A, A> = true;
 template <typename R>
 inline constexpr bool kIsReference = std::is_pointer_v<R>&& std::is_convertible_v<R, jobject>;
 
-template <typename R> R zeroOf()
-{
-    if constexpr (!std::is_void_v<R>) {
-        return R{};
-    }
-}
-
 // The slot of a table entry, counted in pointers from the start of the table.
 template <auto Member> std::size_t slotOf()
 {
@@ -112,30 +105,15 @@ class FaultEnv
         override<Member>([value](JNIEnv*, auto...) { return value; }, calls);
     }
     template <auto Member> void returnNull(Calls calls = {}) { returnValue<Member>(nullptr, calls); }
-    template <auto Member> void returnStatus(jint status = -1, Calls calls = {})
-    {
-        returnValue<Member>(status, calls);
-    }
     template <auto Member>
     void raiseReturning(const char* className, const char* message,
                         typename detail::JniEntry<Member>::Result failure, Calls calls = {})
     {
-        override<Member>(
-            [throwable = globalClass(className), text = std::string(message), failure](JNIEnv* real,
-                                                                                       auto...) {
-                real->ThrowNew(throwable, text.c_str());
-                return failure;
-            },
-            calls);
+        throwing<Member>(className, message, calls, failure);
     }
     template <auto Member> void raise(const char* className, const char* message, Calls calls = {})
     {
-        override<Member>(
-            [throwable = globalClass(className), text = std::string(message)](JNIEnv* real, auto...) {
-                real->ThrowNew(throwable, text.c_str());
-                return detail::zeroOf<typename detail::JniEntry<Member>::Result>();
-            },
-            calls);
+        throwing<Member>(className, message, calls);
     }
     template <auto Member> void raiseOutOfMemory(Calls calls = {})
     {
@@ -169,6 +147,18 @@ class FaultEnv
     };
 
     jclass globalClass(const char* className);
+    // No failure value: the entry's zero (nothing for a void entry).
+    template <auto Member, typename... Failure>
+    void throwing(const char* className, const char* message, Calls calls, Failure... failure)
+    {
+        override<Member>(
+            [throwable = globalClass(className), text = std::string(message), failure...](JNIEnv* real,
+                                                                                          auto...) {
+                real->ThrowNew(throwable, text.c_str());
+                return typename detail::JniEntry<Member>::Result(failure...);
+            },
+            calls);
+    }
 
     Block block_;
     JNINativeInterface_ table_;
@@ -219,26 +209,24 @@ struct JniEntry<Member> {
     static R JNICALL trampoline(JNIEnv* fake, A... args)
     {
         FaultEnv& self = FaultEnv::owning(fake);
-        const std::size_t slot = slotOf<Member>();
-        self.noteCall(slot);
-        auto* replacement = static_cast<Function*>(self.replacementFor(slot));
-        JNIEnv* real = self.real();
+        self.noteCall(slotOf<Member>());
+        auto* replacement = static_cast<Function*>(self.replacementFor(slotOf<Member>()));
+        auto forward = [&] {
+            return replacement != nullptr ? (*replacement)(self.real(), args...)
+                                          : (self.realTable().*Member)(self.real(), args...);
+        };
+        // The void entries only end something, so their note may come first.
+        if constexpr (kSameEntry<Member, &JNINativeInterface_::DeleteLocalRef>) {
+            self.ledger().noteDeleted(args...);
+        }
+        if constexpr (kSameEntry<Member, &JNINativeInterface_::ReleaseStringCritical> ||
+                      kSameEntry<Member, &JNINativeInterface_::ReleasePrimitiveArrayCritical>) {
+            self.noteCriticalRegion(-1);
+        }
         if constexpr (std::is_void_v<R>) {
-            if (replacement != nullptr) {
-                (*replacement)(real, args...);
-            } else {
-                (self.realTable().*Member)(real, args...);
-            }
-            if constexpr (kSameEntry<Member, &JNINativeInterface_::DeleteLocalRef>) {
-                self.ledger().noteDeleted(args...);
-            }
-            if constexpr (kSameEntry<Member, &JNINativeInterface_::ReleaseStringCritical> ||
-                          kSameEntry<Member, &JNINativeInterface_::ReleasePrimitiveArrayCritical>) {
-                self.noteCriticalRegion(-1);
-            }
+            return forward();
         } else {
-            R result = replacement != nullptr ? (*replacement)(real, args...)
-                                              : (self.realTable().*Member)(real, args...);
+            R result = forward();
             if constexpr (kSameEntry<Member, &JNINativeInterface_::PushLocalFrame>) {
                 if (result == JNI_OK) {
                     self.ledger().notePushed();

@@ -1,7 +1,5 @@
 // Helpers for Java exceptions and Java strings on the real env (every call that can throw is
 // followed by an exception check, as checked JNI demands), for ks strings and trace streams.
-#include <algorithm>
-
 #include "support/utf16_reference.hpp"
 #include "support/ven_test.hpp"
 
@@ -10,11 +8,6 @@ namespace ven::test
 
 namespace
 {
-
-struct ThrowableText {
-    std::string className;
-    std::optional<std::string> message;
-};
 
 // Calls a no-argument String method; nullopt for null, "<name threw>" when it throws.
 std::optional<std::string> callStringMethod(JNIEnv* env, jobject target, const char* owner, const char* name)
@@ -35,23 +28,6 @@ std::optional<std::string> callStringMethod(JNIEnv* env, jobject target, const c
     return result;
 }
 
-// Clears the pending exception (printing its stack trace first if asked) and returns its text;
-// nullopt when none is pending.
-std::optional<ThrowableText> takePending(JNIEnv* env, bool printStackTrace = false)
-{
-    jthrowable pending = env->ExceptionOccurred();
-    if (pending == nullptr) {
-        return std::nullopt;
-    }
-    printStackTrace ? env->ExceptionDescribe() : env->ExceptionClear(); // both clear it
-    jclass throwableClass = env->GetObjectClass(pending);
-    ThrowableText text{callStringMethod(env, throwableClass, "java/lang/Class", "getName").value_or("?"),
-                       callStringMethod(env, pending, "java/lang/Throwable", "getMessage")};
-    env->DeleteLocalRef(throwableClass);
-    env->DeleteLocalRef(pending);
-    return text;
-}
-
 std::string show(const std::optional<std::string>& message)
 {
     return message ? "\"" + *message + "\"" : "null";
@@ -62,47 +38,33 @@ void fail(std::source_location where, const std::string& text)
     ADD_FAILURE_AT(where.file_name(), static_cast<int>(where.line())) << text;
 }
 
-// Takes the pending exception, which must be of `className` and, when `checkMessage`, have
-// `message` (nullptr: null).
+// Takes the pending exception, which must be of `className` (nullptr: none may be pending, and
+// one that is gets its stack trace printed) and, when `checkMessage`, have `message` (nullptr: null).
 void takeExpected(JNIEnv* env, const char* className, bool checkMessage, const char* message,
                   std::source_location where)
 {
+    jthrowable pending = env->ExceptionOccurred();
+    if (pending == nullptr) {
+        if (className != nullptr) {
+            fail(where, std::string("expected a pending ") + className + ", but nothing is pending");
+        }
+        return;
+    }
+    className != nullptr ? env->ExceptionClear() : env->ExceptionDescribe(); // both clear it
+    jclass throwableClass = env->GetObjectClass(pending);
+    std::string got = callStringMethod(env, throwableClass, "java/lang/Class", "getName").value_or("?");
+    std::optional<std::string> gotMessage =
+        callStringMethod(env, pending, "java/lang/Throwable", "getMessage");
+    env->DeleteLocalRef(throwableClass);
+    env->DeleteLocalRef(pending);
     std::optional<std::string> expected =
         message != nullptr ? std::optional<std::string>(message) : std::nullopt;
-    std::string wanted = className + (checkMessage ? ": " + show(expected) : std::string());
-    std::optional<ThrowableText> pending = takePending(env);
-    if (!pending) {
-        fail(where, "expected a pending " + wanted + ", but nothing is pending");
-    } else if (pending->className != className || (checkMessage && pending->message != expected)) {
-        fail(where, "pending exception " + pending->className + ": " + show(pending->message) +
-                        "\n  expected " + wanted);
+    if (className == nullptr) {
+        fail(where, "unexpected pending exception " + got + ": " + show(gotMessage));
+    } else if (got != className || (checkMessage && gotMessage != expected)) {
+        fail(where, "pending exception " + got + ": " + show(gotMessage) + "\n  expected " + className +
+                        (checkMessage ? ": " + show(expected) : std::string()));
     }
-}
-
-// Malformed UTF-8 fails the test: no fixture needs it through these helpers.
-std::u32string decodeUtf8(std::string_view text)
-{
-    std::u32string points;
-    for (std::size_t i = 0; i < text.size();) {
-        auto byte = static_cast<unsigned char>(text[i]);
-        int extra = byte < 0x80 ? 0 : byte >= 0xF0 ? 3 : byte >= 0xE0 ? 2 : byte >= 0xC0 ? 1 : -1;
-        if (extra < 0 || i + static_cast<std::size_t>(extra) >= text.size()) {
-            ADD_FAILURE() << "malformed UTF-8 at byte " << i;
-            return points;
-        }
-        char32_t point = extra == 0 ? byte : byte & (0x3F >> extra);
-        for (std::size_t k = 1; k <= static_cast<std::size_t>(extra); ++k) {
-            auto next = static_cast<unsigned char>(text[i + k]);
-            if ((next & 0xC0) != 0x80) {
-                ADD_FAILURE() << "malformed UTF-8 at byte " << i + k;
-                return points;
-            }
-            point = (point << 6) | (next & 0x3F);
-        }
-        points.push_back(point);
-        i += static_cast<std::size_t>(extra) + 1;
-    }
-    return points;
 }
 
 } // namespace
@@ -119,27 +81,20 @@ void ExpectPendingClass(JNIEnv* env, const char* className, std::source_location
 
 void ExpectNoPending(JNIEnv* env, std::source_location where)
 {
-    if (std::optional<ThrowableText> pending = takePending(env, true)) {
-        fail(where, "unexpected pending exception " + pending->className + ": " + show(pending->message));
-    }
+    takeExpected(env, nullptr, false, nullptr, where);
 }
 
 jthrowable makeThrowable(JNIEnv* env, const char* className, const char* message)
 {
-    std::string name = className;
-    std::replace(name.begin(), name.end(), '.', '/');
-    jclass throwableClass = env->FindClass(name.c_str());
+    jclass throwableClass = findClass(env, className);
     jmethodID constructor = throwableClass != nullptr
                                 ? env->GetMethodID(throwableClass, "<init>", "(Ljava/lang/String;)V")
                                 : nullptr;
-    if (constructor == nullptr) {
-        env->ExceptionClear();
-        env->DeleteLocalRef(throwableClass);
-        ADD_FAILURE() << "makeThrowable: no " << name << "(String)";
-        return nullptr;
-    }
+    ExpectNoPending(env);
     jvalue argument{.l = message != nullptr ? jstr(env, message) : nullptr};
-    auto throwable = static_cast<jthrowable>(env->NewObjectA(throwableClass, constructor, &argument));
+    auto throwable = constructor != nullptr
+                         ? static_cast<jthrowable>(env->NewObjectA(throwableClass, constructor, &argument))
+                         : nullptr;
     ExpectNoPending(env);
     env->DeleteLocalRef(argument.l);
     env->DeleteLocalRef(throwableClass);
@@ -158,7 +113,7 @@ jclass findClass(JNIEnv* env, const char* name, std::source_location where)
 
 jstring jstr(JNIEnv* env, std::string_view text)
 {
-    std::u32string points = decodeUtf8(text);
+    std::u32string points = codePoints(ksStr(text));
     Utf16Units encoded =
         referenceEncode(std::span<const std::uint32_t>(reinterpret_cast<const std::uint32_t*>(points.data()),
                                                        points.size()))
@@ -199,9 +154,8 @@ std::string utf8(JNIEnv* env, jstring string)
 
 KsRef<ksString> ksStr(std::string_view text)
 {
-    std::u32string points = decodeUtf8(text);
-    return KsRef<ksString>(ksStringCreateFromChars(reinterpret_cast<const KS_CHAR*>(points.data()),
-                                                   static_cast<KS_INT>(points.size())));
+    return KsRef<ksString>(
+        ksStringCreateFromCstr(text.empty() ? "" : text.data(), static_cast<KS_INT>(text.size())));
 }
 
 std::vector<std::string> Trace::lines() const

@@ -41,19 +41,14 @@ Capture& capture()
 
 // Checked JNI follows a warning with the stack ("V  [libjvm.so+0x..]  symbol", "j  Class.method"):
 // a frame whose symbol holds the word (a test's own name, on aarch64) is no warning of its own.
-bool isStackFrame(std::string_view line)
-{
-    return line.size() >= 2 && std::string_view("CVJjv").find(line[0]) != std::string_view::npos &&
-           line[1] == ' ';
-}
-
 bool isWarning(std::string line)
 {
-    if (isStackFrame(line)) {
+    if (line.size() >= 2 && std::string_view("CVJjv").find(line[0]) != std::string_view::npos &&
+        line[1] == ' ') {
         return false;
     }
-    std::transform(line.begin(), line.end(), line.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    std::ranges::transform(line, line.begin(),
+                           [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
     return line.find("warning") != std::string::npos;
 }
 

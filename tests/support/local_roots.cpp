@@ -3,6 +3,8 @@
 // and it is what shows a reference that outlived the frame it was made in.
 #include <jvmti.h>
 
+#include <atomic>
+
 #include "support/ven_test.hpp"
 
 namespace ven::test
@@ -24,26 +26,25 @@ jvmtiEnv* heapWalker()
     return walker;
 }
 
-// The Java thread ID of the calling thread, which the walk reports with each local root.
-jlong currentThreadId(JNIEnv* env)
+// The calling thread's tag, set on first use, which the walk reports with each local root.
+jlong currentThreadTag(jvmtiEnv* walker, JNIEnv* env)
 {
-    thread_local jlong id = [env] {
-        // Checked JNI wants each call's exception state read before the next call.
-        jclass thread = env->FindClass("java/lang/Thread");
-        jmethodID currentThread = env->GetStaticMethodID(thread, "currentThread", "()Ljava/lang/Thread;");
-        jobject current = env->CallStaticObjectMethod(thread, currentThread);
-        (void)env->ExceptionCheck();
-        jlong value = env->CallLongMethod(current, env->GetMethodID(thread, "getId", "()J"));
-        (void)env->ExceptionCheck();
-        env->DeleteLocalRef(current);
+    static std::atomic<jlong> lastTag{0};
+    thread_local jlong tag = [&] {
+        jthread thread = nullptr;
+        jlong value = ++lastTag;
+        if (walker->GetCurrentThread(&thread) != JVMTI_ERROR_NONE ||
+            walker->SetTag(thread, value) != JVMTI_ERROR_NONE) {
+            value = -1;
+        }
         env->DeleteLocalRef(thread);
         return value;
     }();
-    return id;
+    return tag;
 }
 
 struct Count {
-    jlong threadId;
+    jlong threadTag;
     int references;
 };
 
@@ -52,7 +53,7 @@ jint JNICALL countRoot(jvmtiHeapReferenceKind kind, const jvmtiHeapReferenceInfo
                        jlong*, jlong*, jint, void* userData)
 {
     auto* count = static_cast<Count*>(userData);
-    if (kind == JVMTI_HEAP_REFERENCE_JNI_LOCAL && info->jni_local.thread_id == count->threadId) {
+    if (kind == JVMTI_HEAP_REFERENCE_JNI_LOCAL && info->jni_local.thread_tag == count->threadTag) {
         ++count->references;
     }
     return 0;
@@ -63,10 +64,10 @@ jint JNICALL countRoot(jvmtiHeapReferenceKind kind, const jvmtiHeapReferenceInfo
 int localReferenceCount(JNIEnv* env)
 {
     jvmtiEnv* walker = heapWalker();
-    Count count{currentThreadId(env), 0};
+    Count count{walker != nullptr ? currentThreadTag(walker, env) : -1, 0};
     jvmtiHeapCallbacks callbacks{};
     callbacks.heap_reference_callback = &countRoot;
-    if (walker == nullptr ||
+    if (count.threadTag < 0 ||
         walker->FollowReferences(0, nullptr, nullptr, &callbacks, &count) != JVMTI_ERROR_NONE) {
         ADD_FAILURE() << "the JVM's heap walk cannot count local references";
         return -1;

@@ -195,7 +195,7 @@ void ExpectPendingClass(JNIEnv* env, const char* className,
                         std::source_location where = std::source_location::current());
 void ExpectNoPending(JNIEnv* env, std::source_location where = std::source_location::current());
 
-// `new <className>(message)`, className as "java/lang/X" or "java.lang.X".
+// `new <className>(message)`, className as "java/lang/X".
 jthrowable makeThrowable(JNIEnv* env, const char* className, const char* message);
 
 // The class, or NULL with the test failed.
