@@ -96,6 +96,22 @@ template <typename... P, typename... A> Prepared call(KS_BOOL (*f)(JNIEnv*, lgSt
     return actOnly([=](JNIEnv* e, lgStream* t) { return f(e, t, args...); });
 }
 
+// The commonest shape: an out-parameter, then one pointer argument, checked in that order; fail
+// is what makes the JNI call fail (good again when nothing can).
+template <typename Out, typename T>
+std::function<Prepared(Arguments)> oneArgument(KS_BOOL (*f)(Out*, JNIEnv*, lgStream*, T),
+                                               std::type_identity_t<T> good, std::type_identity_t<T> fail)
+{
+    return [=](Arguments a) { return resultCall(f, a.bad(0), byVariant<T>(a, good, fail, nullptr)); };
+}
+
+template <typename Out, typename T>
+std::function<Prepared(Arguments)> oneArgument(KS_BOOL (*f)(Out*, JNIEnv*, lgStream*, T),
+                                               std::type_identity_t<T> good)
+{
+    return oneArgument(f, good, good);
+}
+
 // A pinning call, its success undone at once.
 template <typename Elements, typename Target, typename Copy>
 Prepared pinning(KS_BOOL (*pin)(Elements*, JNIEnv*, lgStream*, Target, Copy*),
@@ -714,18 +730,10 @@ std::vector<Case> oneOffs()
     static const double source[] = {1.5, 2.5};
     return {
         {.name = "venFindClass",
-         .prepare =
-             [](Arguments a) {
-                 return resultCall(venFindClass, a.bad(0),
-                                   byVariant<const char*>(a, "fixtures/Fields", "no/such/Class", nullptr));
-             },
+         .prepare = oneArgument(venFindClass, "fixtures/Fields", "no/such/Class"),
          .checks = {"result != NULL", "name != NULL"}},
         {.name = "venAllocObject",
-         .prepare =
-             [&w](Arguments a) {
-                 return resultCall(venAllocObject, a.bad(0),
-                                   byVariant<jclass>(a, w.fields, w.collection, nullptr));
-             },
+         .prepare = oneArgument(venAllocObject, w.fields, w.collection),
          .checks = {"result != NULL", "clazz != NULL"}},
         {.name = "venNewObject",
          .prepare =
@@ -740,10 +748,7 @@ std::vector<Case> oneOffs()
              },
          .checks = {"result != NULL", "clazz != NULL", "methodID != NULL"}},
         {.name = "venGetObjectClass",
-         .prepare =
-             [&w](Arguments a) {
-                 return resultCall(venGetObjectClass, a.bad(0), a.bad(1) ? nullptr : w.fieldsObj);
-             },
+         .prepare = oneArgument(venGetObjectClass, w.fieldsObj),
          .checks = {"result != NULL", "obj != NULL"},
          .cannotFail = "the class of an object is always there"},
         {.name = "venIsInstanceOf",
@@ -847,15 +852,11 @@ std::vector<Case> oneOffs()
                     "VEN_KS_INT_TO_JSIZE_CONV_OK( len )"},
          .cannotFail = "a new string fails only for want of memory"},
         {.name = "venNewStringUTF",
-         .prepare =
-             [](Arguments a) { return resultCall(venNewStringUTF, a.bad(0), a.bad(1) ? nullptr : "text"); },
+         .prepare = oneArgument(venNewStringUTF, "text"),
          .checks = {"result != NULL", "bytes != NULL"},
          .cannotFail = "a new string fails only for want of memory"},
         {.name = "venGetArrayLength",
-         .prepare =
-             [&w](Arguments a) {
-                 return resultCall(venGetArrayLength, a.bad(0), a.bad(1) ? nullptr : w.arrays[4]);
-             },
+         .prepare = oneArgument(venGetArrayLength, w.arrays[4]),
          .checks = {"result != NULL", "array != NULL"},
          .cannotFail = "the length of an array raises nothing"},
         {.name = "venNewObjectArray",
@@ -972,11 +973,7 @@ std::vector<Case> oneOffs()
          .floor = guarded("GetByteArrayRegion"),
          .blocks = 1},
         {.name = "venGetPrimitiveArrayAsKsBuffer",
-         .prepare =
-             [&w](Arguments a) {
-                 return resultCall(venGetPrimitiveArrayAsKsBuffer, a.bad(0),
-                                   a.bad(1) ? nullptr : w.arrays[1]);
-             },
+         .prepare = oneArgument(venGetPrimitiveArrayAsKsBuffer, w.arrays[1]),
          .checks = std::vector<std::string>{"venArrayToKsBuffer: result != ((void *)0)"} + kArrayLengthCheck,
          .floor = guarded("GetArrayLength") + guarded("GetPrimitiveArrayCritical") +
                   "ReleasePrimitiveArrayCritical",
@@ -985,13 +982,7 @@ std::vector<Case> oneOffs()
         copyCase<double, jdoubleArray, venCopyDoubleArrayElements>("venCopyDoubleArrayElements", 7, "Double"),
 
         {.name = "venObjectToString",
-         .prepare =
-             [&w](Arguments a) {
-                 return resultCall(venObjectToString, a.bad(0),
-                                   a.bad(1)    ? nullptr
-                                   : a == Fail ? w.toStringThrowsObj
-                                               : w.fieldsObj);
-             },
+         .prepare = oneArgument(venObjectToString, w.fieldsObj, w.toStringThrowsObj),
          .checks = {"result != ((void *)0)", "obj != ((void *)0)"},
          .floor = guarded("GetObjectClass") + guarded("GetMethodID") + guarded("CallObjectMethodV") +
                   kTextConversion + "DeleteLocalRef" + "DeleteLocalRef",
@@ -1052,13 +1043,7 @@ std::vector<Case> oneOffs()
          .checks = {"venGetObjectClass: obj != NULL", "venCallBooleanMethod: result != NULL"},
          .floor = throughClass("GetObjectClass", "GetMethodID", "CallBooleanMethodV")},
         {.name = "venEnumSetNoneOf",
-         .prepare =
-             [&w](Arguments a) {
-                 return resultCall(venEnumSetNoneOf, a.bad(0),
-                                   a.bad(1)    ? nullptr
-                                   : a == Fail ? w.object
-                                               : w.color);
-             },
+         .prepare = oneArgument(venEnumSetNoneOf, w.color, w.object),
          .checks = {"result != ((void *)0)", "elementType != ((void *)0)"},
          .floor = throughClass("FindClass", "GetStaticMethodID", "CallStaticObjectMethodV")},
         {.name = "venStringToKsString",
