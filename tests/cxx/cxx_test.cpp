@@ -1,5 +1,5 @@
 // The C++ face (ven/ven.hpp): descriptors of every type, ownership on success and failure
-// paths and the order of release.
+// paths, the order of release and the one-pending-exception rule of Context::fail.
 #include <algorithm>
 #include <functional>
 #include <string>
@@ -136,6 +136,25 @@ TEST_F(CxxContext, ReleasesInOrderAndKeepsTheLatestReference)
     EXPECT_TRUE(fault.ledger().isLive(kept));
     array.reset();
     EXPECT_EQ(fault.ledger().live(), 0);
+}
+
+// Context::fail ends a native method with exactly one exception pending, traced once.
+TEST_F(CxxContext, FailLeavesExactlyOneExceptionPending)
+{
+    Trace trace;
+    const Context ctx(env, trace.get());
+    EXPECT_EQ(jobject(ctx.fail("Module.native", "count > 0")), nullptr);
+    ExpectPending(env, "java.lang.IllegalArgumentException", "Module.native: count > 0");
+    EXPECT_EQ(trace.lines(),
+              std::vector<std::string>{"[Module.native()] Exception: "
+                                       "java.lang.IllegalArgumentException: Module.native: count > 0"});
+
+    // A failure before it stays the one Java sees, and is not traced again.
+    trace.reset();
+    env->Throw(makeThrowable(env, "java/io/IOException", "first"));
+    (void)ctx.fail("Module.native", "count > 0");
+    ExpectPending(env, "java.io.IOException", "first");
+    EXPECT_TRUE(trace.lines().empty());
 }
 
 } // namespace
