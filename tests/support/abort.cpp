@@ -1,7 +1,5 @@
 // Interception of ks___Abort: the hook turns a fatal or consistency check into a VenAbort
 // exception that unwinds through the library back to the test.
-#include <sstream>
-
 #include "support/ven_test.hpp"
 
 namespace ven::test
@@ -28,10 +26,8 @@ std::string quoted(const std::optional<std::string>& text)
 
 std::string describe(const AbortRecord& record)
 {
-    std::ostringstream text;
-    text << "ks___Abort(message " << quoted(record.message) << ", path \"" << record.path << "\", line "
-         << record.line << ", condition " << quoted(record.condition) << ")";
-    return text.str();
+    return "ks___Abort(message " + quoted(record.message) + ", path \"" + record.path + "\", line " +
+           std::to_string(record.line) + ", condition " + quoted(record.condition) + ")";
 }
 
 } // namespace

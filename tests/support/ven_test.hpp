@@ -149,14 +149,8 @@ template <typename Body> std::optional<AbortRecord> catchAbort(Body&& body)
                                        const char* message);
 
 #define VEN_TEST_EXPECT_ABORT_(statement, abortPath, abortLine, abortCondition, abortMessage)                \
-    do {                                                                                                     \
-        if (::testing::AssertionResult venAbortResult_ =                                                     \
-                ::ven::test::abortedWith(::ven::test::catchAbort([&]() { statement; }), #statement,          \
-                                         (abortPath), (abortLine), (abortCondition), (abortMessage))) {      \
-        } else {                                                                                             \
-            ADD_FAILURE() << venAbortResult_.message();                                                      \
-        }                                                                                                    \
-    } while (false)
+    EXPECT_TRUE(::ven::test::abortedWith(::ven::test::catchAbort([&]() { statement; }), #statement,          \
+                                         (abortPath), (abortLine), (abortCondition), (abortMessage)))
 
 // The statement must end in a fatal check: ks___Abort(NULL, path, line, condition).
 #define EXPECT_VEN_ABORT(statement, path, line, condition)                                                   \
