@@ -435,6 +435,24 @@ SWEEP_PRIMITIVE(jlong, Long, 5)
 SWEEP_PRIMITIVE(jfloat, Float, 6)
 SWEEP_PRIMITIVE(jdouble, Double, 7)
 
+// A pinning row: check 0 passes NULL for the result, check 1 for what is pinned.
+template <typename Elements, typename Target, typename Copy>
+Case pinCase(const char* name, KS_BOOL (*pin)(Elements*, JNIEnv*, lgStream*, Target, Copy*),
+             std::type_identity_t<Target> target,
+             std::type_identity_t<std::function<void(Target, Elements)>> unpin, const char* targetCheck,
+             bool askCopy = true)
+{
+    return {.name = name,
+            .prepare =
+                [=](Arguments a) {
+                    Target held = a.bad(1) ? nullptr : target;
+                    return pinning(
+                        pin, held, [=](Elements e) { unpin(held, e); }, askCopy, a.bad(0));
+                },
+            .checks = {"result != NULL", targetCheck},
+            .cannotFail = "pinning or copying fails only for want of memory (left to the fault sweep)"};
+}
+
 template <ArrayKind kind, typename Element, typename Array, auto F> Case arrayCase(const char* name)
 {
     using P = Primitive<Element>;
@@ -505,16 +523,9 @@ jstring textUnlessBad(bool bad)
 
 template <typename Char, auto F, auto Unpin> Case stringPinCase(const char* name)
 {
-    return {.name = name,
-            .prepare =
-                [](Arguments arguments) {
-                    jstring string = textUnlessBad(arguments.bad(1));
-                    return pinning(
-                        F, string, [=](const Char* chars) { jni<Unpin>(mainEnv(), string, chars); }, true,
-                        arguments.bad(0));
-                },
-            .checks = {"result != NULL", "string != NULL"},
-            .cannotFail = "pinning or copying fails only for want of memory (left to the fault sweep)"};
+    return pinCase(
+        name, F, world().text, [](jstring s, const Char* chars) { jni<Unpin>(mainEnv(), s, chars); },
+        "string != NULL");
 }
 
 template <typename Char, auto F, auto Pin, auto Unpin> Case stringReleaseCase(const char* name)
@@ -875,19 +886,10 @@ std::vector<Case> oneOffs()
                              byVariant<KS_INT>(a, 1, 10, kBeyondJint), w.text);
              },
          .checks = {"array != NULL", "VEN_KS_INT_TO_JSIZE_CONV_OK( index )"}},
-        {.name = "venGetPrimitiveArrayCritical",
-         .prepare =
-             [&w](Arguments a) {
-                 jarray array = a.bad(1) ? nullptr : w.arrays[4];
-                 return pinning(
-                     venGetPrimitiveArrayCritical, array,
-                     [=](void* elements) {
-                         mainEnv()->ReleasePrimitiveArrayCritical(array, elements, JNI_ABORT);
-                     },
-                     false, a.bad(0));
-             },
-         .checks = {"result != NULL", "array != NULL"},
-         .cannotFail = "pinning fails only for want of memory (left to the fault sweep)"},
+        pinCase(
+            "venGetPrimitiveArrayCritical", venGetPrimitiveArrayCritical, w.arrays[4],
+            [](jarray array, void* p) { mainEnv()->ReleasePrimitiveArrayCritical(array, p, JNI_ABORT); },
+            "array != NULL", false),
         {.name = "venReleasePrimitiveArrayCritical",
          .prepare =
              [&w](Arguments a) {
