@@ -26,12 +26,12 @@ struct TraceCase {
     const char* throwableClass; // nullptr: none; "fixtures/..." are made without a message
     std::u16string_view message;
     const char* methodName;
-    const char* failingClass;  // FindClass of this name fails; what is pending afterwards
-    void (*inject)(FaultEnv&); // a JNI step that only a misbehaving JVM makes fail
+    const char* failingClass = nullptr;  // FindClass of this name fails; what is pending afterwards
+    void (*inject)(FaultEnv&) = nullptr; // a JNI step that only a misbehaving JVM makes fail
     KS_BOOL result;
-    Lines lines;
+    Lines lines{};
     bool notable;
-    int describes; // ExceptionDescribe calls
+    int describes = 0; // ExceptionDescribe calls
 };
 
 void noToString(FaultEnv& fault)
@@ -57,37 +57,37 @@ const TraceCall kCalls[] = {
 };
 
 const TraceCase kCases[] = {
-    {traceUnchecked, kState, u"boom", "caller", nullptr, nullptr, KS_TRUE, {"[caller()] Exception: java.lang.IllegalStateException: boom"}, true, 0},
-    {traceUnchecked, "java/lang/OutOfMemoryError", u"boom", "caller", nullptr, nullptr, KS_TRUE, {"[caller()] Exception: java.lang.OutOfMemoryError: boom"}, true, 0},
-    {traceUnchecked, kIo, u"io", "caller", nullptr, nullptr, KS_TRUE, {}, false, 0},
+    {.form = traceUnchecked, .throwableClass = kState, .message = u"boom", .methodName = "caller", .result = KS_TRUE, .lines = {"[caller()] Exception: java.lang.IllegalStateException: boom"}, .notable = true},
+    {.form = traceUnchecked, .throwableClass = "java/lang/OutOfMemoryError", .message = u"boom", .methodName = "caller", .result = KS_TRUE, .lines = {"[caller()] Exception: java.lang.OutOfMemoryError: boom"}, .notable = true},
+    {.form = traceUnchecked, .throwableClass = kIo, .message = u"io", .methodName = "caller", .result = KS_TRUE, .notable = false},
     // The name is asked for only when the throwable is described.
-    {traceUnchecked, kIo, u"io", nullptr, nullptr, nullptr, KS_TRUE, {}, false, 0},
-    {traceAll, kIo, u"io", "caller", nullptr, nullptr, KS_TRUE, {"[caller()] Exception: java.io.IOException: io"}, false, 0},
-    {traceAllNotable, kIo, u"io", "caller", nullptr, nullptr, KS_TRUE, {"[caller()] Exception: java.io.IOException: io"}, true, 0},
-    {traceUnchecked, nullptr, u"", "caller", nullptr, nullptr, KS_FALSE, {"[venTraceErrorOrRuntimeException()] throwable: NULL"}, true, 0},
-    {traceAll, nullptr, u"", "caller", nullptr, nullptr, KS_FALSE, {"[venTraceException()] throwable: NULL"}, true, 0},
-    {traceAll, kState, u"x", nullptr, nullptr, nullptr, KS_FALSE, {"[venTraceException()] methodName: NULL"}, true, 0},
-    {traceUnchecked, kState, u"x", nullptr, nullptr, nullptr, KS_FALSE, {"[venTraceException()] methodName: NULL"}, true, 0},
+    {.form = traceUnchecked, .throwableClass = kIo, .message = u"io", .methodName = nullptr, .result = KS_TRUE, .notable = false},
+    {.form = traceAll, .throwableClass = kIo, .message = u"io", .methodName = "caller", .result = KS_TRUE, .lines = {"[caller()] Exception: java.io.IOException: io"}, .notable = false},
+    {.form = traceAllNotable, .throwableClass = kIo, .message = u"io", .methodName = "caller", .result = KS_TRUE, .lines = {"[caller()] Exception: java.io.IOException: io"}, .notable = true},
+    {.form = traceUnchecked, .throwableClass = nullptr, .message = u"", .methodName = "caller", .result = KS_FALSE, .lines = {"[venTraceErrorOrRuntimeException()] throwable: NULL"}, .notable = true},
+    {.form = traceAll, .throwableClass = nullptr, .message = u"", .methodName = "caller", .result = KS_FALSE, .lines = {"[venTraceException()] throwable: NULL"}, .notable = true},
+    {.form = traceAll, .throwableClass = kState, .message = u"x", .methodName = nullptr, .result = KS_FALSE, .lines = {"[venTraceException()] methodName: NULL"}, .notable = true},
+    {.form = traceUnchecked, .throwableClass = kState, .message = u"x", .methodName = nullptr, .result = KS_FALSE, .lines = {"[venTraceException()] methodName: NULL"}, .notable = true},
     // Nothing pending, nothing traced.
-    {occurredUnchecked, nullptr, u"", "caller", nullptr, nullptr, KS_TRUE, {}, false, 0},
-    {occurredAll, nullptr, u"", "caller", nullptr, nullptr, KS_TRUE, {}, false, 0},
-    {occurredUnchecked, kState, u"boom", "other", nullptr, nullptr, KS_TRUE, {"[other()] Exception: java.lang.IllegalStateException: boom"}, true, 0},
-    {occurredAll, kIo, u"io", "third", nullptr, nullptr, KS_TRUE, {"[third()] Exception: java.io.IOException: io"}, false, 0},
+    {.form = occurredUnchecked, .throwableClass = nullptr, .message = u"", .methodName = "caller", .result = KS_TRUE, .notable = false},
+    {.form = occurredAll, .throwableClass = nullptr, .message = u"", .methodName = "caller", .result = KS_TRUE, .notable = false},
+    {.form = occurredUnchecked, .throwableClass = kState, .message = u"boom", .methodName = "other", .result = KS_TRUE, .lines = {"[other()] Exception: java.lang.IllegalStateException: boom"}, .notable = true},
+    {.form = occurredAll, .throwableClass = kIo, .message = u"io", .methodName = "third", .result = KS_TRUE, .lines = {"[third()] Exception: java.io.IOException: io"}, .notable = false},
     // Supplementary characters whole; ill-formed text is reported without notable.
-    {traceAllNotable, kState, u"smile \U0001F600 end", "caller", nullptr, nullptr, KS_TRUE, {"[caller()] Exception: java.lang.IllegalStateException: smile \xF0\x9F\x98\x80 end"}, true, 0},
-    {traceAll, kState, u"a\xD800z", "caller", nullptr, nullptr, KS_TRUE, {"[venTraceException()]: ven___JCharsToChars() : KS_FALSE", "[caller()] Exception: Unknown Exception"}, false, 0},
+    {.form = traceAllNotable, .throwableClass = kState, .message = u"smile \U0001F600 end", .methodName = "caller", .result = KS_TRUE, .lines = {"[caller()] Exception: java.lang.IllegalStateException: smile \xF0\x9F\x98\x80 end"}, .notable = true},
+    {.form = traceAll, .throwableClass = kState, .message = u"a\xD800z", .methodName = "caller", .result = KS_TRUE, .lines = {"[venTraceException()]: ven___JCharsToChars() : KS_FALSE", "[caller()] Exception: Unknown Exception"}, .notable = false},
     // No toString() text: the step's line, the JVM's description, and the unknown text.
-    {occurredUnchecked, "fixtures/ToStringThrows", u"", "caller", nullptr, nullptr, KS_TRUE, {"[venTraceException()]: ven___CallObjectMethod() : Exception", "[caller()] Exception: Unknown Exception"}, true, 1},
-    {traceAll, "fixtures/ToStringNull", u"", "caller", nullptr, nullptr, KS_TRUE, {"[venTraceException()]: ven___CallObjectMethod() : NULL", "[caller()] Exception: Unknown Exception"}, true, 0},
-    {occurredAll, kState, u"x", "caller", nullptr, noToString, KS_TRUE, {"[venTraceException()]: ven___GetMethodID() : Exception", "[caller()] Exception: Unknown Exception"}, true, 1},
-    {occurredAll, kState, u"x", "caller", nullptr, noText, KS_TRUE, {"[venTraceException()]: ven___GetStringCritical() : NULL", "[caller()] Exception: Unknown Exception"}, true, 1},
+    {.form = occurredUnchecked, .throwableClass = "fixtures/ToStringThrows", .message = u"", .methodName = "caller", .result = KS_TRUE, .lines = {"[venTraceException()]: ven___CallObjectMethod() : Exception", "[caller()] Exception: Unknown Exception"}, .notable = true, .describes = 1},
+    {.form = traceAll, .throwableClass = "fixtures/ToStringNull", .message = u"", .methodName = "caller", .result = KS_TRUE, .lines = {"[venTraceException()]: ven___CallObjectMethod() : NULL", "[caller()] Exception: Unknown Exception"}, .notable = true},
+    {.form = occurredAll, .throwableClass = kState, .message = u"x", .methodName = "caller", .inject = noToString, .result = KS_TRUE, .lines = {"[venTraceException()]: ven___GetMethodID() : Exception", "[caller()] Exception: Unknown Exception"}, .notable = true, .describes = 1},
+    {.form = occurredAll, .throwableClass = kState, .message = u"x", .methodName = "caller", .inject = noText, .result = KS_TRUE, .lines = {"[venTraceException()]: ven___GetStringCritical() : NULL", "[caller()] Exception: Unknown Exception"}, .notable = true, .describes = 1},
     // venThrow traces an unchecked throwable under the caller's name.
-    {thrown, kState, u"t", "caller", nullptr, nullptr, KS_TRUE, {"[caller()] Exception: java.lang.IllegalStateException: t"}, true, 0},
-    {thrown, kIo, u"t", "caller", nullptr, nullptr, KS_TRUE, {}, false, 0},
-    {thrown, kState, u"t", nullptr, nullptr, nullptr, KS_TRUE, {"[venTraceException()] methodName: NULL"}, true, 0},
+    {.form = thrown, .throwableClass = kState, .message = u"t", .methodName = "caller", .result = KS_TRUE, .lines = {"[caller()] Exception: java.lang.IllegalStateException: t"}, .notable = true},
+    {.form = thrown, .throwableClass = kIo, .message = u"t", .methodName = "caller", .result = KS_TRUE, .notable = false},
+    {.form = thrown, .throwableClass = kState, .message = u"t", .methodName = nullptr, .result = KS_TRUE, .lines = {"[venTraceException()] methodName: NULL"}, .notable = true},
     // The unchecked test cannot find its classes: its line, and the lookup's exception pending.
-    {traceUnchecked, kState, u"x", "caller", "java/lang/RuntimeException", nullptr, KS_FALSE, {"[venTraceErrorOrRuntimeException()] runtimeExceptionClass: NULL"}, true, 0},
-    {traceUnchecked, kIo, u"x", "caller", "java/lang/Error", nullptr, KS_FALSE, {"[venTraceErrorOrRuntimeException()] errorClass: NULL"}, true, 0},
+    {.form = traceUnchecked, .throwableClass = kState, .message = u"x", .methodName = "caller", .failingClass = "java/lang/RuntimeException", .result = KS_FALSE, .lines = {"[venTraceErrorOrRuntimeException()] runtimeExceptionClass: NULL"}, .notable = true},
+    {.form = traceUnchecked, .throwableClass = kIo, .message = u"x", .methodName = "caller", .failingClass = "java/lang/Error", .result = KS_FALSE, .lines = {"[venTraceErrorOrRuntimeException()] errorClass: NULL"}, .notable = true},
 };
 // clang-format on
 
