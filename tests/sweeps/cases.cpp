@@ -299,12 +299,13 @@ Case fieldCase(const char* name, const char* callee, const char* rangeCondition)
     }
     const std::string objectMember = isStatic ? "StaticObjectField" : "ObjectField";
     if constexpr (kind == FieldKind::GetString) {
-        row.floor = guarded("Get" + objectMember) + (isStatic ? kTextConversion : kLongTextConversion) +
-                    "DeleteLocalRef";
+        row.floor = std::vector<std::string>{"ExceptionCheck", "Get" + objectMember} +
+                    (isStatic ? kTextConversion : kLongTextConversion) + "DeleteLocalRef";
         row.blocks = 1;
     } else if constexpr (kind == FieldKind::SetString) {
-        row.floor = std::vector<std::string>{"ExceptionCheck", "NewString"} + guarded("Set" + objectMember) +
-                    "DeleteLocalRef";
+        row.floor =
+            std::vector<std::string>{"ExceptionCheck", "NewString", "Set" + objectMember, "ExceptionCheck"} +
+            "DeleteLocalRef";
     }
     if constexpr (kind != FieldKind::GetString) {
         row.cannotFail = text ? "the text of a ksString always makes a Java string but for want of memory"
@@ -410,7 +411,8 @@ template <Form form, Kind kind, typename Ven, auto F> Case callCase(const char* 
         row.checks.push_back(kConversionResultCheck);
         const char* kindName = kind == Kind::Virtual ? "" : kind == Kind::Static ? "Static" : "Nonvirtual";
         row.floor =
-            guarded(std::string("Call") + kindName + "ObjectMethodV") + kTextConversion + "DeleteLocalRef";
+            std::vector<std::string>{"ExceptionCheck", std::string("Call") + kindName + "ObjectMethodV"} +
+            kTextConversion + "DeleteLocalRef";
         row.blocks = 1;
     }
     return row;
@@ -986,7 +988,8 @@ std::vector<Case> oneOffs()
         {.name = "venObjectToString",
          .prepare = oneArgument(venObjectToString, w.fieldsObj, w.toStringThrowsObj),
          .checks = {"result != ((void *)0)", "obj != ((void *)0)"},
-         .floor = guarded("GetObjectClass") + guarded("GetMethodID") + guarded("CallObjectMethodV") +
+         .floor = std::vector<std::string>{"ExceptionCheck", "GetObjectClass", "ExceptionCheck",
+                                           "GetMethodID", "CallObjectMethodV"} +
                   kTextConversion + "DeleteLocalRef" + "DeleteLocalRef",
          .blocks = 1},
         {.name = "venArrayListNew",

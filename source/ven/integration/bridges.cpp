@@ -13,49 +13,26 @@
 #include "ven/integration/convention.hpp"
 #include "ven/integration/settled.hpp"
 #include "ven/java/lang/string.h"
-#include "ven/java/lang/string_unit.hpp"
 
 using namespace ven::integration;
 
 namespace
 {
 
-// The calls the bridge composes: the exported ones, or their settled twins when nothing was pending
-// at the start.
-struct Exported {
-    static constexpr auto getClass = venStringGetClass;
-    static constexpr auto newObjectArray = venNewObjectArray;
-    static constexpr auto setObjectArrayElement = venSetObjectArrayElement;
-    static constexpr auto fromKsString = venStringFromKsString;
-};
-
-struct Settled {
-    static constexpr auto getClass = ven::java::settled::stringGetClass;
-    static constexpr auto newObjectArray = ven::integration::settled::newObjectArray;
-    static constexpr auto setObjectArrayElement = ven::integration::settled::setObjectArrayElement;
-    // A NULL element stays a NULL entry of the array.
-    static KS_BOOL fromKsString(jstring* result, JNIEnv* env, lgStream* trace, ksString* text)
-    {
-        if (text == nullptr) {
-            deliverLocalRef(env, result, static_cast<jstring>(nullptr));
-            return KS_TRUE;
-        }
-        return ven::java::settled::stringFromKsString(result, env, trace, text);
-    }
-};
-
-template <typename Calls>
+// Path: the exported calls, or their settled twins when nothing was pending at the start. A NULL
+// element stays a NULL entry of the array.
+template <typename Path>
 KS_BOOL newStringArray(jobjectArray* result, JNIEnv* env, lgStream* trace, ksVector* vec)
 {
     const KS_INT length = ksVectorLength(vec);
     jclass stringClass = nullptr;
     jstring element = nullptr;
-    bool ok = Calls::getClass(&stringClass, env, trace) &&
-              Calls::newObjectArray(result, env, trace, length, stringClass, nullptr);
+    bool ok = Path::template call<venStringGetClass>(&stringClass, env, trace) &&
+              Path::template call<venNewObjectArray>(result, env, trace, length, stringClass, nullptr);
     for (KS_INT index = 0; ok && index < length; ++index) {
         ksString* text = ksStringFrom(ksVectorObjAt(vec, index));
-        ok = Calls::fromKsString(&element, env, trace, text) &&
-             Calls::setObjectArrayElement(env, trace, *result, index, element);
+        ok = Path::fromKsString(&element, env, trace, text) &&
+             Path::template call<venSetObjectArrayElement>(env, trace, *result, index, element);
         ksObjRelease(text);
         // Once the array holds it, the element's own reference goes: with the class and the
         // array that is three local references at most, however long the vector.
@@ -80,10 +57,7 @@ extern "C" KS_BOOL venNewStringArrayFromKsVector(jobjectArray* result, JNIEnv* e
                         {{result != nullptr, "result != NULL"}, {vec != nullptr, "vec != NULL"}})) {
         return KS_FALSE;
     }
-    if (ven::integration::settled::nothingPending(env)) {
-        return newStringArray<Settled>(result, env, trace, vec);
-    }
-    return newStringArray<Exported>(result, env, trace, vec);
+    return composed(env, [&]<typename Path>() { return newStringArray<Path>(result, env, trace, vec); });
 }
 
 // Reports its own argument failures under the name of the function it grew out of.

@@ -90,7 +90,22 @@ KS_BOOL findClass(jclass* result, JNIEnv* env, lgStream* trace, const char* name
     return deliverLocalRefOrFail(env, trace, "venFindClass", result, lookUp(env, name));
 }
 
+template <jclass (*objectClass)(JNIEnv*, jobject)>
+KS_BOOL getObjectClass(jclass* result, JNIEnv* env, lgStream* trace, jobject obj)
+{
+    if (!checkArguments(env, trace, "venGetObjectClass",
+                        {{result != nullptr, "result != NULL"}, {obj != nullptr, "obj != NULL"}})) {
+        return KS_FALSE;
+    }
+    return deliverLocalRefOrFail(env, trace, "venGetObjectClass", result, objectClass(env, obj));
+}
+
 } // namespace
+
+KS_BOOL ven::integration::settled::getObjectClass(jclass* result, JNIEnv* env, lgStream* trace, jobject obj)
+{
+    return ::getObjectClass<ven::wrapper::settled::GetObjectClass>(result, env, trace, obj);
+}
 
 KS_BOOL ven::integration::settled::findClass(jclass* result, JNIEnv* env, lgStream* trace, const char* name)
 {
@@ -234,11 +249,7 @@ VEN_API KS_BOOL venNewObject(jobject* result, JNIEnv* env, lgStream* trace, jcla
 
 VEN_API KS_BOOL venGetObjectClass(jclass* result, JNIEnv* env, lgStream* trace, jobject obj)
 {
-    if (!checkArguments(env, trace, "venGetObjectClass",
-                        {{result != nullptr, "result != NULL"}, {obj != nullptr, "obj != NULL"}})) {
-        return KS_FALSE;
-    }
-    return deliverLocalRefOrFail(env, trace, "venGetObjectClass", result, ven___GetObjectClass(env, obj));
+    return getObjectClass<ven___GetObjectClass>(result, env, trace, obj);
 }
 
 // A NULL obj is passed on: JNI counts it an instance of every class.

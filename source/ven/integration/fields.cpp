@@ -11,8 +11,10 @@
 #include "ven/integration/convention.hpp"
 #include "ven/integration/field_table.hpp"
 #include "ven/integration/members.hpp"
+#include "ven/integration/settled.hpp"
 #include "ven/java/lang/string.h"
 #include "ven/wrapper.h"
+#include "ven/wrapper/settled.hpp"
 
 namespace ven::integration
 {
@@ -72,24 +74,57 @@ KS_BOOL writeField(const char* function, JNIEnv* env, lgStream* trace, Target ta
 template <auto ReadObject, typename Target>
 KS_BOOL readStringField(ksString** result, JNIEnv* env, lgStream* trace, Target target, jfieldID fieldID)
 {
-    return deliverText(result, env, trace,
-                       [&](jobject* string) { return ReadObject(string, env, trace, target, fieldID); });
+    return composed(env, [&]<typename Path>() {
+        return deliverText<Path>(result, env, trace, [&](jobject* string) {
+            return Path::template call<ReadObject>(string, env, trace, target, fieldID);
+        });
+    });
 }
 
 // The Java string is made before the target and the field ID are tested by the object writer.
 template <auto WriteObject, typename Target>
 KS_BOOL writeStringField(JNIEnv* env, lgStream* trace, Target target, jfieldID fieldID, ksString* value)
 {
-    jstring string = nullptr;
-    KS_BOOL ok = venStringFromKsString(&string, env, trace, value);
-    if (ok) {
-        ok = WriteObject(env, trace, target, fieldID, string);
-    }
-    venDeleteLocalRef(env, string);
-    return ok;
+    return composed(env, [&]<typename Path>() {
+        jstring string = nullptr;
+        KS_BOOL ok = Path::fromKsString(&string, env, trace, value);
+        if (ok) {
+            ok = Path::template call<WriteObject>(env, trace, target, fieldID, string);
+        }
+        venDeleteLocalRef(env, string);
+        return ok;
+    });
 }
 
 } // namespace
+
+namespace wrapper = ven::wrapper::settled;
+
+KS_BOOL settled::getObjectField(jobject* result, JNIEnv* env, lgStream* trace, jobject obj, jfieldID fieldID)
+{
+    return readField<wrapper::GetObjectField, jobject>("venGetObjectField", result, env, trace, obj, fieldID);
+}
+
+KS_BOOL settled::getStaticObjectField(jobject* result, JNIEnv* env, lgStream* trace, jclass clazz,
+                                      jfieldID fieldID)
+{
+    return readField<wrapper::GetStaticObjectField, jobject>("venGetStaticObjectField", result, env, trace,
+                                                             clazz, fieldID);
+}
+
+KS_BOOL settled::setObjectField(JNIEnv* env, lgStream* trace, jobject obj, jfieldID fieldID, jobject value)
+{
+    return writeField<wrapper::SetObjectField, jobject, Unchecked>("venSetObjectField", env, trace, obj,
+                                                                   fieldID, value);
+}
+
+KS_BOOL settled::setStaticObjectField(JNIEnv* env, lgStream* trace, jclass clazz, jfieldID fieldID,
+                                      jobject value)
+{
+    return writeField<wrapper::SetStaticObjectField, jobject, Unchecked>("venSetStaticObjectField", env,
+                                                                         trace, clazz, fieldID, value);
+}
+
 } // namespace ven::integration
 
 using namespace ven::integration;

@@ -72,15 +72,17 @@ KS_BOOL lookUpMember(const char* function, Id* result, JNIEnv* env, lgStream* tr
     return *result != nullptr ? KS_TRUE : jniFailure(env, trace, function);
 }
 
-// The string forms of the object readers and calls: obtain(&string) delivers a Java
-// string (or null) and reports its own failures under its own name; the text then goes
-// into *result by venStringToKsString, and the local reference is let go on every path.
-template <typename Obtain> KS_BOOL deliverText(ksString** result, JNIEnv* env, lgStream* trace, Obtain obtain)
+// The string forms of the object readers and calls: obtain(&string) delivers a Java string (or
+// null) and reports its own failures under its own name; the text then goes into *result by the
+// path's conversion (venStringToKsString or its settled twin), and the local reference is let go
+// on every path.
+template <typename Path, typename Obtain>
+KS_BOOL deliverText(ksString** result, JNIEnv* env, lgStream* trace, Obtain obtain)
 {
     jobject string = nullptr;
     KS_BOOL ok = obtain(&string);
     if (ok) {
-        ok = venStringToKsString(result, env, trace, static_cast<jstring>(string));
+        ok = Path::toKsString(result, env, trace, static_cast<jstring>(string));
     }
     venDeleteLocalRef(env, string);
     return ok;

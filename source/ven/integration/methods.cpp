@@ -11,8 +11,10 @@
 #include "ven/integration/call_table.hpp"
 #include "ven/integration/convention.hpp"
 #include "ven/integration/members.hpp"
+#include "ven/integration/settled.hpp"
 #include "ven/methods.h"
 #include "ven/wrapper.h"
+#include "ven/wrapper/settled.hpp"
 
 namespace ven::integration
 {
@@ -52,14 +54,55 @@ KS_BOOL callForNothing(const char* function, JNIEnv* env, lgStream* trace, va_li
 
 // The object call of the same kind reports every failure under its own name; result is
 // first tested by the conversion, after the Java method has run.
-template <auto ObjectCallV, typename... Targets>
+template <typename Path, auto ObjectCallV, typename... Targets>
 KS_BOOL callForString(ksString** result, JNIEnv* env, lgStream* trace, va_list args, Targets... targets)
 {
-    return deliverText(result, env, trace,
-                       [&](jobject* string) { return ObjectCallV(string, env, trace, targets..., args); });
+    return deliverText<Path>(result, env, trace, [&](jobject* string) {
+        return Path::template call<ObjectCallV>(string, env, trace, targets..., args);
+    });
 }
 
 } // namespace
+
+namespace wrapper = ven::wrapper::settled;
+
+KS_BOOL settled::getMethodID(jmethodID* result, JNIEnv* env, lgStream* trace, jclass clazz, const char* name,
+                             const char* sig)
+{
+    return lookUpMember<wrapper::GetMethodID>("venGetMethodID", result, env, trace, clazz, name, sig);
+}
+
+KS_BOOL settled::callObjectMethodV(jobject* result, JNIEnv* env, lgStream* trace, jobject obj,
+                                   jmethodID methodID, va_list args)
+{
+    return callForValue<wrapper::CallObjectMethodV, jobject>("venCallObjectMethodV", result, env, trace, args,
+                                                             obj, methodID);
+}
+
+KS_BOOL settled::callNonvirtualObjectMethodV(jobject* result, JNIEnv* env, lgStream* trace, jobject obj,
+                                             jclass clazz, jmethodID methodID, va_list args)
+{
+    return callForValue<wrapper::CallNonvirtualObjectMethodV, jobject>(
+        "venCallNonvirtualObjectMethodV", result, env, trace, args, obj, clazz, methodID);
+}
+
+KS_BOOL settled::callStaticObjectMethodV(jobject* result, JNIEnv* env, lgStream* trace, jclass clazz,
+                                         jmethodID methodID, va_list args)
+{
+    return callForValue<wrapper::CallStaticObjectMethodV, jobject>("venCallStaticObjectMethodV", result, env,
+                                                                   trace, args, clazz, methodID);
+}
+
+KS_BOOL settled::callStringMethod(ksString** result, JNIEnv* env, lgStream* trace, jobject obj,
+                                  jmethodID methodID, ...)
+{
+    va_list args;
+    va_start(args, methodID);
+    const KS_BOOL ok = callForString<Settled, venCallObjectMethodV>(result, env, trace, args, obj, methodID);
+    va_end(args);
+    return ok;
+}
+
 } // namespace ven::integration
 
 using namespace ven::integration;
@@ -101,8 +144,9 @@ using namespace ven::integration;
 #define VEN_DEFINE_CALL_String(kind, name, callee, Ven, Jni)                                                 \
     extern "C" KS_BOOL name(Ven* result, JNIEnv* env, lgStream* trace, VEN_CALL_PARAMETERS_##kind, ...)      \
     {                                                                                                        \
-        VEN_WITH_GATHERED_ARGUMENTS(                                                                         \
-            callForString<callee>(result, env, trace, args, VEN_CALL_ARGUMENTS_##kind))                      \
+        VEN_WITH_GATHERED_ARGUMENTS(composed(env, [&]<typename Path>() {                                     \
+            return callForString<Path, callee>(result, env, trace, args, VEN_CALL_ARGUMENTS_##kind);         \
+        }))                                                                                                  \
     }
 #define VEN_DEFINE_CALL(form, kind, name, callee, Ven, Jni)                                                  \
     VEN_DEFINE_CALL_##form(kind, name, callee, Ven, Jni)

@@ -6,15 +6,24 @@
 // operation takes its ordinary path, which keeps it pending across each call.
 #pragma once
 
+#include <cstdarg>
+
 #include <jni.h>
 
 #include "ks/ks.h"
 #include "lg/lg.h"
+#include "ven/arrays.h"
+#include "ven/fields.h"
+#include "ven/integration.h"
+#include "ven/java/lang/string.h"
+#include "ven/java/lang/string_unit.hpp"
+#include "ven/methods.h"
 
 namespace ven::integration::settled
 {
 
-// The one question at the start of a composed operation: true when nothing is pending.
+// The one question at the start of a composed operation: true when nothing is pending. Without
+// an environment the ordinary path runs, whose first wrapper stops the process on its own line.
 bool nothingPending(JNIEnv* env);
 
 KS_BOOL findClass(jclass* result, JNIEnv* env, lgStream* trace, const char* name);
@@ -26,5 +35,90 @@ KS_BOOL newString(jstring* result, JNIEnv* env, lgStream* trace, const jchar* un
 KS_BOOL newObjectArray(jobjectArray* result, JNIEnv* env, lgStream* trace, KS_INT length, jclass elementClass,
                        jobject initialElement);
 KS_BOOL setObjectArrayElement(JNIEnv* env, lgStream* trace, jobjectArray array, KS_INT index, jobject value);
+KS_BOOL getObjectClass(jclass* result, JNIEnv* env, lgStream* trace, jobject obj);
+KS_BOOL getMethodID(jmethodID* result, JNIEnv* env, lgStream* trace, jclass clazz, const char* name,
+                    const char* sig);
+KS_BOOL getObjectField(jobject* result, JNIEnv* env, lgStream* trace, jobject obj, jfieldID fieldID);
+KS_BOOL getStaticObjectField(jobject* result, JNIEnv* env, lgStream* trace, jclass clazz, jfieldID fieldID);
+KS_BOOL setObjectField(JNIEnv* env, lgStream* trace, jobject obj, jfieldID fieldID, jobject value);
+KS_BOOL setStaticObjectField(JNIEnv* env, lgStream* trace, jclass clazz, jfieldID fieldID, jobject value);
+KS_BOOL callObjectMethodV(jobject* result, JNIEnv* env, lgStream* trace, jobject obj, jmethodID methodID,
+                          va_list args);
+KS_BOOL callNonvirtualObjectMethodV(jobject* result, JNIEnv* env, lgStream* trace, jobject obj, jclass clazz,
+                                    jmethodID methodID, va_list args);
+KS_BOOL callStaticObjectMethodV(jobject* result, JNIEnv* env, lgStream* trace, jclass clazz,
+                                jmethodID methodID, va_list args);
+KS_BOOL callStringMethod(ksString** result, JNIEnv* env, lgStream* trace, jobject obj, jmethodID methodID,
+                         ...);
+
+// Each exported function that a composed operation calls by name, with its settled twin.
+template <auto Exported> struct Twin;
+#define VEN_SETTLED_TWIN(exported, twin)                                                                     \
+    template <> struct Twin<exported> {                                                                      \
+        static constexpr auto call = twin;                                                                   \
+    };
+VEN_SETTLED_TWIN(venStringGetClass, java::settled::stringGetClass)
+VEN_SETTLED_TWIN(venNewObjectArray, newObjectArray)
+VEN_SETTLED_TWIN(venSetObjectArrayElement, setObjectArrayElement)
+VEN_SETTLED_TWIN(venGetObjectClass, getObjectClass)
+VEN_SETTLED_TWIN(venGetMethodID, getMethodID)
+VEN_SETTLED_TWIN(venGetObjectField, getObjectField)
+VEN_SETTLED_TWIN(venGetStaticObjectField, getStaticObjectField)
+VEN_SETTLED_TWIN(venSetObjectField, setObjectField)
+VEN_SETTLED_TWIN(venSetStaticObjectField, setStaticObjectField)
+VEN_SETTLED_TWIN(venCallObjectMethodV, callObjectMethodV)
+VEN_SETTLED_TWIN(venCallNonvirtualObjectMethodV, callNonvirtualObjectMethodV)
+VEN_SETTLED_TWIN(venCallStaticObjectMethodV, callStaticObjectMethodV)
+VEN_SETTLED_TWIN(venCallStringMethod, callStringMethod)
+#undef VEN_SETTLED_TWIN
 
 } // namespace ven::integration::settled
+
+namespace ven::integration
+{
+
+// The two paths of a composed operation, as the calls it makes: the exported functions, or their
+// settled twins and the String unit's settled conversions. A NULL out-parameter or text takes the
+// exported conversion on both, which reports or delivers it without a JNI call.
+struct Exported {
+    template <auto Function> static constexpr auto call = Function;
+
+    static KS_BOOL toKsString(ksString** result, JNIEnv* env, lgStream* trace, jstring string)
+    {
+        return venStringToKsString(result, env, trace, string);
+    }
+    static KS_BOOL fromKsString(jstring* result, JNIEnv* env, lgStream* trace, ksString* string)
+    {
+        return venStringFromKsString(result, env, trace, string);
+    }
+};
+
+struct Settled {
+    template <auto Function> static constexpr auto call = settled::Twin<Function>::call;
+
+    static KS_BOOL toKsString(ksString** result, JNIEnv* env, lgStream* trace, jstring string)
+    {
+        if (result == nullptr || string == nullptr) {
+            return venStringToKsString(result, env, trace, string);
+        }
+        return java::settled::stringToKsString(result, env, trace, string);
+    }
+    static KS_BOOL fromKsString(jstring* result, JNIEnv* env, lgStream* trace, ksString* string)
+    {
+        if (result == nullptr || string == nullptr) {
+            return venStringFromKsString(result, env, trace, string);
+        }
+        return java::settled::stringFromKsString(result, env, trace, string);
+    }
+};
+
+// Runs body.operator()<Settled>() when nothing is pending, body.operator()<Exported>() otherwise.
+template <typename Body> KS_BOOL composed(JNIEnv* env, Body body)
+{
+    if (settled::nothingPending(env)) {
+        return body.template operator()<Settled>();
+    }
+    return body.template operator()<Exported>();
+}
+
+} // namespace ven::integration

@@ -101,7 +101,7 @@ namespace wrapper = ven::wrapper::settled;
 
 bool nothingPending(JNIEnv* env)
 {
-    return ven___ExceptionCheck(env) == JNI_FALSE;
+    return env != nullptr && ven___ExceptionCheck(env) == JNI_FALSE;
 }
 
 KS_BOOL getStringLength(KS_INT* result, JNIEnv* env, lgStream* trace, jstring string)

@@ -18,6 +18,7 @@ namespace ven::java
 {
 
 using ClassLookup = KS_BOOL (*)(jclass* result, JNIEnv* env, lgStream* trace);
+using ClassOfObject = KS_BOOL (*)(jclass* result, JNIEnv* env, lgStream* trace, jobject obj);
 using ThrowWithCstr = KS_BOOL (*)(JNIEnv* env, lgStream* trace, const char* methodName, const char* message);
 using ThrowWithKsString = KS_BOOL (*)(JNIEnv* env, lgStream* trace, const char* methodName, ksString* msg);
 
@@ -62,9 +63,10 @@ template <ClassLookup lookup> auto unitClass(JNIEnv* env, lgStream* trace)
     return [=](jclass* clazz) { return lookup(clazz, env, trace); };
 }
 
-inline auto classOf(JNIEnv* env, lgStream* trace, jobject obj)
+template <ClassOfObject objectClass = venGetObjectClass>
+auto classOf(JNIEnv* env, lgStream* trace, jobject obj)
 {
-    return [=](jclass* clazz) { return venGetObjectClass(clazz, env, trace, obj); };
+    return [=](jclass* clazz) { return objectClass(clazz, env, trace, obj); };
 }
 
 // A class obtained by obtainClass(&clazz), a method looked up on it by name and signature
@@ -161,8 +163,8 @@ KS_BOOL throwWithFormat(JNIEnv* env, lgStream* trace, const char* methodName, co
     {                                                                                                        \
         va_list values;                                                                                      \
         va_start(values, formatLength);                                                                      \
-        const KS_BOOL outcome =                                                                              \
-            ::ven::java::throwWithFormat<throwKsString>(env, trace, methodName, format, formatLength, values); \
+        const KS_BOOL outcome = ::ven::java::throwWithFormat<throwKsString>(env, trace, methodName, format,  \
+                                                                            formatLength, values);           \
         va_end(values);                                                                                      \
         return outcome;                                                                                      \
     }

@@ -235,12 +235,12 @@ enum class Delivery { store, replace };
 
 // Flagged call with a value: the value (zero after a raised exception) goes to `result`
 // unless that is NULL, with exactly the width of its type and without conversion.
-template <auto Member, Delivery delivery, typename Value, typename... Args>
+template <auto Member, Delivery delivery, typename Guard = SavedException, typename Value, typename... Args>
 inline jboolean flaggedValue(Value* result, JNIEnv* env, Args... args)
 {
     static_assert(std::is_same_v<Value, JniResult<Member>>);
     static_assert(delivery == Delivery::store || std::is_same_v<Value, jobject>);
-    SavedException saved(env);
+    Guard saved(env);
     Value value = callJni<Member>(env, args...);
     jboolean succeeded = JNI_TRUE;
     if (saved.callRaised()) [[unlikely]] {

@@ -50,6 +50,18 @@ jclass settled::FindClass(JNIEnv* env, const char* name)
     return findClass<NothingPending>(env, name);
 }
 
+template <typename Guard> jclass getObjectClass(JNIEnv* env, jobject obj)
+{
+    checkRequired(488, {{env, "env"}, {obj, "obj"}});
+    return nonRaising<&Jni::GetObjectClass, Guard>(
+        env, 496, NullResultCheck{{499, "(*env)->GetObjectClass() == NULL"}}, obj);
+}
+
+jclass settled::GetObjectClass(JNIEnv* env, jobject obj)
+{
+    return getObjectClass<NothingPending>(env, obj);
+}
+
 } // namespace ven::wrapper
 
 using namespace ven::wrapper;
@@ -240,9 +252,7 @@ VEN_API jobject ven___NewObject(JNIEnv* env, jclass clazz, jmethodID methodID, .
 
 VEN_API jclass ven___GetObjectClass(JNIEnv* env, jobject obj)
 {
-    checkRequired(488, {{env, "env"}, {obj, "obj"}});
-    return nonRaising<&Jni::GetObjectClass>(env, 496,
-                                            NullResultCheck{{499, "(*env)->GetObjectClass() == NULL"}}, obj);
+    return getObjectClass<SavedException>(env, obj);
 }
 
 VEN_API jboolean ven___IsInstanceOf(JNIEnv* env, jobject obj, jclass clazz)

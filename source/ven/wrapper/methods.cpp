@@ -7,6 +7,7 @@
 
 #include "ven/wrapper.h"
 #include "ven/wrapper/convention.hpp"
+#include "ven/wrapper/settled.hpp"
 
 using namespace ven::wrapper;
 
@@ -42,8 +43,29 @@ using namespace ven::wrapper;
     VEN_DEFINE_FORMS_##shape(, VIRTUAL, Type, type, virtualA, virtualV)                                      \
     VEN_DEFINE_FORMS_##shape(Nonvirtual, NONVIRTUAL, Type, type, nonvirtualA, nonvirtualV)                   \
     VEN_DEFINE_FORMS_##shape(Static, STATIC, Type, type, staticA, staticV)
+#define VEN_DEFINE_CALL_ROWS(Type, type, shape, virtualA, virtualV, nonvirtualA, nonvirtualV, staticA, staticV) \
+    VEN_DEFINE_ROWS_##shape(, VIRTUAL, Type, type, virtualV)                                                 \
+    VEN_DEFINE_ROWS_##shape(Nonvirtual, NONVIRTUAL, Type, type, nonvirtualV)                                 \
+    VEN_DEFINE_ROWS_##shape(Static, STATIC, Type, type, staticV)
 
 // clang-format on
+
+// The va_list form of a call with a value is a template over the guard (SavedException for the
+// exported wrappers, NothingPending for the settled twins); its variadic twin shares it.
+#define VEN_DEFINE_ROWS_VALUE(Kind, KIND, Type, type, lineV)                                                 \
+    VEN_DEFINE_V_ROW(Kind, KIND, Type, type, Delivery::store, lineV)
+#define VEN_DEFINE_ROWS_REFERENCE(Kind, KIND, Type, type, lineV)                                             \
+    VEN_DEFINE_V_ROW(Kind, KIND, Type, type, Delivery::replace, lineV)
+#define VEN_DEFINE_ROWS_VOID(Kind, KIND, Type, type, lineV)
+#define VEN_DEFINE_V_ROW(Kind, KIND, Type, type, vDelivery, lineV)                                           \
+    template <typename Guard>                                                                                \
+    jboolean Call##Kind##Type##MethodV(type* result, JNIEnv* env, VEN_TARGET_PARAMS_##KIND,                  \
+                                       jmethodID methodID, va_list args)                                     \
+    {                                                                                                        \
+        checkRequired(lineV, {{env, "env"}, VEN_TARGET_CHECKS_##KIND, {methodID, "methodID"}});              \
+        return flaggedValue<&Jni::Call##Kind##Type##MethodV, vDelivery, Guard>(                              \
+            result, env, VEN_TARGET_ARGS_##KIND, methodID, args);                                            \
+    }
 
 #define VEN_DEFINE_FORMS_VALUE(Kind, KIND, Type, type, lineA, lineV)                                         \
     VEN_DEFINE_VALUE_FORMS(Kind, KIND, Type, type, Delivery::store, lineA, lineV)
@@ -62,17 +84,15 @@ using namespace ven::wrapper;
     VEN_API jboolean ven___Call##Kind##Type##MethodV(type* result, JNIEnv* env, VEN_TARGET_PARAMS_##KIND,    \
                                                      jmethodID methodID, va_list args)                       \
     {                                                                                                        \
-        checkRequired(lineV, {{env, "env"}, VEN_TARGET_CHECKS_##KIND, {methodID, "methodID"}});              \
-        return flaggedValue<&Jni::Call##Kind##Type##MethodV, vDelivery>(result, env, VEN_TARGET_ARGS_##KIND, \
-                                                                        methodID, args);                     \
+        return rows::Call##Kind##Type##MethodV<SavedException>(result, env, VEN_TARGET_ARGS_##KIND,          \
+                                                               methodID, args);                              \
     }                                                                                                        \
     VEN_API jboolean ven___Call##Kind##Type##Method(type* result, JNIEnv* env, VEN_TARGET_PARAMS_##KIND,     \
                                                     jmethodID methodID, ...)                                 \
     {                                                                                                        \
         va_list args;                                                                                        \
         va_start(args, methodID);                                                                            \
-        checkRequired(lineV, {{env, "env"}, VEN_TARGET_CHECKS_##KIND, {methodID, "methodID"}});              \
-        jboolean succeeded = flaggedValue<&Jni::Call##Kind##Type##MethodV, vDelivery>(                       \
+        jboolean succeeded = rows::Call##Kind##Type##MethodV<SavedException>(                                \
             result, env, VEN_TARGET_ARGS_##KIND, methodID, args);                                            \
         va_end(args);                                                                                        \
         return succeeded;                                                                                    \
@@ -104,13 +124,54 @@ using namespace ven::wrapper;
         return succeeded;                                                                                    \
     }
 
+namespace ven::wrapper
+{
+
+namespace rows
+{
+
+VEN_CALL_TYPES(VEN_DEFINE_CALL_ROWS)
+
+template <typename Guard> jmethodID GetMethodID(JNIEnv* env, jclass clazz, const char* name, const char* sig)
+{
+    checkRequired(971, {{env, "env"}, {clazz, "clazz"}, {name, "name"}, {sig, "sig"}});
+    return checkedResult<&Jni::GetMethodID, Guard>(env, {986, VEN_NULL_RESULT_MESSAGE(GetMethodID)}, clazz,
+                                                   name, sig);
+}
+
+} // namespace rows
+
+jmethodID settled::GetMethodID(JNIEnv* env, jclass clazz, const char* name, const char* sig)
+{
+    return rows::GetMethodID<NothingPending>(env, clazz, name, sig);
+}
+
+// The object calls under the string forms of the integration layer.
+jboolean settled::CallObjectMethodV(jobject* result, JNIEnv* env, jobject obj, jmethodID methodID,
+                                    va_list args)
+{
+    return rows::CallObjectMethodV<NothingPending>(result, env, obj, methodID, args);
+}
+
+jboolean settled::CallNonvirtualObjectMethodV(jobject* result, JNIEnv* env, jobject obj, jclass clazz,
+                                              jmethodID methodID, va_list args)
+{
+    return rows::CallNonvirtualObjectMethodV<NothingPending>(result, env, obj, clazz, methodID, args);
+}
+
+jboolean settled::CallStaticObjectMethodV(jobject* result, JNIEnv* env, jclass clazz, jmethodID methodID,
+                                          va_list args)
+{
+    return rows::CallStaticObjectMethodV<NothingPending>(result, env, clazz, methodID, args);
+}
+
+} // namespace ven::wrapper
+
 extern "C" {
 
 VEN_API jmethodID ven___GetMethodID(JNIEnv* env, jclass clazz, const char* name, const char* sig)
 {
-    checkRequired(971, {{env, "env"}, {clazz, "clazz"}, {name, "name"}, {sig, "sig"}});
-    return checkedResult<&Jni::GetMethodID>(env, {986, VEN_NULL_RESULT_MESSAGE(GetMethodID)}, clazz, name,
-                                            sig);
+    return rows::GetMethodID<SavedException>(env, clazz, name, sig);
 }
 
 VEN_API jmethodID ven___GetStaticMethodID(JNIEnv* env, jclass clazz, const char* name, const char* sig)

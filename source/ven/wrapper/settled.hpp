@@ -3,12 +3,25 @@
 // twins ven___<Name>, without a query before each call.
 #pragma once
 
+#include <cstdarg>
+
 #include <jni.h>
 
 namespace ven::wrapper::settled
 {
 
 jclass FindClass(JNIEnv* env, const char* name);
+jclass GetObjectClass(JNIEnv* env, jobject obj);
+jmethodID GetMethodID(JNIEnv* env, jclass clazz, const char* name, const char* sig);
+jobject GetObjectField(JNIEnv* env, jobject obj, jfieldID fieldID);
+void SetObjectField(JNIEnv* env, jobject obj, jfieldID fieldID, jobject value);
+jobject GetStaticObjectField(JNIEnv* env, jclass clazz, jfieldID fieldID);
+void SetStaticObjectField(JNIEnv* env, jclass clazz, jfieldID fieldID, jobject value);
+jboolean CallObjectMethodV(jobject* result, JNIEnv* env, jobject obj, jmethodID methodID, va_list args);
+jboolean CallNonvirtualObjectMethodV(jobject* result, JNIEnv* env, jobject obj, jclass clazz,
+                                     jmethodID methodID, va_list args);
+jboolean CallStaticObjectMethodV(jobject* result, JNIEnv* env, jclass clazz, jmethodID methodID,
+                                 va_list args);
 jsize GetStringLength(JNIEnv* env, jstring string);
 const jchar* GetStringCritical(JNIEnv* env, jstring string, jboolean* isCopy);
 jboolean GetStringRegion(JNIEnv* env, jstring str, jsize start, jsize len, jchar* buf);

@@ -6,6 +6,7 @@
 #include "lg/lg.h"
 #include "ven/integration/convention.hpp"
 #include "ven/integration/members.hpp"
+#include "ven/integration/settled.hpp"
 #include "ven/java/class_unit.hpp"
 #include "ven/java/lang/boxed.h"
 #include "ven/java/lang/boxed_table.hpp"
@@ -49,7 +50,12 @@ extern "C" KS_BOOL venObjectToString(ksString** result, JNIEnv* env, lgStream* t
             {{result != nullptr, "result != ((void *)0)"}, {obj != nullptr, "obj != ((void *)0)"}})) {
         return KS_FALSE;
     }
-    return callThroughClass(
-        env, trace, classOf(env, trace, obj), venGetMethodID, "toString", "()Ljava/lang/String;",
-        [&](jclass, jmethodID toString) { return venCallStringMethod(result, env, trace, obj, toString); });
+    return composed(env, [&]<typename Path>() {
+        return callThroughClass(env, trace, classOf<Path::template call<venGetObjectClass>>(env, trace, obj),
+                                Path::template call<venGetMethodID>, "toString", "()Ljava/lang/String;",
+                                [&](jclass, jmethodID toString) {
+                                    return Path::template call<venCallStringMethod>(result, env, trace, obj,
+                                                                                    toString);
+                                });
+    });
 }
