@@ -28,10 +28,12 @@ struct World {
     jclass targetClass = nullptr;
     jobject target = nullptr;
     jfieldID intField = nullptr;
-    jmethodID plus = nullptr;  // int plus(int), virtual
-    jmethodID twice = nullptr; // static int twice(int)
-    jmethodID fail = nullptr;  // int fail(int), always throws IllegalStateException
-    lgStream* trace = nullptr; // a real stream: success paths must not touch it
+    jmethodID plus = nullptr;     // int plus(int), virtual
+    jmethodID twice = nullptr;    // static int twice(int)
+    jmethodID fail = nullptr;     // int fail(int), always throws IllegalStateException
+    jfieldID textField = nullptr; // String textField, 16 characters; also what toString() returns
+    jmethodID text = nullptr;     // String text(), virtual: textField
+    lgStream* trace = nullptr;    // a real stream: success paths must not touch it
 };
 World& world();
 bool setUpWorld(JNIEnv* env, std::string& error);

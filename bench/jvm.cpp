@@ -78,10 +78,12 @@ bool setUpWorld(JNIEnv* env, std::string& error)
     w.plus = env->GetMethodID(local, "plus", "(I)I");
     w.twice = env->GetStaticMethodID(local, "twice", "(I)I");
     w.fail = env->GetMethodID(local, "fail", "(I)I");
+    w.textField = env->GetFieldID(local, "textField", "Ljava/lang/String;");
+    w.text = env->GetMethodID(local, "text", "()Ljava/lang/String;");
     env->DeleteLocalRef(target);
     env->DeleteLocalRef(local);
     if (env->ExceptionCheck() || w.intField == nullptr || w.plus == nullptr || w.twice == nullptr ||
-        w.fail == nullptr) {
+        w.fail == nullptr || w.textField == nullptr || w.text == nullptr) {
         env->ExceptionDescribe();
         env->ExceptionClear();
         error = "venbench.Target lacks a member the rows use";

@@ -1,7 +1,8 @@
 // Rows of text: the two string conversions (jstring <-> ksString) and the two UTF-16 routines
 // under them, on BMP text and on text with supplementary characters, at 16, 1,000 and
-// 1,000,000 UTF-16 units. The routines are measured against memcpy of their output size;
-// the conversions against the best hand-written JNI code with the same routines.
+// 1,000,000 UTF-16 units, and the string forms of a field read and write, a call and toString()
+// on a 16-character text. The routines are measured against memcpy of their output size; the
+// conversions against the best hand-written JNI code with the same routines.
 #include <algorithm>
 #include <cstring>
 #include <string>
@@ -69,7 +70,8 @@ template <typename Obj> void deliverObject(Obj** variable, Obj* object)
 
 } // namespace
 
-__attribute__((noinline, aligned(64))) KS_INT encodeInto(jchar* __restrict destination, const KS_CHAR* __restrict source, KS_INT count)
+__attribute__((noinline, aligned(64))) KS_INT encodeInto(jchar* __restrict destination,
+                                                         const KS_CHAR* __restrict source, KS_INT count)
 {
     KS_INT units = 0;
     for (KS_INT i = 0; i < count; ++i) {
@@ -90,9 +92,8 @@ namespace
 // The best hand-written conversion: length; a short text copied out with one region call, a long
 // one read in place in the critical region; decoded with the library's routine into the block
 // the new string takes over.
-template <class P> [[gnu::noinline]] bool stringToKsString(ksString** result, JNIEnv* env, jstring string)
+template <class P> inline bool textToKsString(ksString** result, JNIEnv* env, jstring string)
 {
-    P::start(env);
     const jsize length = env->GetStringLength(string);
     P::afterNonRaising(env);
     if (length == 0) {
@@ -124,12 +125,16 @@ template <class P> [[gnu::noinline]] bool stringToKsString(ksString** result, JN
     return decoded;
 }
 
-// The other way: a short text encoded on the stack, a long one with the library's routine, then
-// NewString.
-template <class P>
-[[gnu::noinline]] bool stringFromKsString(jstring* result, JNIEnv* env, const ksString* string)
+template <class P> [[gnu::noinline]] bool stringToKsString(ksString** result, JNIEnv* env, jstring string)
 {
     P::start(env);
+    return textToKsString<P>(result, env, string);
+}
+
+// The other way: a short text encoded on the stack, a long one with the library's routine, then
+// NewString.
+template <class P> inline bool textFromKsString(jstring* result, JNIEnv* env, const ksString* string)
+{
     const KS_INT length = ksStringLength(string);
     const KS_CHAR* codePoints = ksStringBacking(string);
     bool ok = true;
@@ -146,6 +151,71 @@ template <class P>
     replaceLocal(env, result,
                  P::reference(env, ok, [&] { return env->NewString(units, static_cast<jsize>(count)); }));
     ksMemFree(units);
+    return ok;
+}
+
+template <class P>
+[[gnu::noinline]] bool stringFromKsString(jstring* result, JNIEnv* env, const ksString* string)
+{
+    P::start(env);
+    return textFromKsString<P>(result, env, string);
+}
+
+// The string forms of a field access and a call, and an object's text: the Java string obtained,
+// converted as above and let go. Careful code asks nothing at the start and trusts a field
+// access and GetObjectClass, which JNI does not allow to raise; the floor keeps their checks.
+template <class P>
+[[gnu::noinline]] bool getStringField(ksString** result, JNIEnv* env, jobject obj, jfieldID field)
+{
+    P::start(env);
+    auto string = static_cast<jstring>(env->GetObjectField(obj, field));
+    P::afterNonRaising(env);
+    const bool ok = textToKsString<P>(result, env, string);
+    env->DeleteLocalRef(string);
+    return ok;
+}
+
+template <class P>
+[[gnu::noinline]] bool setStringField(JNIEnv* env, jobject obj, jfieldID field, const ksString* text)
+{
+    P::start(env);
+    jstring string = nullptr;
+    const bool ok = textFromKsString<P>(&string, env, text);
+    if (ok) {
+        env->SetObjectField(obj, field, string);
+        P::afterNonRaising(env);
+    }
+    env->DeleteLocalRef(string);
+    return ok;
+}
+
+template <class P> inline bool callForText(ksString** result, JNIEnv* env, jobject obj, jmethodID method)
+{
+    bool ok = true;
+    auto string = static_cast<jstring>(P::call(env, ok, [&] { return env->CallObjectMethod(obj, method); }));
+    ok = ok && textToKsString<P>(result, env, string);
+    env->DeleteLocalRef(string);
+    return ok;
+}
+
+template <class P>
+[[gnu::noinline]] bool callStringMethod(ksString** result, JNIEnv* env, jobject obj, jmethodID method)
+{
+    P::start(env);
+    return callForText<P>(result, env, obj, method);
+}
+
+// toString looked up on the object's own class, as the library does.
+template <class P> [[gnu::noinline]] bool objectToString(ksString** result, JNIEnv* env, jobject obj)
+{
+    P::start(env);
+    jclass clazz = env->GetObjectClass(obj);
+    P::afterNonRaising(env);
+    bool ok = true;
+    const jmethodID toString =
+        P::reference(env, ok, [&] { return env->GetMethodID(clazz, "toString", "()Ljava/lang/String;"); });
+    ok = ok && callForText<P>(result, env, obj, toString);
+    env->DeleteLocalRef(clazz);
     return ok;
 }
 
@@ -254,10 +324,73 @@ void registerTextRows(const Text& text)
     });
 }
 
+// The string forms of the members of venbench.Target, on its 16-character text.
+void registerMemberTextRows()
+{
+    const World& w = world();
+    JNIEnv* env = w.env;
+    const jobject target = w.target;
+    const jfieldID field = w.textField;
+    const auto releaseKs = [](benchmark::State& state, ksString* result) {
+        failed(state, result != nullptr && ksStringLength(result) == 16, "wrong length");
+        ksObjRelease(result);
+    };
+
+    resultRow<ksString*>(
+        "raw", "GetStringField", [=](ksString** r) { return getStringField<Careful>(r, env, target, field); },
+        releaseKs);
+    resultRow<ksString*>(
+        "min", "GetStringField",
+        [=](ksString** r) { return getStringField<ComposedFloor>(r, env, target, field); }, releaseKs);
+    resultRow<ksString*>(
+        "ven", "GetStringField",
+        [=](ksString** r) { return venGetStringField(r, env, w.trace, target, field) == KS_TRUE; },
+        releaseKs);
+
+    // Kept for the whole run: the rows write it.
+    static ksString* const written = ksStringCreateFromCstr("written: 16 char", -1);
+    const auto setRow = [](const char* kind, auto write) {
+        addRow(kind, "SetStringField", [=](benchmark::State& state) {
+            for (auto _ : state) {
+                if (failed(state, write(), "the operation failed")) {
+                    break;
+                }
+            }
+        });
+    };
+    setRow("raw", [=] { return setStringField<Careful>(env, target, field, written); });
+    setRow("min", [=] { return setStringField<ComposedFloor>(env, target, field, written); });
+    setRow("ven", [=] { return venSetStringField(env, w.trace, target, field, written) == KS_TRUE; });
+
+    const jmethodID text = w.text;
+    resultRow<ksString*>(
+        "raw", "CallStringMethod",
+        [=](ksString** r) { return callStringMethod<Careful>(r, env, target, text); }, releaseKs);
+    resultRow<ksString*>(
+        "min", "CallStringMethod",
+        [=](ksString** r) { return callStringMethod<ComposedFloor>(r, env, target, text); }, releaseKs);
+    resultRow<ksString*>(
+        "ven", "CallStringMethod",
+        [=](ksString** r) { return venCallStringMethod(r, env, w.trace, target, text) == KS_TRUE; },
+        releaseKs);
+
+    resultRow<ksString*>(
+        "raw", "ObjectToString", [=](ksString** r) { return objectToString<Careful>(r, env, target); },
+        releaseKs);
+    resultRow<ksString*>(
+        "min", "ObjectToString", [=](ksString** r) { return objectToString<ComposedFloor>(r, env, target); },
+        releaseKs);
+    resultRow<ksString*>(
+        "ven", "ObjectToString",
+        [=](ksString** r) { return venObjectToString(r, env, w.trace, target) == KS_TRUE; }, releaseKs);
+}
+
 } // namespace
 
 void registerStringRows()
 {
+    registerMemberTextRows();
+
     JNIEnv* env = world().env;
     // Kept for the whole run: the rows refer to them.
     static std::vector<Text> texts;
