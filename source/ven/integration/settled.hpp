@@ -23,14 +23,19 @@ namespace ven::integration::settled
 {
 
 // The one question at the start of a composed operation: true when nothing is pending. Without
-// an environment the ordinary path runs, whose first wrapper stops the process on its own line.
-bool nothingPending(JNIEnv* env);
+// an environment the ordinary path runs, whose first wrapper stops the process on its own line;
+// with one, ven___ExceptionCheck would check nothing more, so JNI is asked directly.
+inline bool nothingPending(JNIEnv* env)
+{
+    return env != nullptr && env->functions->ExceptionCheck(env) == JNI_FALSE;
+}
 
 KS_BOOL findClass(jclass* result, JNIEnv* env, lgStream* trace, const char* name);
 KS_BOOL getStringLength(KS_INT* result, JNIEnv* env, lgStream* trace, jstring string);
 KS_BOOL getStringCritical(const jchar** result, JNIEnv* env, lgStream* trace, jstring string,
                           KS_BOOL* isCopy);
 KS_BOOL getStringRegion(JNIEnv* env, lgStream* trace, jstring str, jsize start, jsize len, jchar* buf);
+KS_BOOL releaseStringCritical(JNIEnv* env, lgStream* trace, jstring string, const jchar* pinned);
 KS_BOOL newString(jstring* result, JNIEnv* env, lgStream* trace, const jchar* unicodeChars, KS_INT len);
 KS_BOOL newObjectArray(jobjectArray* result, JNIEnv* env, lgStream* trace, KS_INT length, jclass elementClass,
                        jobject initialElement);

@@ -99,11 +99,6 @@ namespace ven::integration::settled
 
 namespace wrapper = ven::wrapper::settled;
 
-bool nothingPending(JNIEnv* env)
-{
-    return env != nullptr && ven___ExceptionCheck(env) == JNI_FALSE;
-}
-
 KS_BOOL getStringLength(KS_INT* result, JNIEnv* env, lgStream* trace, jstring string)
 {
     return stringLength<wrapper::GetStringLength>("venGetStringLength", result, env, trace, string);
@@ -113,6 +108,12 @@ KS_BOOL getStringCritical(const jchar** result, JNIEnv* env, lgStream* trace, js
 {
     return pinString<jchar, wrapper::GetStringCritical>("venGetStringCritical", result, env, trace, string,
                                                         isCopy);
+}
+
+KS_BOOL releaseStringCritical(JNIEnv* env, lgStream* trace, jstring string, const jchar* pinned)
+{
+    return releaseString<jchar, wrapper::ReleaseStringCritical>("venReleaseStringCritical", env, trace,
+                                                                string, pinned);
 }
 
 KS_BOOL getStringRegion(JNIEnv* env, lgStream* trace, jstring str, jsize start, jsize len, jchar* buf)

@@ -24,6 +24,8 @@ jboolean CallStaticObjectMethodV(jobject* result, JNIEnv* env, jclass clazz, jme
                                  va_list args);
 jsize GetStringLength(JNIEnv* env, jstring string);
 const jchar* GetStringCritical(JNIEnv* env, jstring string, jboolean* isCopy);
+// No query to spare here: the exported release's checks, without the way through the symbol table.
+void ReleaseStringCritical(JNIEnv* env, jstring string, const jchar* carray);
 jboolean GetStringRegion(JNIEnv* env, jstring str, jsize start, jsize len, jchar* buf);
 jstring NewString(JNIEnv* env, const jchar* unicodeChars, jsize len);
 jobjectArray NewObjectArray(JNIEnv* env, jsize length, jclass elementClass, jobject initialElement);

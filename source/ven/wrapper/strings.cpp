@@ -42,10 +42,15 @@ using namespace ven::wrapper;
 // clang-format on
 
 #define VEN_DEFINE_STRING_RELEASE(Member, Chars, chars, envLine)                                             \
-    VEN_API void ven___##Member(JNIEnv* env, jstring string, Chars chars)                                    \
+    inline void Member(JNIEnv* env, jstring string, Chars chars)                                             \
     {                                                                                                        \
         checkRequired(envLine, {{env, "env"}, {string, "string"}, {chars, #chars}});                         \
         callJni<&Jni::Member>(env, string, chars);                                                           \
+    }
+#define VEN_EXPORT_STRING_RELEASE(Member, Chars, chars, envLine)                                             \
+    VEN_API void ven___##Member(JNIEnv* env, jstring string, Chars chars)                                    \
+    {                                                                                                        \
+        rows::Member(env, string, chars);                                                                    \
     }
 
 // X(Member, "env" line, exception line, negative-length line): non-raising, "string" checked
@@ -103,6 +108,7 @@ template <typename Guard> jstring NewString(JNIEnv* env, const jchar* unicodeCha
 }
 
 VEN_STRING_PINNING(VEN_DEFINE_STRING_PINNING)
+VEN_STRING_RELEASES(VEN_DEFINE_STRING_RELEASE)
 VEN_STRING_LENGTHS(VEN_DEFINE_STRING_LENGTH)
 VEN_STRING_REGIONS(VEN_DEFINE_STRING_REGION)
 
@@ -126,6 +132,11 @@ const jchar* settled::GetStringCritical(JNIEnv* env, jstring string, jboolean* i
     return rows::GetStringCritical<NothingPending>(env, string, isCopy);
 }
 
+void settled::ReleaseStringCritical(JNIEnv* env, jstring string, const jchar* carray)
+{
+    rows::ReleaseStringCritical(env, string, carray);
+}
+
 jboolean settled::GetStringRegion(JNIEnv* env, jstring str, jsize start, jsize len, jchar* buf)
 {
     return rows::GetStringRegion<NothingPending>(env, str, start, len, buf);
@@ -147,7 +158,7 @@ VEN_API jstring ven___NewStringUTF(JNIEnv* env, const char* bytes)
 }
 
 VEN_STRING_PINNING(VEN_EXPORT_STRING_PINNING)
-VEN_STRING_RELEASES(VEN_DEFINE_STRING_RELEASE)
+VEN_STRING_RELEASES(VEN_EXPORT_STRING_RELEASE)
 VEN_STRING_LENGTHS(VEN_EXPORT_STRING_LENGTH)
 VEN_STRING_REGIONS(VEN_EXPORT_STRING_REGION)
 

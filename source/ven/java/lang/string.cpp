@@ -53,6 +53,22 @@ bool decodeInto(KS_CHAR* dst, KS_INT& count, const jchar* src, KS_INT length)
     return true;
 }
 
+// Decodes into a new block that is handed over as it is: every unit or pair gives one code point,
+// so the worst case is one per unit, one allocation and no counting pass. False, with no block,
+// for ill-formed text.
+bool decodeToBlock(KS_CHAR** resultChars, KS_INT* resultLength, const jchar* srcChars, KS_INT srcLength)
+{
+    auto* block = static_cast<KS_CHAR*>(ksMemAllocN(srcLength, KS_INT{sizeof(KS_CHAR)}));
+    KS_INT count = 0;
+    if (!decodeInto(block, count, srcChars, srcLength)) {
+        ksMemFree(block);
+        return false;
+    }
+    *resultChars = block;
+    *resultLength = count;
+    return true;
+}
+
 // Encodes into room for `capacity` units with the encoder's checks; the units written.
 KS_INT encodeChecked(jchar* dst, KS_INT capacity, const KS_CHAR* src, KS_INT length)
 {
@@ -125,14 +141,14 @@ KS_BOOL settled::stringToKsString(ksString** result, JNIEnv* env, lgStream* trac
                                                    units)) {
             return KS_FALSE;
         }
-        decoded = ven___JCharsToChars(&codePoints, &count, units, length);
+        decoded = decodeToBlock(&codePoints, &count, units, length);
     } else {
         const jchar* chars = nullptr;
         if (!integration::settled::getStringCritical(&chars, env, trace, string, nullptr)) {
             return KS_FALSE;
         }
-        decoded = ven___JCharsToChars(&codePoints, &count, chars, length);
-        venReleaseStringCritical(env, trace, string, chars);
+        decoded = decodeToBlock(&codePoints, &count, chars, length);
+        integration::settled::releaseStringCritical(env, trace, string, chars);
     }
     if (!decoded) {
         return invalidUtf16(env, trace);
@@ -170,18 +186,7 @@ VEN_API KS_BOOL ven___JCharsToChars(KS_CHAR** resultChars, KS_INT* resultLength,
     fatalCheck(resultLength != nullptr, line::decodeResultLength, "resultLength");
     fatalCheck(srcChars != nullptr, line::decodeSrcChars, "srcChars");
     fatalCheck(srcLength >= 0, line::decodeSrcLength, "srcLength >= 0");
-
-    // Every unit or pair gives one code point: the worst case is one per unit, so one
-    // allocation and no counting pass. The block is handed over as it is.
-    auto* block = static_cast<KS_CHAR*>(ksMemAllocN(srcLength, KS_INT{sizeof(KS_CHAR)}));
-    KS_INT count = 0;
-    if (!decodeInto(block, count, srcChars, srcLength)) {
-        ksMemFree(block);
-        return KS_FALSE;
-    }
-    *resultChars = block;
-    *resultLength = count;
-    return KS_TRUE;
+    return decodeToBlock(resultChars, resultLength, srcChars, srcLength) ? KS_TRUE : KS_FALSE;
 }
 
 VEN_API void ven___CharsToJChars(jchar** resultChars, KS_INT* resultLength, const KS_CHAR* srcChars,
