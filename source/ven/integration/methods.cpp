@@ -62,6 +62,14 @@ KS_BOOL callForString(ksString** result, JNIEnv* env, lgStream* trace, va_list a
     });
 }
 
+// The exported lookup and its settled twin: one name for both.
+template <jmethodID (*lookUp)(JNIEnv*, jclass, const char*, const char*)>
+KS_BOOL lookUpMethod(jmethodID* result, JNIEnv* env, lgStream* trace, jclass clazz, const char* name,
+                     const char* sig)
+{
+    return lookUpMember<lookUp>("venGetMethodID", result, env, trace, clazz, name, sig);
+}
+
 } // namespace
 
 namespace wrapper = ven::wrapper::settled;
@@ -69,7 +77,7 @@ namespace wrapper = ven::wrapper::settled;
 KS_BOOL settled::getMethodID(jmethodID* result, JNIEnv* env, lgStream* trace, jclass clazz, const char* name,
                              const char* sig)
 {
-    return lookUpMember<wrapper::GetMethodID>("venGetMethodID", result, env, trace, clazz, name, sig);
+    return lookUpMethod<wrapper::GetMethodID>(result, env, trace, clazz, name, sig);
 }
 
 KS_BOOL settled::callObjectMethodV(jobject* result, JNIEnv* env, lgStream* trace, jobject obj,
@@ -156,7 +164,7 @@ VEN_CALL_FUNCTIONS(VEN_DEFINE_CALL)
 extern "C" KS_BOOL venGetMethodID(jmethodID* result, JNIEnv* env, lgStream* trace, jclass clazz,
                                   const char* name, const char* sig)
 {
-    return lookUpMember<ven___GetMethodID>("venGetMethodID", result, env, trace, clazz, name, sig);
+    return lookUpMethod<ven___GetMethodID>(result, env, trace, clazz, name, sig);
 }
 
 extern "C" KS_BOOL venGetStaticMethodID(jmethodID* result, JNIEnv* env, lgStream* trace, jclass clazz,
