@@ -26,16 +26,6 @@ const char* entryName(std::size_t slot)
 
 } // namespace detail
 
-bool LocalRefLedger::isLive(jobject ref) const
-{
-    return ref != nullptr && std::find(live_.begin(), live_.end(), ref) != live_.end();
-}
-
-void LocalRefLedger::reset()
-{
-    *this = LocalRefLedger{};
-}
-
 void LocalRefLedger::noteCreated(jobject ref)
 {
     if (ref != nullptr) {
@@ -54,11 +44,6 @@ void LocalRefLedger::noteDeleted(jobject ref)
     if (found != live_.rend()) {
         live_.erase(std::next(found).base());
     }
-}
-
-void LocalRefLedger::notePushed()
-{
-    frames_.push_back(live_.size());
 }
 
 void LocalRefLedger::notePopped()
@@ -93,7 +78,7 @@ void* FaultEnv::replacementFor(std::size_t slot)
         return nullptr;
     }
     ++replacement.seen;
-    bool takes = replacement.seen >= replacement.calls.first && replacement.seen <= replacement.calls.last;
+    const bool takes = replacement.calls.only == 0 || replacement.seen == replacement.calls.only;
     return takes ? replacement.function.get() : nullptr;
 }
 

@@ -9,7 +9,6 @@
 #include <algorithm>
 #include <array>
 #include <functional>
-#include <limits>
 #include <memory>
 #include <set>
 #include <string>
@@ -30,12 +29,11 @@ class LocalRefLedger
   public:
     int deleted() const { return deleted_; } // non-NULL DeleteLocalRef calls
     int live() const { return static_cast<int>(live_.size()); }
-    bool isLive(jobject ref) const;
-    void reset();
+    bool isLive(jobject ref) const { return ref != nullptr && std::ranges::find(live_, ref) != live_.end(); }
 
     void noteCreated(jobject ref);
     void noteDeleted(jobject ref);
-    void notePushed();
+    void notePushed() { frames_.push_back(live_.size()); }
     void notePopped();
 
   private:
@@ -81,14 +79,12 @@ class FaultEnv
     JNIEnv* env() { return &block_.env; }
     JNIEnv* real() const { return real_; }
 
-    // Which calls of an entry a replacement takes, counted from when it was installed (1 is the
-    // first call after it): all, or only the nth; the others go to the real entry. A fault on the
-    // first FindClass only, say, leaves the exception trace's own FindClass working.
+    // Which call of an entry a replacement takes, counted from when it was installed (1 is the
+    // first call after it); 0: all. A fault on the first FindClass only, say, leaves the exception
+    // trace's own FindClass working.
     struct Calls {
-        int first = 1;
-        int last = std::numeric_limits<int>::max();
-
-        static Calls nth(int n) { return {n, n}; }
+        int only = 0;
+        static Calls nth(int n) { return {n}; }
     };
 
     // Replaces one entry: `callable` receives the REAL env and the entry's arguments.
@@ -104,7 +100,6 @@ class FaultEnv
     {
         override<Member>([value](JNIEnv*, auto...) { return value; }, calls);
     }
-    template <auto Member> void returnNull(Calls calls = {}) { returnValue<Member>(nullptr, calls); }
     template <auto Member>
     void raiseReturning(const char* className, const char* message,
                         typename detail::JniEntry<Member>::Result failure, Calls calls = {})

@@ -223,7 +223,7 @@ TEST_F(WrapperSweep, PopLocalFrameCarriesThePendingException)
         for (bool withResult : {false, true}) {
             FaultEnv fault(env);
             if (globalRefFails) {
-                fault.returnNull<&Jni::NewGlobalRef>();
+                fault.returnValue<&Jni::NewGlobalRef>(nullptr);
             }
             ASSERT_EQ(env->PushLocalFrame(4), 0);
             jstring inner = withResult ? env->NewStringUTF("result") : nullptr;
