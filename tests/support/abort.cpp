@@ -39,11 +39,15 @@ void installAbortHook()
                                        const char* path, int line, const char* condition, const char* message)
 {
     const std::string expected = AbortRecord(message, path, line, condition).text;
-    if (got && got->text == expected) {
+    if (!got) {
+        return ::testing::AssertionFailure()
+               << statement << "\n  returned, but should have ended in " << expected;
+    }
+    if (got->text == expected) {
         return ::testing::AssertionSuccess();
     }
-    return ::testing::AssertionFailure() << statement << (got ? "\n  ended in " + got->text : "\n  returned")
-                                         << "\n  expected " << expected;
+    return ::testing::AssertionFailure()
+           << statement << "\n  ended in " << got->text << "\n  expected " << expected;
 }
 
 } // namespace ven::test
