@@ -55,7 +55,7 @@ void LocalRefLedger::notePopped()
     frames_.pop_back();
 }
 
-FaultEnv::FaultEnv(JNIEnv* real) : block_{}, table_{}, real_(real), realTable_(real->functions)
+FaultEnv::FaultEnv(JNIEnv* real) : block_{}, table_{}, real_(real)
 {
     block_.env.functions = &table_;
     block_.owner = this;

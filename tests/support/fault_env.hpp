@@ -95,7 +95,8 @@ class FaultEnv
                                                 calls, 0};
     }
     // Canned faults: the entry returns `value` and does nothing else (a NULL without raising, a
-    // -1 status, a negative length), or throws `className` with `message` and returns `failure`.
+    // -1 status, a negative length), or throws `className` with `message` and returns `failure`
+    // (none: the entry's zero, or nothing for a void entry).
     template <auto Member> void returnValue(typename detail::JniEntry<Member>::Result value, Calls calls = {})
     {
         override<Member>([value](JNIEnv*, auto...) { return value; }, calls);
@@ -104,11 +105,18 @@ class FaultEnv
     void raiseReturning(const char* className, const char* message,
                         typename detail::JniEntry<Member>::Result failure, Calls calls = {})
     {
-        throwing<Member>(className, message, calls, failure);
+        raise<Member>(className, message, calls, failure);
     }
-    template <auto Member> void raise(const char* className, const char* message, Calls calls = {})
+    template <auto Member, typename... Failure>
+    void raise(const char* className, const char* message, Calls calls = {}, Failure... failure)
     {
-        throwing<Member>(className, message, calls);
+        override<Member>(
+            [throwable = globalClass(className), text = std::string(message), failure...](JNIEnv* real,
+                                                                                          auto...) {
+                real->ThrowNew(throwable, text.c_str());
+                return typename detail::JniEntry<Member>::Result(failure...);
+            },
+            calls);
     }
     template <auto Member> void raiseOutOfMemory(Calls calls = {})
     {
@@ -124,11 +132,9 @@ class FaultEnv
     const std::vector<std::string>& callsInCriticalRegion() const { return callsInCriticalRegion_; }
 
     LocalRefLedger& ledger() { return ledger_; }
-    const LocalRefLedger& ledger() const { return ledger_; }
 
     // For the trampolines.
     static FaultEnv& owning(JNIEnv* fake) { return *reinterpret_cast<Block*>(fake)->owner; }
-    const JNINativeInterface_& realTable() const { return *realTable_; }
     // The replacement that takes this call of the entry, or NULL to forward it.
     void* replacementFor(std::size_t slot);
     void noteCall(std::size_t slot);
@@ -142,23 +148,10 @@ class FaultEnv
     };
 
     jclass globalClass(const char* className);
-    // No failure value: the entry's zero (nothing for a void entry).
-    template <auto Member, typename... Failure>
-    void throwing(const char* className, const char* message, Calls calls, Failure... failure)
-    {
-        override<Member>(
-            [throwable = globalClass(className), text = std::string(message), failure...](JNIEnv* real,
-                                                                                          auto...) {
-                real->ThrowNew(throwable, text.c_str());
-                return typename detail::JniEntry<Member>::Result(failure...);
-            },
-            calls);
-    }
 
     Block block_;
     JNINativeInterface_ table_;
     JNIEnv* real_;
-    const JNINativeInterface_* realTable_;
     struct Replacement {
         std::shared_ptr<void> function; // a detail::JniEntry<Member>::Function
         Calls calls;
@@ -208,7 +201,7 @@ struct JniEntry<Member> {
         auto* replacement = static_cast<Function*>(self.replacementFor(slotOf<Member>()));
         auto forward = [&] {
             return replacement != nullptr ? (*replacement)(self.real(), args...)
-                                          : (self.realTable().*Member)(self.real(), args...);
+                                          : (self.real()->functions->*Member)(self.real(), args...);
         };
         // The void entries only end something, so their note may come first.
         if constexpr (kSameEntry<Member, &JNINativeInterface_::DeleteLocalRef>) {

@@ -151,16 +151,14 @@ std::vector<std::string> jvmOutput()
 ExpectJniWarning::ExpectJniWarning(const char* text, const char* why, std::source_location where)
     : text(text), why(why), where(where)
 {
-    Capture& state = capture();
-    std::lock_guard lock(state.mutex);
-    state.guards.push_back(this);
+    std::lock_guard lock(capture().mutex);
+    capture().guards.push_back(this);
 }
 
 ExpectJniWarning::~ExpectJniWarning()
 {
-    Capture& state = capture();
-    std::lock_guard lock(state.mutex);
-    state.guards.erase(std::find(state.guards.begin(), state.guards.end(), this));
+    std::lock_guard lock(capture().mutex);
+    std::erase(capture().guards, this);
     if (seen == 0) {
         ADD_FAILURE_AT(where.file_name(), static_cast<int>(where.line()))
             << "the expected JVM warning \"" << text << "\" (" << why << ") never appeared";
