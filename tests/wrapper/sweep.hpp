@@ -218,12 +218,15 @@ template <auto Wrapper, typename... G> Outcome invoke(JNIEnv* env, const Setup& 
 template <auto Member> struct EntryOf;
 template <typename R, typename... A, R (JNICALL* Jni::*Member)(JNIEnv*, A...)> struct EntryOf<Member> {
     using Result = R;
+    using Value = std::conditional_t<std::is_void_v<R>, int, R>;
     // The value the entry returns for the answer (a reference is made now, while nothing is
     // pending). After raising, an entry returns NULL for a reference and a sample otherwise,
     // which the wrapper must not hand over.
-    static R valueOf(FaultEnv& fault, Answer answer, bool status, const Setup& setup)
+    static Value valueOf(FaultEnv& fault, Answer answer, bool status, const Setup& setup)
     {
-        if constexpr (detail::kIsReference<R>) {
+        if constexpr (std::is_void_v<R>) {
+            return 0;
+        } else if constexpr (detail::kIsReference<R>) {
             return answer != Answer::success
                        ? nullptr
                        : static_cast<R>(fault.real()->NewLocalRef(sampleObject(std::is_same_v<R, jclass>)));
@@ -233,18 +236,16 @@ template <typename R, typename... A, R (JNICALL* Jni::*Member)(JNIEnv*, A...)> s
             return R(-1);
         } else if (status) {
             return answer == Answer::raise ? R(setup.raised) : R(0);
+        } else {
+            return sample<R>();
         }
-        return sample<R>();
     }
 
     // Arguments the wrapper did not pass on unchanged fail the test.
     template <typename... G>
     static std::uint64_t answer(FaultEnv& fault, Answer answer, bool status, Setup setup, G... goods)
     {
-        std::conditional_t<std::is_void_v<R>, int, R> value{};
-        if constexpr (!std::is_void_v<R>) {
-            value = valueOf(fault, answer, status, setup);
-        }
+        const Value value = valueOf(fault, answer, status, setup);
         fault.override<Member>([=](JNIEnv* real, A... received) -> R {
             EXPECT_TRUE((sameArgument(received, goods, setup) && ...))
                 << detail::entryName(detail::slotOf<Member>()) << " received other arguments";
@@ -252,11 +253,9 @@ template <typename R, typename... A, R (JNICALL* Jni::*Member)(JNIEnv*, A...)> s
                 real->ExceptionClear(); // ThrowNew and ExceptionClear are called with one pending
                 real->ThrowNew(injectedErrorClass(), "injected");
             }
-            if constexpr (!std::is_void_v<R>) {
-                return value;
-            }
+            return static_cast<R>(value);
         });
-        return std::is_void_v<R> ? 0 : bitsOf(value);
+        return bitsOf(value);
     }
 };
 
