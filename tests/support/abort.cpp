@@ -1,5 +1,5 @@
-// Interception of ks___Abort: the hook turns a fatal or consistency check into a VenAbort
-// exception that unwinds through the library back to the test.
+// Interception of ks___Abort: the hook throws what it received, so that a fatal or consistency
+// check unwinds through the library back to the test.
 #include "support/ven_test.hpp"
 
 namespace ven::test
@@ -13,45 +13,41 @@ std::optional<std::string> textOrNull(const char* text)
     return text != nullptr ? std::optional<std::string>(text) : std::nullopt;
 }
 
-[[noreturn]] void throwVenAbort(const char* message, const char* path, int line, const char* condition)
-{
-    throw VenAbort(
-        {textOrNull(message), path != nullptr ? path : "(NULL path)", line, textOrNull(condition)});
-}
-
 std::string quoted(const std::optional<std::string>& text)
 {
     return text ? "\"" + *text + "\"" : "NULL";
 }
 
-std::string describe(const AbortRecord& record)
-{
-    return "ks___Abort(message " + quoted(record.message) + ", path \"" + record.path + "\", line " +
-           std::to_string(record.line) + ", condition " + quoted(record.condition) + ")";
-}
-
 } // namespace
 
-VenAbort::VenAbort(AbortRecord record) : record_(std::move(record)), text_(describe(record_)) {}
+AbortRecord::AbortRecord(const char* message, const char* path, int line, const char* condition)
+    : message(textOrNull(message)), path(path != nullptr ? path : "(NULL path)"), line(line),
+      condition(textOrNull(condition)),
+      text("ks___Abort(message " + quoted(this->message) + ", path \"" + this->path + "\", line " +
+           std::to_string(line) + ", condition " + quoted(this->condition) + ")")
+{
+}
 
 void installAbortHook()
 {
-    ksAbortSetHook(&throwVenAbort);
+    ksAbortSetHook([](const char* message, const char* path, int line, const char* condition) {
+        throw AbortRecord(message, path, line, condition);
+    });
 }
 
 ::testing::AssertionResult abortedWith(const std::optional<AbortRecord>& got, const char* statement,
                                        const char* path, int line, const char* condition, const char* message)
 {
-    AbortRecord expected{textOrNull(message), path, line, textOrNull(condition)};
+    const std::string expected = AbortRecord(message, path, line, condition).text;
     if (!got) {
         return ::testing::AssertionFailure()
-               << statement << "\n  returned, but should have ended in " << describe(expected);
+               << statement << "\n  returned, but should have ended in " << expected;
     }
-    if (describe(*got) == describe(expected)) {
+    if (got->text == expected) {
         return ::testing::AssertionSuccess();
     }
     return ::testing::AssertionFailure()
-           << statement << "\n  ended in " << describe(*got) << "\n  expected " << describe(expected);
+           << statement << "\n  ended in " << got->text << "\n  expected " << expected;
 }
 
 } // namespace ven::test

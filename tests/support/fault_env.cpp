@@ -26,16 +26,6 @@ const char* entryName(std::size_t slot)
 
 } // namespace detail
 
-bool LocalRefLedger::isLive(jobject ref) const
-{
-    return ref != nullptr && std::find(live_.begin(), live_.end(), ref) != live_.end();
-}
-
-void LocalRefLedger::reset()
-{
-    *this = LocalRefLedger{};
-}
-
 void LocalRefLedger::noteCreated(jobject ref)
 {
     if (ref != nullptr) {
@@ -56,11 +46,6 @@ void LocalRefLedger::noteDeleted(jobject ref)
     }
 }
 
-void LocalRefLedger::notePushed()
-{
-    frames_.push_back(live_.size());
-}
-
 void LocalRefLedger::notePopped()
 {
     if (frames_.empty()) {
@@ -70,7 +55,7 @@ void LocalRefLedger::notePopped()
     frames_.pop_back();
 }
 
-FaultEnv::FaultEnv(JNIEnv* real) : block_{}, table_{}, real_(real), realTable_(real->functions)
+FaultEnv::FaultEnv(JNIEnv* real) : block_{}, table_{}, real_(real)
 {
     block_.env.functions = &table_;
     block_.owner = this;
@@ -93,7 +78,7 @@ void* FaultEnv::replacementFor(std::size_t slot)
         return nullptr;
     }
     ++replacement.seen;
-    bool takes = replacement.seen >= replacement.calls.first && replacement.seen <= replacement.calls.last;
+    const bool takes = replacement.calls.only == 0 || replacement.seen == replacement.calls.only;
     return takes ? replacement.function.get() : nullptr;
 }
 

@@ -9,7 +9,6 @@
 #include <algorithm>
 #include <array>
 #include <functional>
-#include <limits>
 #include <memory>
 #include <set>
 #include <string>
@@ -30,12 +29,11 @@ class LocalRefLedger
   public:
     int deleted() const { return deleted_; } // non-NULL DeleteLocalRef calls
     int live() const { return static_cast<int>(live_.size()); }
-    bool isLive(jobject ref) const;
-    void reset();
+    bool isLive(jobject ref) const { return ref != nullptr && std::ranges::find(live_, ref) != live_.end(); }
 
     void noteCreated(jobject ref);
     void noteDeleted(jobject ref);
-    void notePushed();
+    void notePushed() { frames_.push_back(live_.size()); }
     void notePopped();
 
   private:
@@ -81,14 +79,12 @@ class FaultEnv
     JNIEnv* env() { return &block_.env; }
     JNIEnv* real() const { return real_; }
 
-    // Which calls of an entry a replacement takes, counted from when it was installed (1 is the
-    // first call after it): all, or only the nth; the others go to the real entry. A fault on the
-    // first FindClass only, say, leaves the exception trace's own FindClass working.
+    // Which call of an entry a replacement takes, counted from when it was installed (1 is the
+    // first call after it); 0: all. A fault on the first FindClass only, say, leaves the exception
+    // trace's own FindClass working.
     struct Calls {
-        int first = 1;
-        int last = std::numeric_limits<int>::max();
-
-        static Calls nth(int n) { return {n, n}; }
+        int only = 0;
+        static Calls nth(int n) { return {n}; }
     };
 
     // Replaces one entry: `callable` receives the REAL env and the entry's arguments.
@@ -99,21 +95,28 @@ class FaultEnv
                                                 calls, 0};
     }
     // Canned faults: the entry returns `value` and does nothing else (a NULL without raising, a
-    // -1 status, a negative length), or throws `className` with `message` and returns `failure`.
+    // -1 status, a negative length), or throws `className` with `message` and returns `failure`
+    // (none: the entry's zero, or nothing for a void entry).
     template <auto Member> void returnValue(typename detail::JniEntry<Member>::Result value, Calls calls = {})
     {
         override<Member>([value](JNIEnv*, auto...) { return value; }, calls);
     }
-    template <auto Member> void returnNull(Calls calls = {}) { returnValue<Member>(nullptr, calls); }
     template <auto Member>
     void raiseReturning(const char* className, const char* message,
                         typename detail::JniEntry<Member>::Result failure, Calls calls = {})
     {
-        throwing<Member>(className, message, calls, failure);
+        raise<Member>(className, message, calls, failure);
     }
-    template <auto Member> void raise(const char* className, const char* message, Calls calls = {})
+    template <auto Member, typename... Failure>
+    void raise(const char* className, const char* message, Calls calls = {}, Failure... failure)
     {
-        throwing<Member>(className, message, calls);
+        override<Member>(
+            [throwable = globalClass(className), text = std::string(message), failure...](JNIEnv* real,
+                                                                                          auto...) {
+                real->ThrowNew(throwable, text.c_str());
+                return typename detail::JniEntry<Member>::Result(failure...);
+            },
+            calls);
     }
     template <auto Member> void raiseOutOfMemory(Calls calls = {})
     {
@@ -129,11 +132,9 @@ class FaultEnv
     const std::vector<std::string>& callsInCriticalRegion() const { return callsInCriticalRegion_; }
 
     LocalRefLedger& ledger() { return ledger_; }
-    const LocalRefLedger& ledger() const { return ledger_; }
 
     // For the trampolines.
     static FaultEnv& owning(JNIEnv* fake) { return *reinterpret_cast<Block*>(fake)->owner; }
-    const JNINativeInterface_& realTable() const { return *realTable_; }
     // The replacement that takes this call of the entry, or NULL to forward it.
     void* replacementFor(std::size_t slot);
     void noteCall(std::size_t slot);
@@ -147,23 +148,10 @@ class FaultEnv
     };
 
     jclass globalClass(const char* className);
-    // No failure value: the entry's zero (nothing for a void entry).
-    template <auto Member, typename... Failure>
-    void throwing(const char* className, const char* message, Calls calls, Failure... failure)
-    {
-        override<Member>(
-            [throwable = globalClass(className), text = std::string(message), failure...](JNIEnv* real,
-                                                                                          auto...) {
-                real->ThrowNew(throwable, text.c_str());
-                return typename detail::JniEntry<Member>::Result(failure...);
-            },
-            calls);
-    }
 
     Block block_;
     JNINativeInterface_ table_;
     JNIEnv* real_;
-    const JNINativeInterface_* realTable_;
     struct Replacement {
         std::shared_ptr<void> function; // a detail::JniEntry<Member>::Function
         Calls calls;
@@ -213,7 +201,7 @@ struct JniEntry<Member> {
         auto* replacement = static_cast<Function*>(self.replacementFor(slotOf<Member>()));
         auto forward = [&] {
             return replacement != nullptr ? (*replacement)(self.real(), args...)
-                                          : (self.realTable().*Member)(self.real(), args...);
+                                          : (self.real()->functions->*Member)(self.real(), args...);
         };
         // The void entries only end something, so their note may come first.
         if constexpr (kSameEntry<Member, &JNINativeInterface_::DeleteLocalRef>) {

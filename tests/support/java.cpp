@@ -20,22 +20,16 @@ std::optional<std::string> callStringMethod(JNIEnv* env, jobject target, const c
         env->ExceptionClear();
         return "<" + std::string(name) + " threw>";
     }
-    if (text == nullptr) {
-        return std::nullopt;
-    }
-    std::string result = utf8(env, text);
+    std::optional<std::string> result = text ? std::optional(utf8(env, text)) : std::nullopt;
     env->DeleteLocalRef(text);
     return result;
 }
 
-std::string show(const std::optional<std::string>& message)
+// "class: \"message\"" ("class: null" for null), or only the class.
+std::string describe(const std::string& className, bool withMessage,
+                     const std::optional<std::string>& message)
 {
-    return message ? "\"" + *message + "\"" : "null";
-}
-
-void fail(std::source_location where, const std::string& text)
-{
-    ADD_FAILURE_AT(where.file_name(), static_cast<int>(where.line())) << text;
+    return withMessage ? className + ": " + (message ? "\"" + *message + "\"" : "null") : className;
 }
 
 // Takes the pending exception, which must be of `className` (nullptr: none may be pending, and
@@ -43,27 +37,24 @@ void fail(std::source_location where, const std::string& text)
 void takeExpected(JNIEnv* env, const char* className, bool checkMessage, const char* message,
                   std::source_location where)
 {
+    const std::string expected =
+        className
+            ? describe(className, checkMessage, message ? std::optional<std::string>(message) : std::nullopt)
+            : "nothing";
     jthrowable pending = env->ExceptionOccurred();
-    if (pending == nullptr) {
-        if (className != nullptr) {
-            fail(where, std::string("expected a pending ") + className + ", but nothing is pending");
-        }
-        return;
+    std::string got = "nothing";
+    if (pending != nullptr) {
+        className != nullptr ? env->ExceptionClear() : env->ExceptionDescribe(); // both clear it
+        jclass throwableClass = env->GetObjectClass(pending);
+        got = describe(callStringMethod(env, throwableClass, "java/lang/Class", "getName").value_or("?"),
+                       checkMessage || !className,
+                       callStringMethod(env, pending, "java/lang/Throwable", "getMessage"));
+        env->DeleteLocalRef(throwableClass);
+        env->DeleteLocalRef(pending);
     }
-    className != nullptr ? env->ExceptionClear() : env->ExceptionDescribe(); // both clear it
-    jclass throwableClass = env->GetObjectClass(pending);
-    std::string got = callStringMethod(env, throwableClass, "java/lang/Class", "getName").value_or("?");
-    std::optional<std::string> gotMessage =
-        callStringMethod(env, pending, "java/lang/Throwable", "getMessage");
-    env->DeleteLocalRef(throwableClass);
-    env->DeleteLocalRef(pending);
-    std::optional<std::string> expected =
-        message != nullptr ? std::optional<std::string>(message) : std::nullopt;
-    if (className == nullptr) {
-        fail(where, "unexpected pending exception " + got + ": " + show(gotMessage));
-    } else if (got != className || (checkMessage && gotMessage != expected)) {
-        fail(where, "pending exception " + got + ": " + show(gotMessage) + "\n  expected " + className +
-                        (checkMessage ? ": " + show(expected) : std::string()));
+    if (got != expected) {
+        ADD_FAILURE_AT(where.file_name(), static_cast<int>(where.line()))
+            << "pending: " << got << "\n  expected: " << expected;
     }
 }
 
@@ -106,7 +97,7 @@ jclass findClass(JNIEnv* env, const char* name, std::source_location where)
     jclass found = env->FindClass(name);
     if (found == nullptr) {
         env->ExceptionClear();
-        fail(where, std::string("class ") + name + " not found");
+        ADD_FAILURE_AT(where.file_name(), static_cast<int>(where.line())) << "class " << name << " not found";
     }
     return found;
 }

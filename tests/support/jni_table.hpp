@@ -8,60 +8,35 @@
 #include <cstddef>
 
 // clang-format off
+#define VEN_TEST_JNI_CALLS(E, T) \
+    E(Call##T##MethodV) E(Call##T##MethodA) E(CallNonvirtual##T##MethodV) \
+    E(CallNonvirtual##T##MethodA) E(CallStatic##T##MethodV) E(CallStatic##T##MethodA)
+#define VEN_TEST_JNI_FIELDS(E, T) \
+    VEN_TEST_JNI_CALLS(E, T) E(Get##T##Field) E(Set##T##Field) E(GetStatic##T##Field) E(SetStatic##T##Field)
+#define VEN_TEST_JNI_PRIMITIVE(E, T) \
+    VEN_TEST_JNI_FIELDS(E, T) E(New##T##Array) E(Get##T##ArrayElements) E(Release##T##ArrayElements) \
+    E(Get##T##ArrayRegion) E(Set##T##ArrayRegion)
+
 #define VEN_TEST_JNI_FIXED_ENTRIES(E) \
     E(GetVersion) E(DefineClass) E(FindClass) E(FromReflectedMethod) E(FromReflectedField) \
     E(ToReflectedMethod) E(GetSuperclass) E(IsAssignableFrom) E(ToReflectedField) E(Throw) \
     E(ThrowNew) E(ExceptionOccurred) E(ExceptionDescribe) E(ExceptionClear) E(FatalError) \
     E(PushLocalFrame) E(PopLocalFrame) E(NewGlobalRef) E(DeleteGlobalRef) E(DeleteLocalRef) \
     E(IsSameObject) E(NewLocalRef) E(EnsureLocalCapacity) E(AllocObject) E(NewObjectV) \
-    E(NewObjectA) E(GetObjectClass) E(IsInstanceOf) E(GetMethodID) E(CallObjectMethodV) \
-    E(CallObjectMethodA) E(CallBooleanMethodV) E(CallBooleanMethodA) E(CallByteMethodV) \
-    E(CallByteMethodA) E(CallCharMethodV) E(CallCharMethodA) E(CallShortMethodV) \
-    E(CallShortMethodA) E(CallIntMethodV) E(CallIntMethodA) E(CallLongMethodV) E(CallLongMethodA) \
-    E(CallFloatMethodV) E(CallFloatMethodA) E(CallDoubleMethodV) E(CallDoubleMethodA) \
-    E(CallVoidMethodV) E(CallVoidMethodA) E(CallNonvirtualObjectMethodV) \
-    E(CallNonvirtualObjectMethodA) E(CallNonvirtualBooleanMethodV) E(CallNonvirtualBooleanMethodA) \
-    E(CallNonvirtualByteMethodV) E(CallNonvirtualByteMethodA) E(CallNonvirtualCharMethodV) \
-    E(CallNonvirtualCharMethodA) E(CallNonvirtualShortMethodV) E(CallNonvirtualShortMethodA) \
-    E(CallNonvirtualIntMethodV) E(CallNonvirtualIntMethodA) E(CallNonvirtualLongMethodV) \
-    E(CallNonvirtualLongMethodA) E(CallNonvirtualFloatMethodV) E(CallNonvirtualFloatMethodA) \
-    E(CallNonvirtualDoubleMethodV) E(CallNonvirtualDoubleMethodA) E(CallNonvirtualVoidMethodV) \
-    E(CallNonvirtualVoidMethodA) E(GetFieldID) E(GetObjectField) E(GetBooleanField) \
-    E(GetByteField) E(GetCharField) E(GetShortField) E(GetIntField) E(GetLongField) \
-    E(GetFloatField) E(GetDoubleField) E(SetObjectField) E(SetBooleanField) E(SetByteField) \
-    E(SetCharField) E(SetShortField) E(SetIntField) E(SetLongField) E(SetFloatField) \
-    E(SetDoubleField) E(GetStaticMethodID) E(CallStaticObjectMethodV) E(CallStaticObjectMethodA) \
-    E(CallStaticBooleanMethodV) E(CallStaticBooleanMethodA) E(CallStaticByteMethodV) \
-    E(CallStaticByteMethodA) E(CallStaticCharMethodV) E(CallStaticCharMethodA) \
-    E(CallStaticShortMethodV) E(CallStaticShortMethodA) E(CallStaticIntMethodV) \
-    E(CallStaticIntMethodA) E(CallStaticLongMethodV) E(CallStaticLongMethodA) \
-    E(CallStaticFloatMethodV) E(CallStaticFloatMethodA) E(CallStaticDoubleMethodV) \
-    E(CallStaticDoubleMethodA) E(CallStaticVoidMethodV) E(CallStaticVoidMethodA) \
-    E(GetStaticFieldID) E(GetStaticObjectField) E(GetStaticBooleanField) E(GetStaticByteField) \
-    E(GetStaticCharField) E(GetStaticShortField) E(GetStaticIntField) E(GetStaticLongField) \
-    E(GetStaticFloatField) E(GetStaticDoubleField) E(SetStaticObjectField) \
-    E(SetStaticBooleanField) E(SetStaticByteField) E(SetStaticCharField) E(SetStaticShortField) \
-    E(SetStaticIntField) E(SetStaticLongField) E(SetStaticFloatField) E(SetStaticDoubleField) \
-    E(NewString) E(GetStringLength) E(GetStringChars) E(ReleaseStringChars) E(NewStringUTF) \
-    E(GetStringUTFLength) E(GetStringUTFChars) E(ReleaseStringUTFChars) E(GetArrayLength) \
-    E(NewObjectArray) E(GetObjectArrayElement) E(SetObjectArrayElement) E(NewBooleanArray) \
-    E(NewByteArray) E(NewCharArray) E(NewShortArray) E(NewIntArray) E(NewLongArray) \
-    E(NewFloatArray) E(NewDoubleArray) E(GetBooleanArrayElements) E(GetByteArrayElements) \
-    E(GetCharArrayElements) E(GetShortArrayElements) E(GetIntArrayElements) \
-    E(GetLongArrayElements) E(GetFloatArrayElements) E(GetDoubleArrayElements) \
-    E(ReleaseBooleanArrayElements) E(ReleaseByteArrayElements) E(ReleaseCharArrayElements) \
-    E(ReleaseShortArrayElements) E(ReleaseIntArrayElements) E(ReleaseLongArrayElements) \
-    E(ReleaseFloatArrayElements) E(ReleaseDoubleArrayElements) E(GetBooleanArrayRegion) \
-    E(GetByteArrayRegion) E(GetCharArrayRegion) E(GetShortArrayRegion) E(GetIntArrayRegion) \
-    E(GetLongArrayRegion) E(GetFloatArrayRegion) E(GetDoubleArrayRegion) E(SetBooleanArrayRegion) \
-    E(SetByteArrayRegion) E(SetCharArrayRegion) E(SetShortArrayRegion) E(SetIntArrayRegion) \
-    E(SetLongArrayRegion) E(SetFloatArrayRegion) E(SetDoubleArrayRegion) E(RegisterNatives) \
-    E(UnregisterNatives) E(MonitorEnter) E(MonitorExit) E(GetJavaVM) E(GetStringRegion) \
-    E(GetStringUTFRegion) E(GetPrimitiveArrayCritical) E(ReleasePrimitiveArrayCritical) \
-    E(GetStringCritical) E(ReleaseStringCritical) E(NewWeakGlobalRef) E(DeleteWeakGlobalRef) \
-    E(ExceptionCheck) E(NewDirectByteBuffer) E(GetDirectBufferAddress) E(GetDirectBufferCapacity) \
-    E(GetObjectRefType) E(GetModule)
-
+    E(NewObjectA) E(GetObjectClass) E(IsInstanceOf) E(GetMethodID) E(GetFieldID) \
+    E(GetStaticMethodID) E(GetStaticFieldID) E(NewString) E(GetStringLength) E(GetStringChars) \
+    E(ReleaseStringChars) E(NewStringUTF) E(GetStringUTFLength) E(GetStringUTFChars) \
+    E(ReleaseStringUTFChars) E(GetArrayLength) E(NewObjectArray) E(GetObjectArrayElement) \
+    E(SetObjectArrayElement) E(RegisterNatives) E(UnregisterNatives) E(MonitorEnter) \
+    E(MonitorExit) E(GetJavaVM) E(GetStringRegion) E(GetStringUTFRegion) \
+    E(GetPrimitiveArrayCritical) E(ReleasePrimitiveArrayCritical) E(GetStringCritical) \
+    E(ReleaseStringCritical) E(NewWeakGlobalRef) E(DeleteWeakGlobalRef) E(ExceptionCheck) \
+    E(NewDirectByteBuffer) E(GetDirectBufferAddress) E(GetDirectBufferCapacity) \
+    E(GetObjectRefType) E(GetModule) \
+    VEN_TEST_JNI_CALLS(E, Void) VEN_TEST_JNI_FIELDS(E, Object) \
+    VEN_TEST_JNI_PRIMITIVE(E, Boolean) VEN_TEST_JNI_PRIMITIVE(E, Byte) VEN_TEST_JNI_PRIMITIVE(E, Char) \
+    VEN_TEST_JNI_PRIMITIVE(E, Short) VEN_TEST_JNI_PRIMITIVE(E, Int) VEN_TEST_JNI_PRIMITIVE(E, Long) \
+    VEN_TEST_JNI_PRIMITIVE(E, Float) VEN_TEST_JNI_PRIMITIVE(E, Double)
 // clang-format on
 
 // Entries that newer JDK headers append to the table.

@@ -62,10 +62,10 @@ std::vector<std::string> takeLines(Capture& state, std::string_view text)
         std::string line = state.partialLine.substr(start, end - start);
         if (isWarning(line)) {
             auto guard = std::find_if(state.guards.rbegin(), state.guards.rend(), [&](ExpectJniWarning* g) {
-                return line.find(g->text()) != std::string::npos;
+                return line.find(g->text) != std::string::npos;
             });
             if (guard != state.guards.rend()) {
-                (*guard)->noteSeen();
+                ++(*guard)->seen;
             } else if (line.find(kCriticalRegionWarning) == std::string::npos) {
                 unexpected.push_back(line);
             }
@@ -79,24 +79,19 @@ std::vector<std::string> takeLines(Capture& state, std::string_view text)
 // Checked JNI prints a warning on the thread of the offending call, before that call returns.
 jint JNICALL captureJvmOutput(FILE*, const char* format, va_list args)
 {
-    va_list copy;
-    va_copy(copy, args);
-    int length = std::vsnprintf(nullptr, 0, format, copy);
-    va_end(copy);
+    char* printed = nullptr;
+    const int length = vasprintf(&printed, format, args);
     if (length < 0) {
         return length;
     }
-    std::string text(static_cast<std::size_t>(length) + 1, '\0');
-    std::vsnprintf(text.data(), text.size(), format, args);
-    text.pop_back();
+    const std::string text(printed, static_cast<std::size_t>(length));
+    std::free(printed);
     std::fwrite(text.data(), 1, text.size(), stderr);
 
-    Capture& state = capture();
-    std::vector<std::string> unexpected;
-    {
-        std::lock_guard lock(state.mutex);
-        unexpected = takeLines(state, text);
-    }
+    const std::vector<std::string> unexpected = [&] {
+        std::lock_guard lock(capture().mutex);
+        return takeLines(capture(), text);
+    }();
     for (const std::string& line : unexpected) {
         ADD_FAILURE() << "JVM warning: " << line;
     }
@@ -117,23 +112,19 @@ class JvmEnvironment : public ::testing::Environment
         if (theVm != nullptr) {
             return; // --gtest_repeat
         }
-        std::string home = environmentOr("VEN_TEST_JDK", VEN_TEST_DEFAULT_JDK);
-        std::string classPath = environmentOr("VEN_TEST_CLASSPATH", VEN_TEST_DEFAULT_CLASSPATH);
-        std::vector<jvmhost::Option> options = {
+        const std::vector<jvmhost::Option> options = {
             {"-Xcheck:jni"},
-            {"-Djava.class.path=" + classPath},
+            {"-Djava.class.path=" + environmentOr("VEN_TEST_CLASSPATH", VEN_TEST_DEFAULT_CLASSPATH)},
             {"-Xrs"},             // leave SIGINT/SIGTERM/SIGQUIT to the test process
             {"-XX:+UseSerialGC"}, // few JVM threads on a small machine
             {"-XX:-UsePerfData"}, // no hsperfdata files
             {"-Xmx256m"},
+            {"vfprintf", reinterpret_cast<void*>(&captureJvmOutput)},
         };
-        options.push_back({"vfprintf", reinterpret_cast<void*>(&captureJvmOutput)});
-
-        JNIEnv* env = nullptr;
         std::string error;
-        theVm = jvmhost::createJavaVm(home, options, &env, error);
+        theVm = jvmhost::createJavaVm(environmentOr("VEN_TEST_JDK", VEN_TEST_DEFAULT_JDK), options, &theEnv,
+                                      error);
         ASSERT_NE(theVm, nullptr) << error;
-        theEnv = env;
         venSetJavaVm(theVm);
     }
 };
@@ -158,21 +149,19 @@ std::vector<std::string> jvmOutput()
 }
 
 ExpectJniWarning::ExpectJniWarning(const char* text, const char* why, std::source_location where)
-    : text_(text), why_(why), where_(where)
+    : text(text), why(why), where(where)
 {
-    Capture& state = capture();
-    std::lock_guard lock(state.mutex);
-    state.guards.push_back(this);
+    std::lock_guard lock(capture().mutex);
+    capture().guards.push_back(this);
 }
 
 ExpectJniWarning::~ExpectJniWarning()
 {
-    Capture& state = capture();
-    std::lock_guard lock(state.mutex);
-    state.guards.erase(std::find(state.guards.begin(), state.guards.end(), this));
-    if (seen_ == 0) {
-        ADD_FAILURE_AT(where_.file_name(), static_cast<int>(where_.line()))
-            << "the expected JVM warning \"" << text_ << "\" (" << why_ << ") never appeared";
+    std::lock_guard lock(capture().mutex);
+    std::erase(capture().guards, this);
+    if (seen == 0) {
+        ADD_FAILURE_AT(where.file_name(), static_cast<int>(where.line()))
+            << "the expected JVM warning \"" << text << "\" (" << why << ") never appeared";
     }
 }
 

@@ -30,15 +30,13 @@ jvmtiEnv* heapWalker()
 jlong currentThreadTag(jvmtiEnv* walker, JNIEnv* env)
 {
     static std::atomic<jlong> lastTag{0};
-    thread_local jlong tag = [&] {
+    thread_local const jlong tag = [&] {
         jthread thread = nullptr;
-        jlong value = ++lastTag;
-        if (walker->GetCurrentThread(&thread) != JVMTI_ERROR_NONE ||
-            walker->SetTag(thread, value) != JVMTI_ERROR_NONE) {
-            value = -1;
-        }
+        const jlong value = ++lastTag;
+        const bool tagged = walker->GetCurrentThread(&thread) == JVMTI_ERROR_NONE &&
+                            walker->SetTag(thread, value) == JVMTI_ERROR_NONE;
         env->DeleteLocalRef(thread);
-        return value;
+        return tagged ? value : -1;
     }();
     return tag;
 }

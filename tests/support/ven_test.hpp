@@ -20,15 +20,11 @@
 namespace ven::test
 {
 
-// ---- The JVM of the test process ------------------------------------------------------
-
 // The process's one JavaVM (registered with venSetJavaVm, never destroyed) and the JNIEnv of
 // the main thread; every line the JVM has printed through its vfprintf hook.
 JavaVM* jvm();
 JNIEnv* mainEnv();
 std::vector<std::string> jvmOutput();
-
-// ---- Warnings the system causes by design ---------------------------------------------
 
 // An argument failure raised while another exception is pending throws through ThrowNew with
 // the old one still pending; ven___GetVersion is a direct call that leaves a pending exception
@@ -43,26 +39,17 @@ inline constexpr const char* kCriticalRegionWarning =
 // While alive, JVM warning lines containing `text` (one of the two above) do not fail the test,
 // and at least one must appear before the guard ends (the checker reports synchronously).
 // Any other line with "warning" in any case fails the running test.
-class ExpectJniWarning
-{
-  public:
+struct ExpectJniWarning {
     ExpectJniWarning(const char* text, const char* why,
                      std::source_location where = std::source_location::current());
     ~ExpectJniWarning();
     ExpectJniWarning(const ExpectJniWarning&) = delete;
     ExpectJniWarning& operator=(const ExpectJniWarning&) = delete;
 
-    const std::string& text() const { return text_; }
-    void noteSeen() { ++seen_; } // under the capture lock
-
-  private:
-    std::string text_;
-    std::string why_;
-    std::source_location where_;
-    int seen_ = 0;
+    const std::string text, why;
+    const std::source_location where;
+    int seen = 0; // under the capture lock
 };
-
-// ---- One local frame per test ---------------------------------------------------------
 
 // A local frame on `env`. close() (or the destructor) fails the test if an exception is pending,
 // pops the frame, and fails it if the live ks objects or raw blocks differ from the start, or if
@@ -107,27 +94,18 @@ class JvmTest : public ::testing::Test
     std::optional<TestFrame> frame_;
 };
 
-// ---- ks___Abort interception ----------------------------------------------------------
+// What ks___Abort received (the library sets exactly one of message and condition), thrown by
+// the abort hook so that a fatal or consistency check unwinds back to the test.
+struct AbortRecord : std::exception {
+    AbortRecord(const char* message, const char* path, int line, const char* condition);
 
-// What ks___Abort received; the library sets exactly one of message and condition.
-struct AbortRecord {
     std::optional<std::string> message;
     std::string path;
     int line = 0;
     std::optional<std::string> condition;
-};
+    std::string text;
 
-// Thrown by the abort hook so that a fatal or consistency check unwinds back to the test.
-class VenAbort : public std::exception
-{
-  public:
-    explicit VenAbort(AbortRecord record);
-    const AbortRecord& record() const { return record_; }
-    const char* what() const noexcept override { return text_.c_str(); }
-
-  private:
-    AbortRecord record_;
-    std::string text_;
+    const char* what() const noexcept override { return text.c_str(); }
 };
 
 void installAbortHook();
@@ -137,8 +115,8 @@ template <typename Body> std::optional<AbortRecord> catchAbort(Body&& body)
 {
     try {
         std::forward<Body>(body)();
-    } catch (const VenAbort& abort) {
-        return abort.record();
+    } catch (const AbortRecord& abort) {
+        return abort;
     }
     return std::nullopt;
 }
@@ -159,8 +137,6 @@ template <typename Body> std::optional<AbortRecord> catchAbort(Body&& body)
 #define EXPECT_VEN_ABORT_MESSAGE(statement, path, line, message)                                             \
     VEN_TEST_EXPECT_ABORT_(statement, path, line, nullptr, message)
 
-// ---- Trace streams --------------------------------------------------------------------
-
 // An owned recording lg stream.
 class Trace
 {
@@ -179,8 +155,6 @@ class Trace
     lgStream* stream_ = lgStreamCreate(nullptr);
 };
 
-// ---- Java exceptions ------------------------------------------------------------------
-
 // Assert that an exception of exactly this class with this message (nullptr: null) is pending,
 // or only of this class, or that none is, and clear it; failures are reported at the caller.
 void ExpectPending(JNIEnv* env, const char* className, const char* message,
@@ -195,15 +169,11 @@ jthrowable makeThrowable(JNIEnv* env, const char* className, const char* message
 // The class, or NULL with the test failed.
 jclass findClass(JNIEnv* env, const char* name, std::source_location where = std::source_location::current());
 
-// ---- Java strings ---------------------------------------------------------------------
-
 // Java strings from and to standard UTF-8 (supplementary characters as 4 bytes) or UTF-16.
 jstring jstr(JNIEnv* env, std::string_view utf8);
 jstring jstr(JNIEnv* env, std::u16string_view units);
 std::u16string units(JNIEnv* env, jstring string);
 std::string utf8(JNIEnv* env, jstring string);
-
-// ---- ks objects -----------------------------------------------------------------------
 
 // Owns one reference to a ks object. out() hands the slot to an out-parameter, which releases
 // the old value and stores the new one.

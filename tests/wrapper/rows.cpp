@@ -8,13 +8,6 @@ namespace ven::test::wrapper
 namespace
 {
 
-jobject globalOf(jobject local)
-{
-    jobject global = mainEnv()->NewGlobalRef(local);
-    mainEnv()->DeleteLocalRef(local);
-    return global;
-}
-
 using Texts = std::vector<std::string>;
 const Texts kEnv = {"env"};
 const Texts kVirtual = {"env", "obj", "methodID"};
@@ -208,16 +201,18 @@ std::vector<Row> makeRows()
 
 } // namespace
 
+// Made on the first row's use, inside a test's frame, which drops the local references.
 jobject sampleObject(bool isClass)
 {
-    static const jobject string = globalOf(mainEnv()->NewStringUTF("sample"));
-    static const jobject stringClass = globalOf(mainEnv()->FindClass("java/lang/String"));
+    JNIEnv* env = mainEnv();
+    static const jobject string = env->NewGlobalRef(env->NewStringUTF("sample"));
+    static const jobject stringClass = env->NewGlobalRef(env->FindClass("java/lang/String"));
     return isClass ? stringClass : string;
 }
 
 jclass injectedErrorClass()
 {
-    static const jobject error = globalOf(mainEnv()->FindClass("java/lang/OutOfMemoryError"));
+    static const jobject error = mainEnv()->NewGlobalRef(mainEnv()->FindClass("java/lang/OutOfMemoryError"));
     return static_cast<jclass>(error);
 }
 

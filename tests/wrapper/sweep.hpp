@@ -160,28 +160,15 @@ template <typename A, typename G> bool sameArgument(A received, G good, const Se
     }
 }
 
-template <typename F> struct Signature;
-template <typename R, typename... P> struct Signature<R (*)(P...)> {
-    using Params = std::tuple<P...>;
-    static constexpr bool kVariadic = false;
-};
-template <typename R, typename... P> struct Signature<R (*)(P..., ...)> {
-    using Params = std::tuple<P...>;
-    static constexpr bool kVariadic = true;
-};
-
-inline void withVaList(const std::function<void(va_list)>& body, int count, ...)
-{
-    va_list list;
-    va_start(list, count);
-    body(list);
-    va_end(list);
-}
+template <typename R, typename... P> std::tuple<P...>* paramsOf(R (*)(P...));
+template <typename R, typename... P> std::tuple<P...>* paramsOf(R (*)(P..., ...));
+template <typename F> inline constexpr bool kVariadic = false;
+template <typename R, typename... P> inline constexpr bool kVariadic<R (*)(P..., ...)> = true;
 
 template <auto Wrapper, typename Fixed> std::uint64_t callWith(const Fixed& fixed)
 {
     const auto args = [&] {
-        if constexpr (Signature<decltype(Wrapper)>::kVariadic) {
+        if constexpr (kVariadic<decltype(Wrapper)>) {
             return std::tuple_cat(fixed, variadics());
         } else {
             return fixed;
@@ -195,46 +182,51 @@ template <auto Wrapper, typename Fixed> std::uint64_t callWith(const Fixed& fixe
     }
 }
 
-// Calls the wrapper with env, its out-parameter when it has one (a flagged wrapper's first
-// parameter), and an argument for each good one.
+// Calls the wrapper with its out-parameter when it has one (a flagged wrapper's first parameter),
+// then env and an argument for each good one, env counted as argument number 0.
 template <auto Wrapper, typename... G> Outcome invoke(JNIEnv* env, const Setup& setup, G... goods)
 {
     Outcome outcome;
-    const std::function<void(va_list)> body = [&](va_list list) {
-        [&]<typename First, typename... P>(std::tuple<First, P...>*) {
-            int position = 1;
-            JNIEnv* e = setup.bad == 0 ? nullptr : env;
+    auto withList = [&](int count, ...) {
+        va_list list;
+        va_start(list, count);
+        int position = 0;
+        auto fixed = [&]<typename... P>(std::tuple<P...>*, auto... all) {
+            return std::tuple<P...>{argument<P>(setup, position, list, all)...};
+        };
+        [&]<typename First, typename... P>(std::tuple<First, P...>* params) {
             if constexpr (std::is_same_v<First, JNIEnv*>) {
-                const std::tuple<JNIEnv*, P...> args{e, argument<P>(setup, position, list, goods)...};
-                outcome.returned = outcome.out = callWith<Wrapper>(args);
+                outcome.returned = outcome.out = callWith<Wrapper>(fixed(params, env, goods...));
             } else {
-                [&]<typename... Q>(std::tuple<JNIEnv*, Q...>*) {
-                    std::remove_pointer_t<First> slot;
-                    std::memset(&slot, 0xcd, sizeof slot);
-                    if constexpr (std::is_same_v<First, jobject*>) {
-                        slot = setup.old;
-                    }
-                    const std::tuple<First, JNIEnv*, Q...> args{setup.noOut ? nullptr : &slot, e,
-                                                                argument<Q>(setup, position, list, goods)...};
-                    outcome.returned = callWith<Wrapper>(args);
-                    outcome.out = bitsOf(slot);
-                }(static_cast<std::tuple<P...>*>(nullptr));
+                std::remove_pointer_t<First> slot;
+                std::memset(&slot, 0xcd, sizeof slot);
+                if constexpr (std::is_same_v<First, jobject*>) {
+                    slot = setup.old;
+                }
+                const std::tuple<First> out{setup.noOut ? nullptr : &slot};
+                const auto rest = fixed(static_cast<std::tuple<P...>*>(nullptr), env, goods...);
+                outcome.returned = callWith<Wrapper>(std::tuple_cat(out, rest));
+                outcome.out = bitsOf(slot);
             }
-        }(static_cast<typename Signature<decltype(Wrapper)>::Params*>(nullptr));
+        }(decltype(paramsOf(Wrapper)){});
+        va_end(list);
     };
-    std::apply([&](auto... values) { withVaList(body, 0, values...); }, variadics());
+    std::apply([&](auto... values) { withList(0, values...); }, variadics());
     return outcome;
 }
 
 template <auto Member> struct EntryOf;
 template <typename R, typename... A, R (JNICALL* Jni::*Member)(JNIEnv*, A...)> struct EntryOf<Member> {
     using Result = R;
+    using Value = std::conditional_t<std::is_void_v<R>, int, R>;
     // The value the entry returns for the answer (a reference is made now, while nothing is
     // pending). After raising, an entry returns NULL for a reference and a sample otherwise,
     // which the wrapper must not hand over.
-    static R valueOf(FaultEnv& fault, Answer answer, bool status, const Setup& setup)
+    static Value valueOf(FaultEnv& fault, Answer answer, bool status, const Setup& setup)
     {
-        if constexpr (detail::kIsReference<R>) {
+        if constexpr (std::is_void_v<R>) {
+            return 0;
+        } else if constexpr (detail::kIsReference<R>) {
             return answer != Answer::success
                        ? nullptr
                        : static_cast<R>(fault.real()->NewLocalRef(sampleObject(std::is_same_v<R, jclass>)));
@@ -244,35 +236,26 @@ template <typename R, typename... A, R (JNICALL* Jni::*Member)(JNIEnv*, A...)> s
             return R(-1);
         } else if (status) {
             return answer == Answer::raise ? R(setup.raised) : R(0);
+        } else {
+            return sample<R>();
         }
-        return sample<R>();
     }
 
     // Arguments the wrapper did not pass on unchanged fail the test.
     template <typename... G>
     static std::uint64_t answer(FaultEnv& fault, Answer answer, bool status, Setup setup, G... goods)
     {
-        std::conditional_t<std::is_void_v<R>, int, R> value{};
-        if constexpr (!std::is_void_v<R>) {
-            value = valueOf(fault, answer, status, setup);
-        }
+        const Value value = valueOf(fault, answer, status, setup);
         fault.override<Member>([=](JNIEnv* real, A... received) -> R {
-            [&]<std::size_t... I>(std::index_sequence<I...>)
-            {
-                [[maybe_unused]] const auto all = std::tuple(received...);
-                EXPECT_TRUE((sameArgument(std::get<I>(all), goods, setup) && ...))
-                    << detail::entryName(detail::slotOf<Member>()) << " received other arguments";
-            }
-            (std::index_sequence_for<G...>{});
+            EXPECT_TRUE((sameArgument(received, goods, setup) && ...))
+                << detail::entryName(detail::slotOf<Member>()) << " received other arguments";
             if (answer == Answer::raise) {
                 real->ExceptionClear(); // ThrowNew and ExceptionClear are called with one pending
                 real->ThrowNew(injectedErrorClass(), "injected");
             }
-            if constexpr (!std::is_void_v<R>) {
-                return value;
-            }
+            return static_cast<R>(value);
         });
-        return std::is_void_v<R> ? 0 : bitsOf(value);
+        return bitsOf(value);
     }
 };
 
@@ -288,15 +271,15 @@ template <auto Wrapper, auto Member, typename... G> Row bind(const char* name, R
     }
     row.reference = detail::kIsReference<R> && !detail::kSameEntry<Member, &Jni::NewGlobalRef> &&
                     !detail::kSameEntry<Member, &Jni::NewWeakGlobalRef>;
-    if constexpr (!std::is_same_v<std::tuple_element_t<0, typename Signature<decltype(Wrapper)>::Params>,
-                                  JNIEnv*>) {
+    using First = std::tuple_element_t<0, std::remove_pointer_t<decltype(paramsOf(Wrapper))>>;
+    if constexpr (!std::is_same_v<First, JNIEnv*>) {
         if (row.delivery == Delivery::none) {
             row.delivery = Delivery::store;
         }
     }
     row.call = [=](JNIEnv* env, Setup setup) { return invoke<Wrapper>(env, setup, goods...); };
     row.answer = [=, status = row.status](FaultEnv& fault, Answer answer, Setup setup) {
-        if constexpr (Signature<decltype(Wrapper)>::kVariadic) {
+        if constexpr (kVariadic<decltype(Wrapper)>) {
             // The variadic form's row names its fixed arguments; its entry gets the list too.
             return EntryOf<Member>::answer(fault, answer, status, setup, goods..., VaList{});
         } else {

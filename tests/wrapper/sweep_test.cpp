@@ -12,14 +12,12 @@ namespace
 
 using WrapperSweep = JvmTest;
 
-// A global reference to a new IllegalStateException("E1"), made pending.
-jthrowable throwE1(JNIEnv* env)
+// IllegalStateException("E1"), made pending when asked for.
+void throwE1(JNIEnv* env, bool pending = true)
 {
-    jthrowable local = makeThrowable(env, "java/lang/IllegalStateException", "E1");
-    auto global = static_cast<jthrowable>(env->NewGlobalRef(local));
-    env->DeleteLocalRef(local);
-    env->Throw(global);
-    return global;
+    if (pending) {
+        env->Throw(makeThrowable(env, "java/lang/IllegalStateException", "E1"));
+    }
 }
 
 bool releases(const Row& row)
@@ -95,7 +93,7 @@ TEST_F(WrapperSweep, SuccessIsTheFloorAndKeepsThePendingException)
                 jobject old = oldReference(env, fault, row);
                 const Answer success = row.kind == Kind::throwing ? Answer::raise : Answer::success;
                 auto answered = row.kind == Kind::clearing ? 0 : row.answer(fault, success, {.mode = mode});
-                jthrowable e1 = pending ? throwE1(env) : nullptr;
+                throwE1(env, pending);
                 const Outcome got = row.call(fault.env(), {.old = old, .mode = mode});
                 const bool replaced = row.delivery == Delivery::replace && old != nullptr;
                 if (!pending || row.kind == Kind::direct || !row.trail.empty()) {
@@ -114,7 +112,6 @@ TEST_F(WrapperSweep, SuccessIsTheFloorAndKeepsThePendingException)
                     ExpectPending(env, "java.lang.IllegalStateException", "E1");
                 }
                 ExpectNoPending(env);
-                env->DeleteGlobalRef(e1);
                 if (row.delivery != Delivery::none) {
                     EXPECT_EQ(row.call(fault.env(), {.noOut = true}).returned, JNI_TRUE)
                         << "a NULL out-parameter";
@@ -145,7 +142,7 @@ TEST_F(WrapperSweep, ARaisedExceptionFailsTheCallOrStopsTheProcess)
                 LeakCheck leaks(fault);
                 jobject old = oldReference(env, fault, row);
                 row.answer(fault, Answer::raise, {.raised = raised});
-                jthrowable e1 = pending ? throwE1(env) : nullptr;
+                throwE1(env, pending);
                 if (row.exceptionLine != 0) {
                     const bool byStatus = row.statusLine != 0 && raised != 0;
                     EXPECT_VEN_ABORT(row.call(fault.env(), {}), kPath,
@@ -159,7 +156,6 @@ TEST_F(WrapperSweep, ARaisedExceptionFailsTheCallOrStopsTheProcess)
                     EXPECT_EQ(leaks.live(), int(row.delivery == Delivery::store && old != nullptr));
                 }
                 ExpectPending(env, "java.lang.OutOfMemoryError", "injected");
-                env->DeleteGlobalRef(e1);
             }
         }
     }
@@ -223,11 +219,11 @@ TEST_F(WrapperSweep, PopLocalFrameCarriesThePendingException)
         for (bool withResult : {false, true}) {
             FaultEnv fault(env);
             if (globalRefFails) {
-                fault.returnNull<&Jni::NewGlobalRef>();
+                fault.returnValue<&Jni::NewGlobalRef>(nullptr);
             }
             ASSERT_EQ(env->PushLocalFrame(4), 0);
             jstring inner = withResult ? env->NewStringUTF("result") : nullptr;
-            env->Throw(makeThrowable(env, "java/lang/IllegalStateException", "E1"));
+            throwE1(env);
             jobject outer = ven___PopLocalFrame(fault.env(), inner);
             ExpectPending(env, "java.lang.IllegalStateException", "E1");
             EXPECT_EQ(outer ? utf8(env, static_cast<jstring>(outer)) : "NULL",
@@ -243,11 +239,10 @@ TEST_F(WrapperSweep, PopLocalFrameCarriesThePendingException)
 TEST_F(WrapperSweep, NullArgumentsThatAreAllowed)
 {
     FaultEnv fault(env);
-    jthrowable e1 = throwE1(env);
+    throwE1(env);
     EXPECT_EQ(ven___NewLocalRef(fault.env(), nullptr), nullptr);
     EXPECT_EQ(fault.trail(), std::vector<std::string>{});
     ExpectPending(env, "java.lang.IllegalStateException", "E1");
-    env->DeleteGlobalRef(e1);
     EXPECT_EQ(units(env, ven___NewString(env, nullptr, 0)), u"");
 }
 
