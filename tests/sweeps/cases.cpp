@@ -27,6 +27,7 @@ using enum Variant;
 
 constexpr KS_INT kBeyondJint = KS_INT{1} << 40;
 constexpr KS_INT kHugeLength = INT32_MAX; // beyond the VM's array limit: a prompt OutOfMemoryError
+constexpr std::size_t kUnchecked = SIZE_MAX;
 
 template <auto Member, typename... A> auto jni(JNIEnv* env, A... args)
 {
@@ -40,10 +41,65 @@ jobject global(jobject local)
     return made;
 }
 
+// Arguments by variant, resolved when a run is prepared: good; fail for the Fail variant; bad
+// (NULL unless given) once the check that tests it is among the bad ones.
 template <typename T>
-T byVariant(Variant v, T succeed, std::type_identity_t<T> fail, std::type_identity_t<T> bad)
+auto arg(std::size_t check, T good, std::type_identity_t<T> fail, std::type_identity_t<T> bad = T{})
 {
-    return v == Succeed ? succeed : v == Fail ? fail : bad;
+    return [=](Arguments a) { return a.bad(check) ? bad : a == Fail ? fail : good; };
+}
+
+template <typename T> auto arg(std::size_t check, T good)
+{
+    return arg(check, good, good);
+}
+
+template <typename T> auto failing(T good, std::type_identity_t<T> fail)
+{
+    return [=](Arguments a) { return a == Fail ? fail : good; };
+}
+
+// A length: negative at check, beyond jint's range at the next one.
+auto length(std::size_t check, KS_INT good, KS_INT fail)
+{
+    return [=](Arguments a) {
+        return a.bad(check) ? -1 : a.bad(check + 1) ? kBeyondJint : a == Fail ? fail : good;
+    };
+}
+
+// A pointer argument that keeps what it points to alive as long as the run holds it.
+template <typename T> struct Kept {
+    T* pointer;
+    std::shared_ptr<void> keep;
+    operator T*() const { return pointer; }
+};
+
+// Room for n elements, NULL from check on.
+template <typename T, std::size_t n = 16> auto room(std::size_t check)
+{
+    return [=](Arguments a) {
+        auto block = std::make_shared<std::array<T, n>>();
+        return Kept<T>{a.bad(check) ? nullptr : block->data(), block};
+    };
+}
+
+// A new ks object for each run, let go of with it; NULL from check on.
+template <typename Make> auto fresh(Make make, std::size_t check = kUnchecked)
+{
+    return [=](Arguments a) {
+        auto* object = check != kUnchecked && a.bad(check) ? nullptr : make();
+        return Kept<std::remove_pointer_t<decltype(object)>>{object,
+                                                             std::shared_ptr<void>(object, ksObjRelease)};
+    };
+}
+
+template <typename T> auto resolve(const T& argument, Arguments a)
+{
+    if constexpr (std::is_invocable_v<T, Arguments>) {
+        return argument(a);
+    } else {
+        return argument;
+    }
 }
 
 // What an out-parameter holds after the call is let go of: local references and ks objects.
@@ -84,32 +140,26 @@ Prepared withResult(
     return prepared;
 }
 
-// f called with its out-parameter and then the arguments given.
-template <typename Out, typename... P, typename... A>
-Prepared resultCall(KS_BOOL (*f)(Out*, JNIEnv*, lgStream*, P...), bool nullResult, A... args)
+using Prepare = std::function<Prepared(Arguments)>;
+
+// f with its out-parameter, NULL from check result on, then the arguments given.
+template <std::size_t result = 0, typename Out, typename... P, typename... A>
+Prepare outCall(KS_BOOL (*f)(Out*, JNIEnv*, lgStream*, P...), A... args)
 {
-    return withResult<Out>(nullResult, [=](Out* r, JNIEnv* e, lgStream* t) { return f(r, e, t, args...); });
+    return [=](Arguments a) {
+        return withResult<Out>(a.bad(result),
+                               [f, ... resolved = resolve(args, a)](Out* r, JNIEnv* e, lgStream* t) {
+                                   return f(r, e, t, resolved...);
+                               });
+    };
 }
 
-template <typename... P, typename... A> Prepared call(KS_BOOL (*f)(JNIEnv*, lgStream*, P...), A... args)
+template <typename... P, typename... A> Prepare plainCall(KS_BOOL (*f)(JNIEnv*, lgStream*, P...), A... args)
 {
-    return actOnly([=](JNIEnv* e, lgStream* t) { return f(e, t, args...); });
-}
-
-// The commonest shape: an out-parameter, then one pointer argument, checked in that order; fail
-// is what makes the JNI call fail (good again when nothing can).
-template <typename Out, typename T>
-std::function<Prepared(Arguments)> oneArgument(KS_BOOL (*f)(Out*, JNIEnv*, lgStream*, T),
-                                               std::type_identity_t<T> good, std::type_identity_t<T> fail)
-{
-    return [=](Arguments a) { return resultCall(f, a.bad(0), byVariant<T>(a, good, fail, nullptr)); };
-}
-
-template <typename Out, typename T>
-std::function<Prepared(Arguments)> oneArgument(KS_BOOL (*f)(Out*, JNIEnv*, lgStream*, T),
-                                               std::type_identity_t<T> good)
-{
-    return oneArgument(f, good, good);
+    return [=](Arguments a) {
+        return actOnly(
+            [f, ... resolved = resolve(args, a)](JNIEnv* e, lgStream* t) { return f(e, t, resolved...); });
+    };
 }
 
 // A pinning call, its success undone at once.
@@ -153,25 +203,20 @@ Prepared releasing(Elements held, std::type_identity_t<Elements> otherwise,
         });
 }
 
-// p, with undo run at cleanup if it succeeded (an entered monitor, a pushed frame).
-Prepared undoing(Prepared p, std::function<void()> undo)
+// With undo run at cleanup after a success (an entered monitor, a pushed frame, natives registered).
+Prepare undoing(Prepare prepare, std::function<void()> undo)
 {
-    auto done = std::make_shared<KS_BOOL>(KS_FALSE);
-    p.act = [=, act = p.act](JNIEnv* e, lgStream* t) { return *done = act(e, t); };
-    p.cleanup = [=] {
-        if (*done) {
-            undo();
-        }
+    return [=](Arguments a) {
+        Prepared p = prepare(a);
+        auto done = std::make_shared<KS_BOOL>(KS_FALSE);
+        p.act = [=, act = p.act](JNIEnv* e, lgStream* t) { return *done = act(e, t); };
+        p.cleanup = [=] {
+            if (*done) {
+                undo();
+            }
+        };
+        return p;
     };
-    return p;
-}
-
-// p, with the ks object its arguments point to kept as long as it.
-template <typename T> Prepared owning(T* object, std::function<Prepared(T*)> p)
-{
-    Prepared prepared = p(object);
-    prepared.state = std::shared_ptr<T>(object, [](T* o) { ksObjRelease(o); });
-    return prepared;
 }
 
 // The fixtures' members are named after the function: venGetStaticIntField reads staticIntField,
@@ -277,10 +322,10 @@ Case fieldCase(const char* name, const char* callee, const char* rangeCondition)
                 arguments.bad(kind == FieldKind::Get ? 0 : 2),
                 [=](Ven* r, JNIEnv* e, lgStream* t) { return F(r, e, t, target, id); }, restore);
         } else if constexpr (text) {
-            return owning<ksString>(ksStringCreateFromCstr("written", -1),
-                                    [=](ksString* value) { return call(F, target, id, value); });
+            return plainCall(F, target, id,
+                             fresh([] { return ksStringCreateFromCstr("written", -1); }))(arguments);
         } else {
-            return call(F, target, id, someValue<Ven>(arguments.bad(2)));
+            return plainCall(F, target, id, someValue<Ven>(arguments.bad(2)))(arguments);
         }
     };
     const char* targetCheck = isStatic ? "clazz != NULL" : "obj != NULL";
@@ -460,10 +505,7 @@ template <ArrayKind kind, typename Element, typename Array, auto F> Case arrayCa
     row.prepare = [](Arguments arguments) -> Prepared {
         auto array = static_cast<Array>(world().arrays[P::kSlot]);
         if constexpr (kind == ArrayKind::New) {
-            const KS_INT length = arguments.bad(1)   ? -1
-                                  : arguments.bad(2) ? kBeyondJint
-                                                     : byVariant<KS_INT>(arguments, 3, kHugeLength, 3);
-            return resultCall(F, arguments.bad(0), length);
+            return outCall(F, length(1, 3, kHugeLength))(arguments);
         } else {
             Array target = arguments.bad(kind == ArrayKind::Pin ? 1 : 0) ? nullptr : array;
             if constexpr (kind == ArrayKind::Pin) {
@@ -481,13 +523,8 @@ template <ArrayKind kind, typename Element, typename Array, auto F> Case arrayCa
                     },
                     [=](Element* e) { jni<P::kUnpin>(mainEnv(), array, e, JNI_ABORT); });
             } else {
-                const KS_INT start = arguments.bad(1) ? kBeyondJint : arguments == Fail ? 10 : 0;
-                const KS_INT len = arguments.bad(2) ? kBeyondJint : 2;
-                auto buffer = std::make_shared<std::array<Element, 4>>();
-                const bool noBuffer = arguments.bad(3);
-                return actOnly([=](JNIEnv* e, lgStream* t) {
-                    return F(e, t, target, start, len, noBuffer ? nullptr : buffer->data());
-                });
+                return plainCall(F, target, arg(1, KS_INT{0}, 10, kBeyondJint),
+                                 arg(2, KS_INT{2}, 2, kBeyondJint), room<Element, 4>(3))(arguments);
             }
         }
     };
@@ -516,11 +553,6 @@ template <ArrayKind kind, typename Element, typename Array, auto F> Case arrayCa
 #define SWEEP_PIN_ven___ReleaseStringUTFChars &Entry::GetStringUTFChars, &Entry::ReleaseStringUTFChars
 #define SWEEP_PIN_ven___ReleaseStringCritical &Entry::GetStringCritical, &Entry::ReleaseStringCritical
 
-jstring textUnlessBad(bool bad)
-{
-    return bad ? nullptr : world().text;
-}
-
 template <typename Char, auto F, auto Unpin> Case stringPinCase(const char* name)
 {
     return pinCase(
@@ -533,7 +565,7 @@ template <typename Char, auto F, auto Pin, auto Unpin> Case stringReleaseCase(co
     return {.name = name,
             .prepare =
                 [](Arguments arguments) {
-                    jstring string = textUnlessBad(arguments.bad(0));
+                    jstring string = arguments.bad(0) ? nullptr : world().text;
                     return releasing<const Char*>(
                         string != nullptr ? jni<Pin>(mainEnv(), string, nullptr) : nullptr, nullptr,
                         [=](JNIEnv* e, lgStream* t, const Char* chars) { return F(e, t, string, chars); },
@@ -547,16 +579,7 @@ template <typename Char, auto F, auto Pin, auto Unpin> Case stringReleaseCase(co
 template <typename Char, auto F> Case stringRegionCase(const char* name)
 {
     return {.name = name,
-            .prepare =
-                [](Arguments arguments) {
-                    auto buffer = std::make_shared<std::array<Char, 16>>();
-                    const jsize start = arguments == Fail ? 100 : 0;
-                    jstring string = textUnlessBad(arguments.bad(0));
-                    const bool noBuffer = arguments.bad(1);
-                    return actOnly([=](JNIEnv* e, lgStream* t) {
-                        return F(e, t, string, start, 2, noBuffer ? nullptr : buffer->data());
-                    });
-                },
+            .prepare = plainCall(F, arg(0, world().text), failing(jsize{0}, 100), 2, room<Char>(1)),
             .checks = {"str != NULL", "buf != NULL"}};
 }
 
@@ -565,14 +588,11 @@ Case copyCase(const char* name, int slot, const char* typeName)
 {
     return {.name = name,
             .prepare =
-                [slot](Arguments arguments) {
-                    auto target = std::make_shared<std::array<Element, 4>>();
-                    auto array = static_cast<Array>(arguments.bad(2) ? nullptr : world().arrays[slot]);
-                    const bool noTarget = arguments.bad(0);
-                    const KS_INT length = arguments.bad(1) ? -1 : 4;
-                    return actOnly([=](JNIEnv* e, lgStream* t) {
-                        return F(noTarget ? nullptr : target->data(), e, t, array, length);
-                    });
+                [slot](Arguments a) {
+                    Kept<Element> target = room<Element, 4>(0)(a);
+                    auto array = static_cast<Array>(a.bad(2) ? nullptr : world().arrays[slot]);
+                    const KS_INT length = a.bad(1) ? -1 : 4;
+                    return actOnly([=](JNIEnv* e, lgStream* t) { return F(target, e, t, array, length); });
                 },
             .checks = std::vector<std::string>{"result != NULL", "length >= 0"} + kArrayLengthCheck,
             .floor = guarded("GetArrayLength") + guarded(std::string("Get") + typeName + "ArrayElements") +
@@ -615,15 +635,8 @@ template <ThrowForm form, auto F> Case throwCase(const char* name, const char* c
 template <auto F> Case lookupCase(const char* name, const char* member, const char* sig, bool field)
 {
     return {.name = name,
-            .prepare =
-                [=](Arguments arguments) {
-                    jclass clazz = arguments.bad(1) ? nullptr : field ? world().fields : world().methods;
-                    const char* memberName = arguments.bad(2)    ? nullptr
-                                             : arguments == Fail ? "noSuchMember"
-                                                                 : member;
-                    return resultCall(F, arguments.bad(0), clazz, memberName,
-                                      arguments.bad(3) ? nullptr : sig);
-                },
+            .prepare = outCall(F, arg(1, field ? world().fields : world().methods),
+                               arg(2, member, "noSuchMember"), arg(3, sig)),
             .checks = {"result != NULL", "clazz != NULL", "name != NULL", "sig != NULL"}};
 }
 
@@ -737,40 +750,45 @@ std::vector<Case> oneOffs()
     const char* bySize =
         "within HotSpot's limit only memory refuses it; beyond, HotSpot refuses without raising, "
         "which the wrapper's consistency check stops the process for";
+    const char* newString = "a new string fails only for want of memory";
+    const char* releases = "a release raises nothing";
     static const jchar units[] = {'a', 0x4e2d};
     static const double source[] = {1.5, 2.5};
+    static JNINativeMethod answers[] = {
+        {const_cast<char*>("answer"), const_cast<char*>("()I"), reinterpret_cast<void*>(&answer)},
+        {const_cast<char*>("noSuchMethod"), const_cast<char*>("()I"), reinterpret_cast<void*>(&answer)}};
+    // The element rows of a string array: made, stored, checked, let go.
+    const std::vector<std::string> element = {"NewString", "SetObjectArrayElement", "ExceptionCheck",
+                                              "DeleteLocalRef"};
     return {
         {.name = "venFindClass",
-         .prepare = oneArgument(venFindClass, "fixtures/Fields", "no/such/Class"),
+         .prepare = outCall(venFindClass, arg(1, "fixtures/Fields", "no/such/Class")),
          .checks = {"result != NULL", "name != NULL"}},
         {.name = "venAllocObject",
-         .prepare = oneArgument(venAllocObject, w.fields, w.collection),
+         .prepare = outCall(venAllocObject, arg(1, w.fields, w.collection)),
          .checks = {"result != NULL", "clazz != NULL"}},
         {.name = "venNewObject",
          .prepare =
              [&w](Arguments a) {
                  jclass clazz = a == Fail ? w.integer : w.fields;
-                 const char* sig = a == Fail ? "(Ljava/lang/String;)V" : "()V";
-                 jmethodID init = a.bad(2) ? nullptr : mainEnv()->GetMethodID(clazz, "<init>", sig);
-                 clazz = a.bad(1) ? nullptr : clazz;
+                 jmethodID init =
+                     mainEnv()->GetMethodID(clazz, "<init>", a == Fail ? "(Ljava/lang/String;)V" : "()V");
                  return withResult<jobject>(a.bad(0), [=](jobject* r, JNIEnv* e, lgStream* t) {
-                     return venNewObject(r, e, t, clazz, init, w.text);
+                     return venNewObject(r, e, t, a.bad(1) ? nullptr : clazz, a.bad(2) ? nullptr : init,
+                                         w.text);
                  });
              },
          .checks = {"result != NULL", "clazz != NULL", "methodID != NULL"}},
         {.name = "venGetObjectClass",
-         .prepare = oneArgument(venGetObjectClass, w.fieldsObj),
+         .prepare = outCall(venGetObjectClass, arg(1, w.fieldsObj)),
          .checks = {"result != NULL", "obj != NULL"},
          .cannotFail = "the class of an object is always there"},
         {.name = "venIsInstanceOf",
-         .prepare =
-             [&w](Arguments a) {
-                 return resultCall(venIsInstanceOf, a.bad(0), w.text, a.bad(1) ? nullptr : w.object);
-             },
+         .prepare = outCall(venIsInstanceOf, w.text, arg(1, w.object)),
          .checks = {"result != NULL", "clazz != NULL"},
          .cannotFail = "an instance test raises nothing"},
         {.name = "venGetVersion",
-         .prepare = [](Arguments a) { return resultCall(venGetVersion, a.bad(0)); },
+         .prepare = outCall(venGetVersion),
          .checks = {"result != NULL"},
          .floor = {"GetVersion"}, // a direct call
          .cannotFail = "the version raises nothing",
@@ -779,45 +797,28 @@ std::vector<Case> oneOffs()
         globalRefCase<venNewGlobalRef, &Entry::DeleteGlobalRef>("venNewGlobalRef"),
         globalRefCase<venNewWeakGlobalRef, &Entry::DeleteWeakGlobalRef>("venNewWeakGlobalRef"),
         {.name = "venEnsureLocalCapacity",
-         .prepare = [](Arguments a) { return call(venEnsureLocalCapacity, a.bad(0) ? -1 : 8); },
+         .prepare = plainCall(venEnsureLocalCapacity, arg(0, 8, 8, -1)),
          .checks = {"capacity >= 0"},
          .cannotFail = bySize,
          .untracedFailure = "a refused capacity is reported by the result alone"},
         {.name = "venPushLocalFrame",
-         .prepare =
-             [](Arguments a) {
-                 return undoing(call(venPushLocalFrame, a.bad(0) ? -1 : 8),
-                                [] { mainEnv()->PopLocalFrame(nullptr); });
-             },
+         .prepare = undoing(plainCall(venPushLocalFrame, arg(0, 8, 8, -1)),
+                            [] { mainEnv()->PopLocalFrame(nullptr); }),
          .checks = {"capacity >= 0"},
          .cannotFail = bySize,
          .untracedFailure = "a refused frame is reported by the result alone"},
         {.name = "venRegisterNatives",
-         .prepare =
-             [&w](Arguments a) {
-                 static JNINativeMethod good{const_cast<char*>("answer"), const_cast<char*>("()I"),
-                                             reinterpret_cast<void*>(&answer)};
-                 static JNINativeMethod missing{const_cast<char*>("noSuchMethod"), const_cast<char*>("()I"),
-                                                reinterpret_cast<void*>(&answer)};
-                 Prepared p = call(venRegisterNatives, a.bad(0) ? nullptr : w.natives,
-                                   a.bad(1)    ? nullptr
-                                   : a == Fail ? &missing
-                                               : &good,
-                                   a.bad(2) ? -1 : 1);
-                 p.cleanup = [&w] { mainEnv()->UnregisterNatives(w.natives); };
-                 return p;
-             },
+         .prepare = undoing(plainCall(venRegisterNatives, arg(0, w.natives), arg(1, &answers[0], &answers[1]),
+                                      arg(2, 1, 1, -1)),
+                            [&w] { mainEnv()->UnregisterNatives(w.natives); }),
          .checks = {"clazz != NULL", "methods != NULL", "nMethods >= 0"}},
         {.name = "venUnregisterNatives",
-         .prepare = [&w](Arguments a) { return call(venUnregisterNatives, a.bad(0) ? nullptr : w.natives); },
+         .prepare = plainCall(venUnregisterNatives, arg(0, w.natives)),
          .checks = {"clazz != NULL"},
          .cannotFail = "unregistering raises nothing"},
         {.name = "venMonitorEnter",
-         .prepare =
-             [&w](Arguments a) {
-                 jobject obj = a.bad(0) ? nullptr : w.fieldsObj;
-                 return undoing(call(venMonitorEnter, obj), [=] { mainEnv()->MonitorExit(obj); });
-             },
+         .prepare = undoing(plainCall(venMonitorEnter, arg(0, w.fieldsObj)),
+                            [&w] { mainEnv()->MonitorExit(w.fieldsObj); }),
          .checks = {"obj != NULL"},
          .cannotFail = "entering a monitor fails only for want of memory"},
         {.name = "venMonitorLeave",
@@ -826,8 +827,7 @@ std::vector<Case> oneOffs()
                  jobject obj = a.bad(0) ? nullptr : w.fieldsObj;
                  return releasing<jobject>(
                      a == Succeed && mainEnv()->MonitorEnter(obj) == JNI_OK ? obj : nullptr, obj,
-                     [](JNIEnv* e, lgStream* t, jobject held) { return venMonitorLeave(e, t, held); },
-                     [](jobject held) { mainEnv()->MonitorExit(held); });
+                     venMonitorLeave, [](jobject held) { mainEnv()->MonitorExit(held); });
              },
          .checks = {"obj != NULL"},
          .floor = {"MonitorExit"},
@@ -835,56 +835,41 @@ std::vector<Case> oneOffs()
         {.name = "venThrow",
          .prepare =
              [&w](Arguments a) {
-                 jobject thrown = a.bad(0) ? nullptr : mainEnv()->NewLocalRef(w.toStringThrowsObj);
-                 return call(venThrow, static_cast<jthrowable>(thrown), "sweep");
+                 auto thrown = static_cast<jthrowable>(
+                     a.bad(0) ? nullptr : mainEnv()->NewLocalRef(w.toStringThrowsObj));
+                 return plainCall(venThrow, thrown, "sweep")(a);
              },
          .checks = {"throwable != NULL"},
          .cannotFail = "the throw raises by design",
          .onSuccess = OnSuccess::Rethrows,
          .thrown = "fixtures/ToStringThrows"},
         {.name = "venThrowNew",
-         .prepare =
-             [&w](Arguments a) {
-                 return call(venThrowNew, a.bad(0) ? nullptr : w.fixtureException,
-                             a.bad(1) ? nullptr : "thrown", "sweep");
-             },
+         .prepare = plainCall(venThrowNew, arg(0, w.fixtureException), arg(1, "thrown"), "sweep"),
          .checks = {"clazz != NULL", "message != NULL"},
          .cannotFail = "the throw raises by design",
          .onSuccess = OnSuccess::Throws,
          .thrown = "fixtures/FixtureException"},
 
         {.name = "venNewString",
-         .prepare =
-             [](Arguments a) {
-                 const KS_INT length = a.bad(2) ? -1 : a.bad(3) ? kBeyondJint : 2;
-                 return resultCall(venNewString, a.bad(0), a.bad(1) ? nullptr : units, length);
-             },
+         .prepare = outCall(venNewString, arg(1, +units), length(2, 2, 2)),
          .checks = {"result != NULL", "unicodeChars != NULL || len == 0", "len >= 0",
                     "VEN_KS_INT_TO_JSIZE_CONV_OK( len )"},
-         .cannotFail = "a new string fails only for want of memory"},
+         .cannotFail = newString},
         {.name = "venNewStringUTF",
-         .prepare = oneArgument(venNewStringUTF, "text"),
+         .prepare = outCall(venNewStringUTF, arg(1, "text")),
          .checks = {"result != NULL", "bytes != NULL"},
-         .cannotFail = "a new string fails only for want of memory"},
+         .cannotFail = newString},
         {.name = "venGetArrayLength",
-         .prepare = oneArgument(venGetArrayLength, w.arrays[4]),
+         .prepare = outCall(venGetArrayLength, arg(1, w.arrays[4])),
          .checks = {"result != NULL", "array != NULL"},
          .cannotFail = "the length of an array raises nothing"},
         {.name = "venNewObjectArray",
-         .prepare =
-             [&w](Arguments a) {
-                 const KS_INT length = a.bad(1) ? -1 : a.bad(2) ? kBeyondJint : a == Fail ? kHugeLength : 2;
-                 return resultCall(venNewObjectArray, a.bad(0), length, a.bad(3) ? nullptr : w.object,
-                                   w.text);
-             },
+         .prepare = outCall(venNewObjectArray, length(1, 2, kHugeLength), arg(3, w.object), w.text),
          .checks = {"result != NULL", "length >= 0", "VEN_KS_INT_TO_JSIZE_CONV_OK( length )",
                     "elementClass != NULL"}},
         {.name = "venSetObjectArrayElement",
-         .prepare =
-             [&w](Arguments a) {
-                 return call(venSetObjectArrayElement, a.bad(0) ? nullptr : w.objectArray,
-                             byVariant<KS_INT>(a, 1, 10, kBeyondJint), w.text);
-             },
+         .prepare = plainCall(venSetObjectArrayElement, arg(0, w.objectArray),
+                              arg(1, KS_INT{1}, 10, kBeyondJint), w.text),
          .checks = {"array != NULL", "VEN_KS_INT_TO_JSIZE_CONV_OK( index )"}},
         pinCase(
             "venGetPrimitiveArrayCritical", venGetPrimitiveArrayCritical, w.arrays[4],
@@ -907,7 +892,7 @@ std::vector<Case> oneOffs()
          .checks = {"array != NULL", "carray != NULL",
                     "mode == 0 || mode == JNI_COMMIT || mode == JNI_ABORT"},
          .floor = {"ReleasePrimitiveArrayCritical"},
-         .cannotFail = "a release raises nothing"},
+         .cannotFail = releases},
 
         traceCase("venTraceException",
                   [&w](JNIEnv* e, lgStream* t) { return venTraceException(e, t, w.e1, KS_TRUE, "sweep"); }),
@@ -921,61 +906,44 @@ std::vector<Case> oneOffs()
             [](JNIEnv* e, lgStream* t) { return venTraceErrorOrRuntimeExceptionOccurred(e, t, "sweep"); }),
 
         {.name = "venNewStringArrayFromKsVector",
-         .prepare =
-             [](Arguments a) {
-                 return owning<ksVector>(a.bad(1) ? nullptr : ksVectorCreate(), [a](ksVector* vec) {
-                     for (const char* text : {"a", "b"}) {
-                         KsRef<ksString> s(ksStringCreateFromCstr(text, -1));
-                         if (vec != nullptr) {
-                             ksVectorAppend(vec, s.get());
-                         }
-                     }
-                     return resultCall(venNewStringArrayFromKsVector, a.bad(0), vec);
-                 });
-             },
+         .prepare = outCall(venNewStringArrayFromKsVector, fresh(
+                                                               [] {
+                                                                   ksVector* vec = ksVectorCreate();
+                                                                   for (const char* text : {"a", "b"}) {
+                                                                       KsRef<ksString> s(
+                                                                           ksStringCreateFromCstr(text, -1));
+                                                                       ksVectorAppend(vec, s.get());
+                                                                   }
+                                                                   return vec;
+                                                               },
+                                                               1)),
          .checks = {"result != NULL", "vec != NULL"},
-         .floor = {"ExceptionCheck", "FindClass", "NewObjectArray", "NewString", "SetObjectArrayElement",
-                   "ExceptionCheck", "DeleteLocalRef", "NewString", "SetObjectArrayElement", "ExceptionCheck",
-                   "DeleteLocalRef", "DeleteLocalRef"},
+         .floor = std::vector<std::string>{"ExceptionCheck", "FindClass", "NewObjectArray"} + element +
+                  element + "DeleteLocalRef",
          .cannotFail = "the strings and the array fail only for want of memory"},
         {.name = "venNewByteArrayFromBuffer",
-         .prepare =
-             [](Arguments a) {
-                 return owning<ksBuffer>(a.bad(1) ? nullptr : ksBufferCreateFromBytesCopy("abc", 3),
-                                         [a](ksBuffer* buffer) {
-                                             return resultCall(venNewByteArrayFromBuffer, a.bad(0), buffer);
-                                         });
-             },
+         .prepare = outCall(venNewByteArrayFromBuffer,
+                            fresh([] { return ksBufferCreateFromBytesCopy("abc", 3); }, 1)),
          .checks = {"venNewByteArray: result != NULL", "venNewByteArray: buffer != NULL"},
          .floor = guarded("NewByteArray") + guarded("SetByteArrayRegion"),
          .cannotFail = "the array fails only for want of memory",
          .keepsOnFailure = "a failed copy leaves the new array in *result"},
         {.name = "venNewDoubleArrayOf",
-         .prepare =
-             [](Arguments a) {
-                 return resultCall(venNewDoubleArrayOf, a.bad(1), a.bad(0) ? nullptr : source,
-                                   a.bad(2)    ? -1
-                                   : a == Fail ? kHugeLength
-                                               : 2);
-             },
+         .prepare = outCall<1>(venNewDoubleArrayOf, arg(0, +source), arg(2, KS_INT{2}, kHugeLength, -1)),
          .checks = {"venNewDoubleArrayOf: source != NULL", "venNewDoubleArray: result != NULL",
                     "venNewDoubleArray: length >= 0"},
          .floor =
              guarded("NewDoubleArray") + guarded("GetDoubleArrayElements") + "ReleaseDoubleArrayElements",
          .keepsOnFailure = "a failed pin leaves the new array in *result"},
         {.name = "venGetByteArrayRegionAsBuffer",
-         .prepare =
-             [&w](Arguments a) {
-                 return resultCall(venGetByteArrayRegionAsBuffer, a.bad(0),
-                                   static_cast<jbyteArray>(a.bad(2) ? nullptr : w.arrays[1]),
-                                   a == Fail ? 10 : 0, a.bad(1) ? -1 : 2);
-             },
+         .prepare = outCall(venGetByteArrayRegionAsBuffer, arg(2, static_cast<jbyteArray>(w.arrays[1])),
+                            failing(KS_INT{0}, 10), arg(1, KS_INT{2}, 2, -1)),
          .checks = {"venGetByteArrayRegionAsBytes: result != ((void *)0)",
                     "venGetByteArrayRegionAsBytes: len >= 0", "venGetByteArrayRegion: array != NULL"},
          .floor = guarded("GetByteArrayRegion"),
          .blocks = 1},
         {.name = "venGetPrimitiveArrayAsKsBuffer",
-         .prepare = oneArgument(venGetPrimitiveArrayAsKsBuffer, w.arrays[1]),
+         .prepare = outCall(venGetPrimitiveArrayAsKsBuffer, arg(1, w.arrays[1])),
          .checks = std::vector<std::string>{"venArrayToKsBuffer: result != ((void *)0)"} + kArrayLengthCheck,
          .floor = guarded("GetArrayLength") + guarded("GetPrimitiveArrayCritical") +
                   "ReleasePrimitiveArrayCritical",
@@ -984,24 +952,18 @@ std::vector<Case> oneOffs()
         copyCase<double, jdoubleArray, venCopyDoubleArrayElements>("venCopyDoubleArrayElements", 7, "Double"),
 
         {.name = "venObjectToString",
-         .prepare = oneArgument(venObjectToString, w.fieldsObj, w.toStringThrowsObj),
+         .prepare = outCall(venObjectToString, arg(1, w.fieldsObj, w.toStringThrowsObj)),
          .checks = {"result != ((void *)0)", "obj != ((void *)0)"},
          .floor = guarded("GetObjectClass") + guarded("GetMethodID") + guarded("CallObjectMethodV") +
                   kTextConversion + "DeleteLocalRef" + "DeleteLocalRef",
          .blocks = 1},
         {.name = "venArrayListNew",
-         .prepare = [](Arguments a) { return resultCall(venArrayListNew, a.bad(0)); },
+         .prepare = outCall(venArrayListNew),
          .checks = {"venNewObject: result != NULL"},
          .floor = throughClass("FindClass", "GetMethodID", "NewObjectV"),
          .cannotFail = "a new list fails only for want of memory"},
         {.name = "venArrayListGet",
-         .prepare =
-             [&w](Arguments a) {
-                 return resultCall(venArrayListGet, a.bad(2), a.bad(0) ? nullptr : w.list,
-                                   a.bad(1)    ? kBeyondJint
-                                   : a == Fail ? 5
-                                               : 0);
-             },
+         .prepare = outCall<2>(venArrayListGet, arg(0, w.list), arg(1, KS_INT{0}, 5, kBeyondJint)),
          .checks =
              {"venArrayListGet: arrayList != ((void *)0)",
               // The range check's text after macro expansion.
@@ -1011,10 +973,7 @@ std::vector<Case> oneOffs()
               "venCallObjectMethod: result != NULL"},
          .floor = throughClass("FindClass", "GetMethodID", "CallObjectMethodV")},
         {.name = "venArrayListSize",
-         .prepare =
-             [&w](Arguments a) {
-                 return resultCall(venArrayListSize, a.bad(1), a.bad(0) ? nullptr : w.list);
-             },
+         .prepare = outCall<1>(venArrayListSize, arg(0, w.list)),
          .checks = {"venArrayListSize: arrayList != ((void *)0)", "venCallIntMethod: result != NULL"},
          .floor = throughClass("FindClass", "GetMethodID", "CallIntMethodV"),
          .cannotFail = "the size of a list raises nothing"},
@@ -1022,51 +981,34 @@ std::vector<Case> oneOffs()
         // An immutable list refuses null elements in contains, and every add.
         {.name = "venCollectionContains",
          .prepare =
-             [&w](Arguments a) {
-                 return resultCall(venCollectionContains, a.bad(1),
-                                   a.bad(0)    ? nullptr
-                                   : a == Fail ? w.immutableList
-                                               : w.list,
-                                   a == Fail ? nullptr : w.text);
-             },
+             outCall<1>(venCollectionContains, arg(0, w.list, w.immutableList), failing(w.text, nullptr)),
          .checks = {"venGetObjectClass: obj != NULL", "venCallBooleanMethod: result != NULL"},
          .floor = throughClass("GetObjectClass", "GetMethodID", "CallBooleanMethodV")},
         {.name = "venCollectionAdd",
          .prepare =
              [&w](Arguments a) {
-                 jobject collection = a.bad(0) ? nullptr : w.immutableList;
-                 if (a != Fail && !a.bad(0)) {
-                     jclass arrayList = mainEnv()->GetObjectClass(w.list);
-                     collection =
-                         mainEnv()->NewObject(arrayList, mainEnv()->GetMethodID(arrayList, "<init>", "()V"));
-                 }
-                 return resultCall(venCollectionAdd, a.bad(1), collection, w.text);
+                 JNIEnv* env = mainEnv();
+                 jclass arrayList = env->GetObjectClass(w.list);
+                 jobject added = env->NewObject(arrayList, env->GetMethodID(arrayList, "<init>", "()V"));
+                 return outCall<1>(venCollectionAdd, arg(0, added, w.immutableList), w.text)(a);
              },
          .checks = {"venGetObjectClass: obj != NULL", "venCallBooleanMethod: result != NULL"},
          .floor = throughClass("GetObjectClass", "GetMethodID", "CallBooleanMethodV")},
         {.name = "venEnumSetNoneOf",
-         .prepare = oneArgument(venEnumSetNoneOf, w.color, w.object),
+         .prepare = outCall(venEnumSetNoneOf, arg(1, w.color, w.object)),
          .checks = {"result != ((void *)0)", "elementType != ((void *)0)"},
          .floor = throughClass("FindClass", "GetStaticMethodID", "CallStaticObjectMethodV")},
         {.name = "venStringToKsString",
-         .prepare =
-             [&w](Arguments a) {
-                 return resultCall(venStringToKsString, a.bad(0), a == Fail ? w.badText : w.text);
-             },
+         .prepare = outCall(venStringToKsString, failing(w.text, w.badText)),
          .checks = {"venStringToKsString: result != ((void *)0)"},
          .floor = kTextConversion,
          .blocks = 1,
          .failThrowsNew = "an ill-formed text is reported as an AssertionError thrown through ThrowNew"},
         {.name = "venStringFromKsString",
-         .prepare =
-             [](Arguments a) {
-                 return owning<ksString>(ksStringCreateFromCstr("text", -1), [a](ksString* text) {
-                     return resultCall(venStringFromKsString, a.bad(0), text);
-                 });
-             },
+         .prepare = outCall(venStringFromKsString, fresh([] { return ksStringCreateFromCstr("text", -1); })),
          .checks = {"venStringFromKsString: result != ((void *)0)"},
          .floor = {"ExceptionCheck", "NewString"},
-         .cannotFail = "a new string fails only for want of memory"},
+         .cannotFail = newString},
     };
 }
 
@@ -1081,12 +1023,12 @@ template <auto GetClass, auto IsInstance>
 void classUnitCases(std::vector<Case>& cases, const char* getClass, const char* isInstance, bool ownCheck)
 {
     cases.push_back({.name = getClass,
-                     .prepare = [](Arguments a) { return resultCall(GetClass, a.bad(0)); },
+                     .prepare = outCall(GetClass),
                      .checks = {ownCheck ? std::string(getClass) + ": result != ((void *)0)"
                                          : "venFindClass: result != NULL"},
                      .cannotFail = "the unit's class is always there"});
     cases.push_back({.name = isInstance,
-                     .prepare = [](Arguments a) { return resultCall(IsInstance, a.bad(0), world().text); },
+                     .prepare = outCall(IsInstance, world().text),
                      .checks = {"venIsInstanceOf: result != NULL"},
                      .floor = guarded("FindClass") + guarded("IsInstanceOf") + "DeleteLocalRef",
                      .cannotFail = "an instance test raises nothing"});
@@ -1095,7 +1037,7 @@ void classUnitCases(std::vector<Case>& cases, const char* getClass, const char* 
 template <auto F> Case stringLengthCase(const char* name)
 {
     return {.name = name,
-            .prepare = [](Arguments a) { return resultCall(F, a.bad(0), textUnlessBad(a.bad(1))); },
+            .prepare = outCall(F, arg(1, world().text)),
             .checks = {"result != NULL", "string != NULL"},
             .cannotFail = "the length of a string raises nothing"};
 }
@@ -1104,7 +1046,7 @@ template <auto F> Case stringLengthCase(const char* name)
 template <typename Ven, auto F> Case boxingCase(const char* name)
 {
     return {.name = name,
-            .prepare = [](Arguments a) { return resultCall(F, a.bad(0), Ven{1}); },
+            .prepare = outCall(F, Ven{1}),
             .checks = {"venCallStaticObjectMethod: result != NULL"},
             .floor = throughClass("FindClass", "GetStaticMethodID", "CallStaticObjectMethodV"),
             .cannotFail = "boxing fails only for want of memory"};
