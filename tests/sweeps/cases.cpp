@@ -162,25 +162,6 @@ template <typename... P, typename... A> Prepare plainCall(KS_BOOL (*f)(JNIEnv*, 
     };
 }
 
-// A pinning call, its success undone at once.
-template <typename Elements, typename Target, typename Copy>
-Prepared pinning(KS_BOOL (*pin)(Elements*, JNIEnv*, lgStream*, Target, Copy*),
-                 std::type_identity_t<Target> target,
-                 std::type_identity_t<std::function<void(Elements)>> unpin, bool askCopy = true,
-                 bool nullResult = false)
-{
-    return actOnly([=](JNIEnv* env, lgStream* trace) {
-        Elements elements = nullptr;
-        Copy isCopy{};
-        const KS_BOOL ok =
-            pin(nullResult ? nullptr : &elements, env, trace, target, askCopy ? &isCopy : nullptr);
-        if (ok) {
-            unpin(elements);
-        }
-        return ok;
-    });
-}
-
 // The release of what the preparation pinned (held; otherwise when nothing is), undone if it fails.
 template <typename Elements>
 Prepared releasing(Elements held, std::type_identity_t<Elements> otherwise,
@@ -480,69 +461,84 @@ SWEEP_PRIMITIVE(jlong, Long, 5)
 SWEEP_PRIMITIVE(jfloat, Float, 6)
 SWEEP_PRIMITIVE(jdouble, Double, 7)
 
-// A pinning row: check 0 passes NULL for the result, check 1 for what is pinned.
+// A pinning row, its success undone at once: check 0 passes NULL for the result, check 1 for
+// what is pinned.
 template <typename Elements, typename Target, typename Copy>
 Case pinCase(const char* name, KS_BOOL (*pin)(Elements*, JNIEnv*, lgStream*, Target, Copy*),
-             std::type_identity_t<Target> target,
-             std::type_identity_t<std::function<void(Target, Elements)>> unpin, const char* targetCheck,
+             std::type_identity_t<Target> target, std::type_identity_t<void (*)(Target, Elements)> unpin,
              bool askCopy = true)
 {
+    return {
+        .name = name,
+        .prepare =
+            [=](Arguments a) {
+                return Prepared{[=, held = a.bad(1) ? nullptr : target](JNIEnv* env, lgStream* trace) {
+                    Elements elements = nullptr;
+                    Copy isCopy{};
+                    const KS_BOOL ok =
+                        pin(a.bad(0) ? nullptr : &elements, env, trace, held, askCopy ? &isCopy : nullptr);
+                    if (ok) {
+                        unpin(held, elements);
+                    }
+                    return ok;
+                }};
+            },
+        .checks = {"result != NULL", std::is_same_v<Target, jstring> ? "string != NULL" : "array != NULL"},
+        .cannotFail = "pinning or copying fails only for want of memory (left to the fault sweep)"};
+}
+
+// The release of what the preparation pinned: check 0 passes NULL for the target, check 1 NULL
+// for what is released (a dummy otherwise), check 2 badMode.
+template <typename Target, typename Elements>
+Case releaseCase(const char* name, Target target, Elements (*pin)(Target),
+                 std::function<KS_BOOL(JNIEnv*, lgStream*, Target, Elements, jint)> release,
+                 void (*unpin)(Target, Elements), std::vector<std::string> checks, jint badMode = 0)
+{
+    static jlong dummy[4];
     return {.name = name,
             .prepare =
                 [=](Arguments a) {
-                    Target held = a.bad(1) ? nullptr : target;
-                    return pinning(
-                        pin, held, [=](Elements e) { unpin(held, e); }, askCopy, a.bad(0));
+                    Target held = a.bad(0) ? nullptr : target;
+                    const jint mode = a.bad(2) ? badMode : 0;
+                    return releasing<Elements>(
+                        a == Succeed ? pin(target) : nullptr,
+                        a.bad(1) ? nullptr : static_cast<Elements>(static_cast<void*>(dummy)),
+                        [=](JNIEnv* e, lgStream* t, Elements elements) {
+                            return release(e, t, held, elements, mode);
+                        },
+                        [=](Elements elements) { unpin(target, elements); });
                 },
-            .checks = {"result != NULL", targetCheck},
-            .cannotFail = "pinning or copying fails only for want of memory (left to the fault sweep)"};
+            .checks = std::move(checks),
+            .floor = {std::string(name).substr(3)}, // the JNI function of the same name
+            .cannotFail = "a release raises nothing"};
 }
+
+const char* const kModeCheck = "mode == 0 || mode == JNI_COMMIT || mode == JNI_ABORT";
 
 template <ArrayKind kind, typename Element, typename Array, auto F> Case arrayCase(const char* name)
 {
     using P = Primitive<Element>;
-    Case row{name};
-    row.prepare = [](Arguments arguments) -> Prepared {
-        auto array = static_cast<Array>(world().arrays[P::kSlot]);
-        if constexpr (kind == ArrayKind::New) {
-            return outCall(F, length(1, 3, kHugeLength))(arguments);
-        } else {
-            Array target = arguments.bad(kind == ArrayKind::Pin ? 1 : 0) ? nullptr : array;
-            if constexpr (kind == ArrayKind::Pin) {
-                return pinning(
-                    F, target, [=](Element* e) { jni<P::kUnpin>(mainEnv(), target, e, JNI_ABORT); }, true,
-                    arguments.bad(0));
-            } else if constexpr (kind == ArrayKind::Release) {
-                static Element dummy{};
-                const jint mode = arguments.bad(2) ? -1 : 0;
-                return releasing<Element*>(
-                    arguments == Succeed ? jni<P::kPin>(mainEnv(), array, nullptr) : nullptr,
-                    arguments.bad(1) ? nullptr : &dummy,
-                    [=](JNIEnv* e, lgStream* t, Element* elements) {
-                        return F(e, t, target, elements, mode);
-                    },
-                    [=](Element* e) { jni<P::kUnpin>(mainEnv(), array, e, JNI_ABORT); });
-            } else {
-                return plainCall(F, target, arg(1, KS_INT{0}, 10, kBeyondJint),
-                                 arg(2, KS_INT{2}, 2, kBeyondJint), room<Element, 4>(3))(arguments);
-            }
-        }
+    auto array = static_cast<Array>(world().arrays[P::kSlot]);
+    auto unpin = [](Array pinned, Element* elements) {
+        jni<P::kUnpin>(mainEnv(), pinned, elements, JNI_ABORT);
     };
     if constexpr (kind == ArrayKind::New) {
-        row.checks = {"result != NULL", "length >= 0", "VEN_KS_INT_TO_JSIZE_CONV_OK( length )"};
+        return {.name = name,
+                .prepare = outCall(F, length(1, 3, kHugeLength)),
+                .checks = {"result != NULL", "length >= 0", "VEN_KS_INT_TO_JSIZE_CONV_OK( length )"}};
     } else if constexpr (kind == ArrayKind::Pin) {
-        row.cannotFail = "pinning or copying fails only for want of memory (left to the fault sweep)";
-        row.checks = {"result != NULL", "array != NULL"};
+        return pinCase(name, F, array, unpin);
     } else if constexpr (kind == ArrayKind::Release) {
-        row.cannotFail = "a release raises nothing";
-        row.floor = {std::string(name).substr(3)}; // the JNI function of the same name
-        row.checks = {"array != NULL", "elems != NULL",
-                      "mode == 0 || mode == JNI_COMMIT || mode == JNI_ABORT"};
+        return releaseCase<Array, Element*>(
+            name, array, [](Array pinned) { return jni<P::kPin>(mainEnv(), pinned, nullptr); }, F, unpin,
+            {"array != NULL", "elems != NULL", kModeCheck}, -1);
     } else {
-        row.checks = {"array != NULL", "VEN_KS_INT_TO_JSIZE_CONV_OK( start )",
-                      "VEN_KS_INT_TO_JSIZE_CONV_OK( len )", "buf != NULL"};
+        return {.name = name,
+                .prepare = plainCall(F, arg(0, array), arg(1, KS_INT{0}, 10, kBeyondJint),
+                                     arg(2, KS_INT{2}, 2, kBeyondJint), room<Element, 4>(3)),
+                .checks = {"array != NULL", "VEN_KS_INT_TO_JSIZE_CONV_OK( start )",
+                           "VEN_KS_INT_TO_JSIZE_CONV_OK( len )", "buf != NULL"}};
     }
-    return row;
 }
 
 // The JNI pair of each pinning wrapper.
@@ -555,25 +551,16 @@ template <ArrayKind kind, typename Element, typename Array, auto F> Case arrayCa
 
 template <typename Char, auto F, auto Unpin> Case stringPinCase(const char* name)
 {
-    return pinCase(
-        name, F, world().text, [](jstring s, const Char* chars) { jni<Unpin>(mainEnv(), s, chars); },
-        "string != NULL");
+    return pinCase(name, F, world().text,
+                   [](jstring s, const Char* chars) { jni<Unpin>(mainEnv(), s, chars); });
 }
 
 template <typename Char, auto F, auto Pin, auto Unpin> Case stringReleaseCase(const char* name)
 {
-    return {.name = name,
-            .prepare =
-                [](Arguments arguments) {
-                    jstring string = arguments.bad(0) ? nullptr : world().text;
-                    return releasing<const Char*>(
-                        string != nullptr ? jni<Pin>(mainEnv(), string, nullptr) : nullptr, nullptr,
-                        [=](JNIEnv* e, lgStream* t, const Char* chars) { return F(e, t, string, chars); },
-                        [=](const Char* chars) { jni<Unpin>(mainEnv(), string, chars); });
-                },
-            .checks = {"string != NULL"},
-            .floor = {std::string(name).substr(3)},
-            .cannotFail = "a release raises nothing"};
+    return releaseCase<jstring, const Char*>(
+        name, world().text, [](jstring s) { return jni<Pin>(mainEnv(), s, nullptr); },
+        [](JNIEnv* e, lgStream* t, jstring s, const Char* chars, jint) { return F(e, t, s, chars); },
+        [](jstring s, const Char* chars) { jni<Unpin>(mainEnv(), s, chars); }, {"string != NULL"});
 }
 
 template <typename Char, auto F> Case stringRegionCase(const char* name)
@@ -751,7 +738,6 @@ std::vector<Case> oneOffs()
         "within HotSpot's limit only memory refuses it; beyond, HotSpot refuses without raising, "
         "which the wrapper's consistency check stops the process for";
     const char* newString = "a new string fails only for want of memory";
-    const char* releases = "a release raises nothing";
     static const jchar units[] = {'a', 0x4e2d};
     static const double source[] = {1.5, 2.5};
     static JNINativeMethod answers[] = {
@@ -874,25 +860,13 @@ std::vector<Case> oneOffs()
         pinCase(
             "venGetPrimitiveArrayCritical", venGetPrimitiveArrayCritical, w.arrays[4],
             [](jarray array, void* p) { mainEnv()->ReleasePrimitiveArrayCritical(array, p, JNI_ABORT); },
-            "array != NULL", false),
-        {.name = "venReleasePrimitiveArrayCritical",
-         .prepare =
-             [&w](Arguments a) {
-                 static jint dummy;
-                 jarray array = a.bad(0) ? nullptr : w.arrays[4];
-                 const jint mode = a.bad(2) ? 3 : 0;
-                 return releasing<void*>(
-                     a == Succeed ? mainEnv()->GetPrimitiveArrayCritical(array, nullptr) : nullptr,
-                     a.bad(1) ? nullptr : &dummy,
-                     [=](JNIEnv* e, lgStream* t, void* p) {
-                         return venReleasePrimitiveArrayCritical(e, t, array, p, mode);
-                     },
-                     [=](void* p) { mainEnv()->ReleasePrimitiveArrayCritical(array, p, JNI_ABORT); });
-             },
-         .checks = {"array != NULL", "carray != NULL",
-                    "mode == 0 || mode == JNI_COMMIT || mode == JNI_ABORT"},
-         .floor = {"ReleasePrimitiveArrayCritical"},
-         .cannotFail = releases},
+            false),
+        releaseCase<jarray, void*>(
+            "venReleasePrimitiveArrayCritical", w.arrays[4],
+            [](jarray array) { return mainEnv()->GetPrimitiveArrayCritical(array, nullptr); },
+            venReleasePrimitiveArrayCritical,
+            [](jarray array, void* p) { mainEnv()->ReleasePrimitiveArrayCritical(array, p, JNI_ABORT); },
+            {"array != NULL", "carray != NULL", kModeCheck}, 3),
 
         traceCase("venTraceException",
                   [&w](JNIEnv* e, lgStream* t) { return venTraceException(e, t, w.e1, KS_TRUE, "sweep"); }),
