@@ -92,12 +92,11 @@ const std::map<std::string, Fallible>& fallibleEntries()
 
 // ---- One run of a prepared call ---------------------------------------------------------------
 
+// The local references these make go with the run's frame.
 bool pendingIsA(JNIEnv* env, jthrowable pending, const char* className)
 {
     jclass clazz = env->FindClass(className);
-    const bool is = clazz != nullptr && env->IsInstanceOf(pending, clazz);
-    env->DeleteLocalRef(clazz);
-    return is;
+    return pending != nullptr && clazz != nullptr && env->IsInstanceOf(pending, clazz);
 }
 
 bool isUnchecked(JNIEnv* env, jthrowable throwable)
@@ -112,15 +111,10 @@ std::string classNameOf(JNIEnv* env, jobject obj)
         return "nothing";
     }
     jclass clazz = env->GetObjectClass(obj);
-    jclass classClass = env->GetObjectClass(clazz);
-    auto name = static_cast<jstring>(
-        env->CallObjectMethod(clazz, env->GetMethodID(classClass, "getName", "()Ljava/lang/String;")));
+    jmethodID getName = env->GetMethodID(env->GetObjectClass(clazz), "getName", "()Ljava/lang/String;");
+    auto name = static_cast<jstring>(env->CallObjectMethod(clazz, getName));
     EXPECT_FALSE(env->ExceptionCheck());
-    std::string text = utf8(env, name);
-    env->DeleteLocalRef(name);
-    env->DeleteLocalRef(classClass);
-    env->DeleteLocalRef(clazz);
-    return text;
+    return utf8(env, name);
 }
 
 // One run in a local frame: the pending exception taken out after it, the cleanup, and the live
@@ -253,42 +247,6 @@ TEST(Sweeps, ExceptionState)
 
 // ---- 2 and 3. Faults, and references on success ---------------------------------------------
 
-// The success path through a FaultEnv: the trail of JNI entries it calls, with its leaks checked.
-std::vector<std::string> successTrail(const Case& row)
-{
-    JNIEnv* env = mainEnv();
-    Run run(row, {Variant::Succeed});
-    FaultEnv fault(env);
-    LeakCheck leaks(fault);
-    const KS_INT blocksBefore = ksMemAllocCount();
-    EXPECT_EQ(KS_TRUE, run.prepared.act(fault.env(), run.trace.get()));
-    // A throw or a trace is the function's own work, not a fast path: its calls are not counted.
-    if (row.onSuccess == OnSuccess::Keeps) {
-        EXPECT_EQ(row.blocks, ksMemAllocCount() - blocksBefore) << "raw blocks taken by a success";
-        std::vector<std::string> floor = row.floor;
-        const std::vector<std::string>& trail = fault.trail();
-        if (floor.empty() && trail.size() == 3) {
-            floor = {"ExceptionOccurred", trail[1], "ExceptionCheck"};
-        }
-        EXPECT_EQ(floor, trail) << "the JNI calls of a success with nothing pending";
-    }
-    jthrowable pending = run.take();
-    if (row.onSuccess == OnSuccess::Keeps) {
-        EXPECT_EQ(nullptr, pending) << classNameOf(env, pending);
-    } else if (row.onSuccess == OnSuccess::Traces) {
-        EXPECT_TRUE(pending != nullptr && env->IsSameObject(pending, world().e1))
-            << classNameOf(env, pending);
-    } else {
-        EXPECT_TRUE(pendingIsA(env, pending, row.thrown)) << classNameOf(env, pending);
-    }
-    EXPECT_EQ(run.prepared.out != nullptr ? 1 : 0, leaks.live()) << "local references left by a success";
-    EXPECT_THAT(fault.callsInCriticalRegion(), testing::IsEmpty()) << "JNI calls inside a critical region";
-    if (run.prepared.out != nullptr) {
-        EXPECT_TRUE(leaks.fault.ledger().isLive(*run.prepared.out));
-    }
-    return fault.trail();
-}
-
 // A local reference that the out-parameter held is deleted once, and only after the new one is
 // stored.
 void replacesOutParameter(const Case& row)
@@ -315,61 +273,72 @@ void replacesOutParameter(const Case& row)
 }
 
 #if defined(__SANITIZE_ADDRESS__)
-struct LeakCheckerOff {
-    LeakCheckerOff() { __lsan_disable(); }
-    ~LeakCheckerOff() { __lsan_enable(); }
-};
+using LeakCheckerOff = __lsan::ScopedDisabler;
 #else
 struct LeakCheckerOff {
 };
 #endif
 
-// afterThrow: the fault hits the trace of the exception the function has just thrown.
-void injectFault(const Case& row, const std::string& entry, int nth, bool afterThrow)
+// The success path through a FaultEnv, an OutOfMemoryError injected into the nth call of entry
+// if one is named (afterThrow: into the trace of the exception the function has just thrown).
+// Returns the trail of JNI entries that the run called.
+std::vector<std::string> faultRun(const Case& row, const std::string& entry = {}, int nth = 0,
+                                  bool afterThrow = false)
 {
     JNIEnv* env = mainEnv();
-    const Fallible& fallible = fallibleEntries().at(entry);
-    SCOPED_TRACE(entry + " #" + std::to_string(nth));
+    const Fallible* fallible = entry.empty() ? nullptr : &fallibleEntries().at(entry);
+    SCOPED_TRACE(fallible == nullptr ? "success" : entry + " #" + std::to_string(nth));
     Run run(row, {Variant::Succeed});
     FaultEnv fault(env);
     LeakCheck leaks(fault);
-    fallible.inject(fault, nth, entry.find("Int") == std::string::npos && !entry.ends_with("Length"));
+    const bool aborts = fallible != nullptr && fallible->abortCondition != nullptr;
+    if (fallible != nullptr) {
+        fallible->inject(fault, nth, entry.find("Int") == std::string::npos && !entry.ends_with("Length"));
+    }
+    const KS_INT blocksBefore = ksMemAllocCount();
     KS_BOOL ok = KS_FALSE;
     std::optional<AbortRecord> abort;
     {
         // What a call that stops the process had allocated is not a leak: the leak checker of the
         // sanitizer build leaves it aside, only for the calls that are meant to stop.
         std::optional<LeakCheckerOff> off;
-        if (fallible.abortCondition != nullptr) {
+        if (aborts) {
             off.emplace();
         }
         abort = catchAbort([&] { ok = run.prepared.act(fault.env(), run.trace.get()); });
     }
     jthrowable pending = run.take();
-    if (fallible.abortCondition != nullptr) {
+    if (aborts) {
         run.aborted = true;
-        ASSERT_TRUE(abort.has_value()) << "no abort";
         EXPECT_TRUE(abortedWith(abort, entry.c_str(), "source/ven/ven_wrapper",
-                                fallible.abortLine != 0 ? fallible.abortLine : abort->line,
-                                fallible.abortCondition, nullptr));
-        return;
+                                fallible->abortLine != 0 || !abort ? fallible->abortLine : abort->line,
+                                fallible->abortCondition, nullptr));
+        return {};
     }
-    ASSERT_FALSE(abort.has_value()) << "unexpected abort: " << (abort->condition ? *abort->condition : "")
-                                    << (abort->message ? *abort->message : "") << " at line " << abort->line;
+    EXPECT_FALSE(abort.has_value()) << "unexpected abort: " << (abort ? abort->line : 0);
     const std::string pendingClass = classNameOf(env, pending);
-    if (row.onSuccess == OnSuccess::Traces) {
-        // The traced exception stays pending, but after the trace's own failed class lookup.
-        const bool keptE1 = pending != nullptr && env->IsSameObject(pending, world().e1);
-        EXPECT_TRUE(keptE1 ||
-                    (entry == "FindClass" && pendingIsA(env, pending, "java/lang/OutOfMemoryError")))
-            << "pending: " << pendingClass;
-    } else if (afterThrow) {
-        // The throw stands (KS_TRUE), but the trace's own failed class lookup leaves its exception
-        // in place of the thrown one, as venTraceErrorOrRuntimeException documents.
+    // The trace of a thrown or kept exception may meet a failed class lookup of its own, whose
+    // exception then takes the place of the traced one, as venTraceErrorOrRuntimeException documents.
+    const bool traceLookupFailed =
+        entry == "FindClass" && pendingIsA(env, pending, "java/lang/OutOfMemoryError");
+    if (fallible == nullptr || afterThrow) {
         EXPECT_EQ(KS_TRUE, ok);
-        EXPECT_TRUE((entry == "FindClass" && pendingIsA(env, pending, "java/lang/OutOfMemoryError")) ||
-                    pendingIsA(env, pending, row.thrown))
+    }
+    if (fallible == nullptr && row.onSuccess == OnSuccess::Keeps) {
+        // A throw or a trace is the function's own work, not a fast path: its calls are not counted.
+        EXPECT_EQ(row.blocks, ksMemAllocCount() - blocksBefore) << "raw blocks taken by a success";
+        std::vector<std::string> floor = row.floor;
+        const std::vector<std::string>& trail = fault.trail();
+        if (floor.empty() && trail.size() == 3) {
+            floor = {"ExceptionOccurred", trail[1], "ExceptionCheck"};
+        }
+        EXPECT_EQ(floor, trail) << "the JNI calls of a success with nothing pending";
+        EXPECT_EQ(nullptr, pending) << pendingClass;
+    } else if (row.onSuccess == OnSuccess::Traces) {
+        EXPECT_TRUE(traceLookupFailed || (pending != nullptr && env->IsSameObject(pending, world().e1)))
             << "pending: " << pendingClass;
+    } else if (fallible == nullptr || afterThrow) {
+        EXPECT_TRUE(traceLookupFailed || pendingIsA(env, pending, row.thrown)) << "pending: " << pendingClass;
     } else {
         EXPECT_EQ(KS_FALSE, ok);
         EXPECT_TRUE(pendingIsA(env, pending, "java/lang/OutOfMemoryError")) << "pending: " << pendingClass;
@@ -378,12 +347,17 @@ void injectFault(const Case& row, const std::string& entry, int nth, bool afterT
         }
     }
     const bool kept = run.prepared.out != nullptr && *run.prepared.out != nullptr;
-    if (kept) {
+    if (fallible == nullptr) {
+        EXPECT_EQ(run.prepared.out != nullptr, kept) << "a success hands a reference back";
+    } else if (kept) {
         EXPECT_NE(nullptr, row.keepsOnFailure) << "a failure left a reference in the out-parameter";
+    }
+    if (kept) {
         EXPECT_TRUE(leaks.fault.ledger().isLive(*run.prepared.out));
     }
-    EXPECT_EQ(kept ? 1 : 0, leaks.live()) << "local references left by a failure";
+    EXPECT_EQ(kept ? 1 : 0, leaks.live()) << "local references left behind";
     EXPECT_THAT(fault.callsInCriticalRegion(), testing::IsEmpty()) << "JNI calls inside a critical region";
+    return fault.trail();
 }
 
 TEST(Sweeps, Faults)
@@ -391,13 +365,12 @@ TEST(Sweeps, Faults)
     for (const Case& row : cases()) {
         SCOPED_TRACE(row.name);
         replacesOutParameter(row);
-        const std::vector<std::string> trail = successTrail(row);
         std::map<std::string, int> seen;
         bool thrown = false;
-        for (const std::string& entry : trail) {
+        for (const std::string& entry : faultRun(row)) {
             const int nth = ++seen[entry];
             if (fallibleEntries().contains(entry)) {
-                injectFault(row, entry, nth, thrown);
+                faultRun(row, entry, nth, thrown);
             }
             thrown =
                 thrown || ((entry == "Throw" || entry == "ThrowNew") && row.onSuccess != OnSuccess::Keeps);
