@@ -115,12 +115,6 @@ template <typename Out> void releaseResult(Out& out)
     out = Out{};
 }
 
-Prepared actOnly(
-    std::function<KS_BOOL(JNIEnv*, lgStream*)> act, std::function<void()> cleanup = [] {})
-{
-    return {std::move(act), std::move(cleanup)};
-}
-
 // A call with an out-parameter; nullResult passes NULL in its place (the bad argument).
 template <typename Out>
 Prepared withResult(
@@ -128,12 +122,12 @@ Prepared withResult(
     std::function<void()> restore = [] {})
 {
     auto slot = std::make_shared<Out>();
-    Prepared prepared = actOnly(
+    Prepared prepared{
         [=](JNIEnv* env, lgStream* trace) { return call(nullResult ? nullptr : slot.get(), env, trace); },
         [=] {
             releaseResult(*slot);
             restore();
-        });
+        }};
     if constexpr (std::is_convertible_v<Out, jobject>) {
         prepared.out = reinterpret_cast<jobject*>(slot.get());
     }
@@ -157,8 +151,8 @@ Prepare outCall(KS_BOOL (*f)(Out*, JNIEnv*, lgStream*, P...), A... args)
 template <typename... P, typename... A> Prepare plainCall(KS_BOOL (*f)(JNIEnv*, lgStream*, P...), A... args)
 {
     return [=](Arguments a) {
-        return actOnly(
-            [f, ... resolved = resolve(args, a)](JNIEnv* e, lgStream* t) { return f(e, t, resolved...); });
+        return Prepared{
+            [f, ... resolved = resolve(args, a)](JNIEnv* e, lgStream* t) { return f(e, t, resolved...); }};
     };
 }
 
@@ -169,19 +163,18 @@ Prepared releasing(Elements held, std::type_identity_t<Elements> otherwise,
                    std::function<void(Elements)> unpin)
 {
     auto pinned = std::make_shared<Elements>(held);
-    return actOnly(
-        [=](JNIEnv* env, lgStream* trace) {
-            const KS_BOOL ok = release(env, trace, *pinned != nullptr ? *pinned : otherwise);
-            if (ok) {
-                *pinned = nullptr;
-            }
-            return ok;
-        },
-        [=] {
-            if (*pinned != nullptr) {
-                unpin(*pinned);
-            }
-        });
+    return Prepared{[=](JNIEnv* env, lgStream* trace) {
+                        const KS_BOOL ok = release(env, trace, *pinned != nullptr ? *pinned : otherwise);
+                        if (ok) {
+                            *pinned = nullptr;
+                        }
+                        return ok;
+                    },
+                    [=] {
+                        if (*pinned != nullptr) {
+                            unpin(*pinned);
+                        }
+                    }};
 }
 
 // With undo run at cleanup after a success (an entered monitor, a pushed frame, natives registered).
@@ -309,19 +302,12 @@ Case fieldCase(const char* name, const char* callee, const char* rangeCondition)
             return plainCall(F, target, id, someValue<Ven>(arguments.bad(2)))(arguments);
         }
     };
-    const char* targetCheck = isStatic ? "clazz != NULL" : "obj != NULL";
-    if constexpr (kind == FieldKind::Get) {
-        row.checks = {"result != NULL", targetCheck, "fieldID != NULL"};
-    } else if constexpr (kind == FieldKind::Set) {
-        row.checks = {targetCheck, "fieldID != NULL"};
-        if (rangeCondition != nullptr) {
-            row.checks.push_back(rangeCondition);
-        }
-    } else {
-        row.checks = {std::string(callee) + ": " + targetCheck, std::string(callee) + ": fieldID != NULL"};
-        if (kind == FieldKind::GetString) {
-            row.checks.push_back(kConversionResultCheck);
-        }
+    const std::string reporter = text ? std::string(callee) + ": " : "";
+    row.checks = {reporter + (isStatic ? "clazz != NULL" : "obj != NULL"), reporter + "fieldID != NULL"};
+    if (kind == FieldKind::Get) {
+        row.checks.insert(row.checks.begin(), "result != NULL");
+    } else if (kind == FieldKind::GetString || rangeCondition != nullptr) {
+        row.checks.push_back(kind == FieldKind::GetString ? kConversionResultCheck : rangeCondition);
     }
     const std::string objectMember = isStatic ? "StaticObjectField" : "ObjectField";
     if constexpr (kind == FieldKind::GetString) {
@@ -406,8 +392,8 @@ template <Form form, Kind kind, typename Ven, auto F> Case callCase(const char* 
                       : t.clazz;
         t.id = arguments.bad(first + targets - 1) ? nullptr : t.id;
         if constexpr (form == Form::Void) {
-            return actOnly([=](JNIEnv* e, lgStream* trace) { return invoke<kind>(F, t, e, trace); },
-                           failMethods(arguments));
+            return Prepared{[=](JNIEnv* e, lgStream* trace) { return invoke<kind>(F, t, e, trace); },
+                            failMethods(arguments)};
         } else {
             return withResult<Ven>(
                 arguments.bad(form == Form::String ? targets : 0),
@@ -421,16 +407,13 @@ template <Form form, Kind kind, typename Ven, auto F> Case callCase(const char* 
                 failMethods(arguments));
         }
     };
-    const std::vector<std::string> targetChecks =
-        kind == Kind::Virtual  ? std::vector<std::string>{"obj != NULL", "methodID != NULL"}
-        : kind == Kind::Static ? std::vector<std::string>{"clazz != NULL", "methodID != NULL"}
-                               : std::vector<std::string>{"obj != NULL", "clazz != NULL", "methodID != NULL"};
-    const std::string reporter = form == Form::String ? callee : name;
-    if (first == 1) {
-        row.checks.push_back(reporter + ": result != NULL");
-    }
-    for (const std::string& condition : targetChecks) {
-        row.checks.push_back(reporter + ": " + condition);
+    const std::string reporter = std::string(form == Form::String ? callee : name) + ": ";
+    const bool takes[] = {first == 1, !isStatic, kind != Kind::Virtual, true};
+    const char* conditions[] = {"result != NULL", "obj != NULL", "clazz != NULL", "methodID != NULL"};
+    for (std::size_t check = 0; check < std::size(conditions); ++check) {
+        if (takes[check]) {
+            row.checks.push_back(reporter + conditions[check]);
+        }
     }
     if (form == Form::String) {
         row.checks.push_back(kConversionResultCheck);
@@ -579,7 +562,7 @@ Case copyCase(const char* name, int slot, const char* typeName)
                     Kept<Element> target = room<Element, 4>(0)(a);
                     auto array = static_cast<Array>(a.bad(2) ? nullptr : world().arrays[slot]);
                     const KS_INT length = a.bad(1) ? -1 : 4;
-                    return actOnly([=](JNIEnv* e, lgStream* t) { return F(target, e, t, array, length); });
+                    return Prepared{[=](JNIEnv* e, lgStream* t) { return F(target, e, t, array, length); }};
                 },
             .checks = std::vector<std::string>{"result != NULL", "length >= 0"} + kArrayLengthCheck,
             .floor = guarded("GetArrayLength") + guarded(std::string("Get") + typeName + "ArrayElements") +
@@ -594,7 +577,7 @@ template <ThrowForm form, auto F> Case throwCase(const char* name, const char* c
     Case row{name};
     row.prepare = [](Arguments arguments) -> Prepared {
         const bool bad = arguments.bad(0);
-        return actOnly([bad](JNIEnv* env, lgStream* trace) {
+        return Prepared{[bad](JNIEnv* env, lgStream* trace) {
             if constexpr (form == ThrowForm::Cstr) {
                 return F(env, trace, "sweep", bad ? nullptr : "thrown");
             } else if constexpr (form == ThrowForm::MessageFirst) {
@@ -605,7 +588,7 @@ template <ThrowForm form, auto F> Case throwCase(const char* name, const char* c
             } else {
                 return F(env, trace, "sweep", "thrown %i", KS_INT{-1}, 7);
             }
-        });
+        }};
     };
     row.cannotFail = "the throw raises by design; only a missing class or memory could fail it";
     // The format form hands format, length and values to the formatter unchecked.
@@ -699,12 +682,12 @@ Case traceCase(const char* name, std::function<KS_BOOL(JNIEnv*, lgStream*)> trac
     return {.name = name,
             .prepare =
                 [trace](Arguments) {
-                    return actOnly([trace](JNIEnv* e, lgStream* t) {
+                    return Prepared{[trace](JNIEnv* e, lgStream* t) {
                         if (!mainEnv()->ExceptionCheck()) {
                             mainEnv()->Throw(world().e1);
                         }
                         return trace(e, t);
-                    });
+                    }};
                 },
             .cannotFail = "the trace keeps the pending exception whatever its own calls meet",
             .onSuccess = OnSuccess::Traces};
@@ -718,13 +701,13 @@ template <auto F, auto Delete> Case globalRefCase(const char* name)
                 [](Arguments a) {
                     auto held = std::make_shared<jobject>();
                     jobject obj = a.bad(1) ? nullptr : world().text;
-                    return actOnly(
+                    return Prepared{
                         [=](JNIEnv* e, lgStream* t) { return F(a.bad(0) ? nullptr : held.get(), e, t, obj); },
                         [=] {
                             if (*held != nullptr) {
                                 jni<Delete>(mainEnv(), *held);
                             }
-                        });
+                        }};
                 },
             .checks = {"result != NULL", "obj != NULL"},
             .cannotFail = "a new global reference fails only for want of memory"};

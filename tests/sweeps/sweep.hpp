@@ -34,7 +34,6 @@ struct Prepared {
     std::function<KS_BOOL(JNIEnv*, lgStream*)> act{};
     std::function<void()> cleanup = [] {};
     jobject* out = nullptr; // the local reference out-parameter, if any: a success hands one back
-    std::shared_ptr<void> state{};
 };
 
 // What a preparation passes: for Bad, the checked arguments from firstBad on (in the order the
