@@ -156,27 +156,6 @@ template <typename... P, typename... A> Prepare plainCall(KS_BOOL (*f)(JNIEnv*, 
     };
 }
 
-// The release of what the preparation pinned (held; otherwise when nothing is), undone if it fails.
-template <typename Elements>
-Prepared releasing(Elements held, std::type_identity_t<Elements> otherwise,
-                   std::function<KS_BOOL(JNIEnv*, lgStream*, Elements)> release,
-                   std::function<void(Elements)> unpin)
-{
-    auto pinned = std::make_shared<Elements>(held);
-    return Prepared{[=](JNIEnv* env, lgStream* trace) {
-                        const KS_BOOL ok = release(env, trace, *pinned != nullptr ? *pinned : otherwise);
-                        if (ok) {
-                            *pinned = nullptr;
-                        }
-                        return ok;
-                    },
-                    [=] {
-                        if (*pinned != nullptr) {
-                            unpin(*pinned);
-                        }
-                    }};
-}
-
 // With undo run at cleanup after a success (an entered monitor, a pushed frame, natives registered).
 Prepare undoing(Prepare prepare, std::function<void()> undo)
 {
@@ -470,30 +449,36 @@ Case pinCase(const char* name, KS_BOOL (*pin)(Elements*, JNIEnv*, lgStream*, Tar
         .cannotFail = "pinning or copying fails only for want of memory (left to the fault sweep)"};
 }
 
-// The release of what the preparation pinned: check 0 passes NULL for the target, check 1 NULL
-// for what is released (a dummy otherwise), check 2 badMode.
+// The release of what the preparation pinned, undone at cleanup if it fails: check 0 passes NULL
+// for the target, check 1 NULL for what is released (a dummy otherwise), check 2 badMode.
 template <typename Target, typename Elements>
 Case releaseCase(const char* name, Target target, Elements (*pin)(Target),
                  std::function<KS_BOOL(JNIEnv*, lgStream*, Target, Elements, jint)> release,
-                 void (*unpin)(Target, Elements), std::vector<std::string> checks, jint badMode = 0)
+                 void (*unpin)(Target, Elements), std::vector<std::string> checks, jint badMode = 0,
+                 std::vector<std::string> floor = {}, const char* cannotFail = "a release raises nothing")
 {
     static jlong dummy[4];
     return {.name = name,
             .prepare =
                 [=](Arguments a) {
-                    Target held = a.bad(0) ? nullptr : target;
-                    const jint mode = a.bad(2) ? badMode : 0;
-                    return releasing<Elements>(
-                        a == Succeed ? pin(target) : nullptr,
-                        a.bad(1) ? nullptr : static_cast<Elements>(static_cast<void*>(dummy)),
-                        [=](JNIEnv* e, lgStream* t, Elements elements) {
-                            return release(e, t, held, elements, mode);
-                        },
-                        [=](Elements elements) { unpin(target, elements); });
+                    auto pinned = std::make_shared<Elements>(a == Succeed ? pin(target) : nullptr);
+                    auto otherwise = a.bad(1) ? nullptr : static_cast<Elements>(static_cast<void*>(dummy));
+                    return Prepared{[=, held = a.bad(0) ? nullptr : target](JNIEnv* e, lgStream* t) {
+                                        const KS_BOOL ok = release(e, t, held, *pinned ? *pinned : otherwise,
+                                                                   a.bad(2) ? badMode : 0);
+                                        *pinned = ok ? nullptr : *pinned;
+                                        return ok;
+                                    },
+                                    [=] {
+                                        if (*pinned != nullptr) {
+                                            unpin(target, *pinned);
+                                        }
+                                    }};
                 },
             .checks = std::move(checks),
-            .floor = {std::string(name).substr(3)}, // the JNI function of the same name
-            .cannotFail = "a release raises nothing"};
+            .floor = floor.empty() ? std::vector{std::string(name).substr(3)}
+                                   : floor, // the JNI function of the same name
+            .cannotFail = cannotFail};
 }
 
 const char* const kModeCheck = "mode == 0 || mode == JNI_COMMIT || mode == JNI_ABORT";
@@ -790,17 +775,12 @@ std::vector<Case> oneOffs()
                             [&w] { mainEnv()->MonitorExit(w.fieldsObj); }),
          .checks = {"obj != NULL"},
          .cannotFail = "entering a monitor fails only for want of memory"},
-        {.name = "venMonitorLeave",
-         .prepare =
-             [&w](Arguments a) {
-                 jobject obj = a.bad(0) ? nullptr : w.fieldsObj;
-                 return releasing<jobject>(
-                     a == Succeed && mainEnv()->MonitorEnter(obj) == JNI_OK ? obj : nullptr, obj,
-                     venMonitorLeave, [](jobject held) { mainEnv()->MonitorExit(held); });
-             },
-         .checks = {"obj != NULL"},
-         .floor = {"MonitorExit"},
-         .cannotFail = "the wrapper stops the process when leaving fails (left to the fault sweep)"},
+        releaseCase<jobject, jobject>(
+            "venMonitorLeave", w.fieldsObj,
+            [](jobject obj) { return mainEnv()->MonitorEnter(obj) == JNI_OK ? obj : nullptr; },
+            [](JNIEnv* e, lgStream* t, jobject, jobject held, jint) { return venMonitorLeave(e, t, held); },
+            [](jobject, jobject held) { mainEnv()->MonitorExit(held); }, {"obj != NULL"}, 0, {"MonitorExit"},
+            "the wrapper stops the process when leaving fails (left to the fault sweep)"),
         {.name = "venThrow",
          .prepare =
              [&w](Arguments a) {
