@@ -450,7 +450,8 @@ Case pinCase(const char* name, KS_BOOL (*pin)(Elements*, JNIEnv*, lgStream*, Tar
 }
 
 // The release of what the preparation pinned, undone at cleanup if it fails: check 0 passes NULL
-// for the target, check 1 NULL for what is released (a dummy otherwise), check 2 badMode.
+// for the target, check 1 NULL for what is released (a dummy otherwise), check 2 badMode. Its
+// floor is by default the JNI function of the same name.
 template <typename Target, typename Elements>
 Case releaseCase(const char* name, Target target, Elements (*pin)(Target),
                  std::function<KS_BOOL(JNIEnv*, lgStream*, Target, Elements, jint)> release,
@@ -476,8 +477,7 @@ Case releaseCase(const char* name, Target target, Elements (*pin)(Target),
                                     }};
                 },
             .checks = std::move(checks),
-            .floor = floor.empty() ? std::vector{std::string(name).substr(3)}
-                                   : floor, // the JNI function of the same name
+            .floor = floor.empty() ? std::vector{std::string(name).substr(3)} : floor,
             .cannotFail = cannotFail};
 }
 
@@ -621,12 +621,11 @@ World& world()
         w->collection = cls("java/util/Collection");
         w->integer = cls("java/lang/Integer");
         w->fixtureException = cls("fixtures/FixtureException");
-        w->toStringThrows = cls("fixtures/ToStringThrows");
         w->fieldsObj = make(w->fields);
         w->badTextFields = make(w->fields);
         w->methodsObj = make(w->methods);
         w->childObj = make(cls("fixtures/MethodsChild"));
-        w->toStringThrowsObj = make(w->toStringThrows);
+        w->toStringThrowsObj = make(cls("fixtures/ToStringThrows"));
         // Beyond Latin-1, so that the critical functions pin rather than copy.
         w->text = static_cast<jstring>(global(jstr(env, u"sweep \u00e9\u4e2d text")));
         w->badText = static_cast<jstring>(global(jstr(env, std::u16string{u'x', char16_t(0xD800), u'y'})));

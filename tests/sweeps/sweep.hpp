@@ -68,7 +68,7 @@ struct Case {
 
 // The objects of the fixtures and the JDK, as global references, made once.
 struct World {
-    jclass fields, methods, natives, color, object, collection, integer, fixtureException, toStringThrows;
+    jclass fields, methods, natives, color, object, collection, integer, fixtureException;
     jobject fieldsObj, badTextFields, methodsObj, childObj, list, immutableList, toStringThrowsObj;
     jstring text, badText, longText;
     jthrowable e1;    // the exception pending in the exception-state sweep

@@ -119,46 +119,37 @@ std::string classNameOf(JNIEnv* env, jobject obj)
 
 // One run in a local frame: the pending exception taken out after it, the cleanup, and the live
 // ks objects compared unless the run ended in an abort.
-class Run
-{
-  public:
+struct Run {
     Run(const Case& row, Arguments arguments)
-        : env_(mainEnv()), ksAtStart_(ksObjLiveCount()), blocksAtStart_(ksMemLiveCount())
     {
-        EXPECT_EQ(0, env_->PushLocalFrame(64));
+        EXPECT_EQ(0, mainEnv()->PushLocalFrame(64));
         prepared = row.prepare(arguments);
     }
     ~Run()
     {
-        if (taken_ == nullptr) {
-            take();
-        }
+        mainEnv()->ExceptionClear();
         trace.reset();
         prepared.cleanup();
         prepared = {};
-        env_->PopLocalFrame(nullptr);
+        mainEnv()->PopLocalFrame(nullptr);
         // An abort unwinds past the releases of the frames it leaves: counted, not failed.
         if (!aborted) {
-            EXPECT_EQ(ksAtStart_, ksObjLiveCount()) << "ks objects left behind";
-            EXPECT_EQ(blocksAtStart_, ksMemLiveCount()) << "raw blocks from ksMemAlloc left behind";
+            EXPECT_EQ(ksAtStart, ksObjLiveCount()) << "ks objects left behind";
+            EXPECT_EQ(blocksAtStart, ksMemLiveCount()) << "raw blocks from ksMemAlloc left behind";
         }
     }
     jthrowable take() // the pending exception, cleared, as a local reference of the run's frame
     {
-        taken_ = env_->ExceptionOccurred();
-        env_->ExceptionClear();
-        return taken_;
+        jthrowable pending = mainEnv()->ExceptionOccurred();
+        mainEnv()->ExceptionClear();
+        return pending;
     }
 
+    const KS_INT ksAtStart = ksObjLiveCount();
+    const KS_INT blocksAtStart = ksMemLiveCount();
     Prepared prepared;
     Trace trace;
     bool aborted = false;
-
-  private:
-    JNIEnv* env_;
-    KS_INT ksAtStart_;
-    KS_INT blocksAtStart_;
-    jthrowable taken_ = nullptr;
 };
 
 // ---- 1. Exception state ---------------------------------------------------------------------
