@@ -41,6 +41,11 @@ jobject global(jobject local)
     return made;
 }
 
+jclass globalClass(const char* name)
+{
+    return static_cast<jclass>(global(findClass(mainEnv(), name)));
+}
+
 // Arguments by variant, resolved when a run is prepared: good; fail for the Fail variant; bad
 // (NULL unless given) once the check that tests it is among the bad ones.
 template <typename T>
@@ -557,33 +562,28 @@ Case copyCase(const char* name, int slot, const char* typeName)
 
 enum class ThrowForm { Cstr, KsString, Format, MessageFirst };
 
+// The format form hands format, length and values to the formatter unchecked.
 template <ThrowForm form, auto F> Case throwCase(const char* name, const char* className)
 {
-    Case row{name};
-    row.prepare = [](Arguments arguments) -> Prepared {
-        const bool bad = arguments.bad(0);
-        return Prepared{[bad](JNIEnv* env, lgStream* trace) {
-            if constexpr (form == ThrowForm::Cstr) {
-                return F(env, trace, "sweep", bad ? nullptr : "thrown");
-            } else if constexpr (form == ThrowForm::MessageFirst) {
-                return F(env, trace, bad ? nullptr : "thrown", "sweep");
-            } else if constexpr (form == ThrowForm::KsString) {
-                KsRef<ksString> message(bad ? nullptr : ksStringCreateFromCstr("thrown", -1));
-                return F(env, trace, "sweep", message.get());
-            } else {
-                return F(env, trace, "sweep", "thrown %i", KS_INT{-1}, 7);
-            }
-        }};
-    };
-    row.cannotFail = "the throw raises by design; only a missing class or memory could fail it";
-    // The format form hands format, length and values to the formatter unchecked.
-    if constexpr (form == ThrowForm::KsString) {
-        row.checks = {"msg != ((void *)0)"};
-    } else if constexpr (form != ThrowForm::Format) {
-        row.checks = {"venThrowNew: message != NULL"};
+    Case row{.name = name,
+             .cannotFail = "the throw raises by design; only a missing class or memory could fail it",
+             .onSuccess = OnSuccess::Throws,
+             .thrown = className};
+    if constexpr (form == ThrowForm::Cstr) {
+        row.prepare = plainCall(F, "sweep", arg(0, "thrown"));
+    } else if constexpr (form == ThrowForm::MessageFirst) {
+        row.prepare = plainCall(F, arg(0, "thrown"), "sweep");
+    } else if constexpr (form == ThrowForm::KsString) {
+        row.prepare = plainCall(F, "sweep", fresh([] { return ksStringCreateFromCstr("thrown", -1); }, 0));
+    } else {
+        row.prepare = [](Arguments) {
+            return Prepared{
+                [](JNIEnv* e, lgStream* t) { return F(e, t, "sweep", "thrown %i", KS_INT{-1}, 7); }};
+        };
     }
-    row.onSuccess = OnSuccess::Throws;
-    row.thrown = className;
+    if constexpr (form != ThrowForm::Format) {
+        row.checks = {form == ThrowForm::KsString ? "msg != ((void *)0)" : "venThrowNew: message != NULL"};
+    }
     return row;
 }
 
@@ -609,23 +609,18 @@ World& world()
     static World* made = [] {
         JNIEnv* env = mainEnv();
         auto* w = new World{};
-        auto cls = [&](const char* name) { return static_cast<jclass>(global(findClass(env, name))); };
         auto make = [&](jclass clazz) {
             return global(env->NewObject(clazz, env->GetMethodID(clazz, "<init>", "()V")));
         };
-        w->fields = cls("fixtures/Fields");
-        w->methods = cls("fixtures/Methods");
-        w->natives = cls("fixtures/WrapperNatives");
-        w->color = cls("fixtures/Color");
-        w->object = cls("java/lang/Object");
-        w->collection = cls("java/util/Collection");
-        w->integer = cls("java/lang/Integer");
-        w->fixtureException = cls("fixtures/FixtureException");
+        w->fields = globalClass("fixtures/Fields");
+        w->methods = globalClass("fixtures/Methods");
+        w->natives = globalClass("fixtures/WrapperNatives");
+        w->object = globalClass("java/lang/Object");
         w->fieldsObj = make(w->fields);
         w->badTextFields = make(w->fields);
         w->methodsObj = make(w->methods);
-        w->childObj = make(cls("fixtures/MethodsChild"));
-        w->toStringThrowsObj = make(cls("fixtures/ToStringThrows"));
+        w->childObj = make(globalClass("fixtures/MethodsChild"));
+        w->toStringThrowsObj = make(globalClass("fixtures/ToStringThrows"));
         // Beyond Latin-1, so that the critical functions pin rather than copy.
         w->text = static_cast<jstring>(global(jstr(env, u"sweep \u00e9\u4e2d text")));
         w->badText = static_cast<jstring>(global(jstr(env, std::u16string{u'x', char16_t(0xD800), u'y'})));
@@ -661,37 +656,39 @@ jint JNICALL answer(JNIEnv*, jclass)
 
 // A trace function, run with E1 pending: it describes and keeps what is pending. A missing
 // argument is reported in the stream, raising nothing.
-Case traceCase(const char* name, std::function<KS_BOOL(JNIEnv*, lgStream*)> trace)
+template <typename... P, typename... A>
+Case traceCase(const char* name, KS_BOOL (*trace)(JNIEnv*, lgStream*, P...), A... args)
 {
     return {.name = name,
             .prepare =
-                [trace](Arguments) {
-                    return Prepared{[trace](JNIEnv* e, lgStream* t) {
+                [=](Arguments) {
+                    return Prepared{[=](JNIEnv* e, lgStream* t) {
                         if (!mainEnv()->ExceptionCheck()) {
                             mainEnv()->Throw(world().e1);
                         }
-                        return trace(e, t);
+                        return trace(e, t, args...);
                     }};
                 },
             .cannotFail = "the trace keeps the pending exception whatever its own calls meet",
             .onSuccess = OnSuccess::Traces};
 }
 
-// A new global or weak global reference, deleted at cleanup.
+// A new global or weak global reference, deleted with the run.
 template <auto F, auto Delete> Case globalRefCase(const char* name)
 {
     return {.name = name,
             .prepare =
                 [](Arguments a) {
-                    auto held = std::make_shared<jobject>();
+                    std::shared_ptr<jobject> held(new jobject{}, [](jobject* ref) {
+                        if (*ref != nullptr) {
+                            jni<Delete>(mainEnv(), *ref);
+                        }
+                        delete ref;
+                    });
                     jobject obj = a.bad(1) ? nullptr : world().text;
-                    return Prepared{
-                        [=](JNIEnv* e, lgStream* t) { return F(a.bad(0) ? nullptr : held.get(), e, t, obj); },
-                        [=] {
-                            if (*held != nullptr) {
-                                jni<Delete>(mainEnv(), *held);
-                            }
-                        }};
+                    return Prepared{[=](JNIEnv* e, lgStream* t) {
+                        return F(a.bad(0) ? nullptr : held.get(), e, t, obj);
+                    }};
                 },
             .checks = {"result != NULL", "obj != NULL"},
             .cannotFail = "a new global reference fails only for want of memory"};
@@ -718,12 +715,12 @@ std::vector<Case> oneOffs()
          .prepare = outCall(venFindClass, arg(1, "fixtures/Fields", "no/such/Class")),
          .checks = {"result != NULL", "name != NULL"}},
         {.name = "venAllocObject",
-         .prepare = outCall(venAllocObject, arg(1, w.fields, w.collection)),
+         .prepare = outCall(venAllocObject, arg(1, w.fields, globalClass("java/util/Collection"))),
          .checks = {"result != NULL", "clazz != NULL"}},
         {.name = "venNewObject",
          .prepare =
              [&w](Arguments a) {
-                 jclass clazz = a == Fail ? w.integer : w.fields;
+                 jclass clazz = a == Fail ? globalClass("java/lang/Integer") : w.fields;
                  jmethodID init =
                      mainEnv()->GetMethodID(clazz, "<init>", a == Fail ? "(Ljava/lang/String;)V" : "()V");
                  return withResult<jobject>(a.bad(0), [=](jobject* r, JNIEnv* e, lgStream* t) {
@@ -792,7 +789,8 @@ std::vector<Case> oneOffs()
          .onSuccess = OnSuccess::Rethrows,
          .thrown = "fixtures/ToStringThrows"},
         {.name = "venThrowNew",
-         .prepare = plainCall(venThrowNew, arg(0, w.fixtureException), arg(1, "thrown"), "sweep"),
+         .prepare = plainCall(venThrowNew, arg(0, globalClass("fixtures/FixtureException")), arg(1, "thrown"),
+                              "sweep"),
          .checks = {"clazz != NULL", "message != NULL"},
          .cannotFail = "the throw raises by design",
          .onSuccess = OnSuccess::Throws,
@@ -830,16 +828,11 @@ std::vector<Case> oneOffs()
             [](jarray array, void* p) { mainEnv()->ReleasePrimitiveArrayCritical(array, p, JNI_ABORT); },
             {"array != NULL", "carray != NULL", kModeCheck}, 3),
 
-        traceCase("venTraceException",
-                  [&w](JNIEnv* e, lgStream* t) { return venTraceException(e, t, w.e1, KS_TRUE, "sweep"); }),
-        traceCase("venTraceExceptionOccurred",
-                  [](JNIEnv* e, lgStream* t) { return venTraceExceptionOccurred(e, t, KS_TRUE, "sweep"); }),
-        traceCase(
-            "venTraceErrorOrRuntimeException",
-            [&w](JNIEnv* e, lgStream* t) { return venTraceErrorOrRuntimeException(e, t, w.e1, "sweep"); }),
-        traceCase(
-            "venTraceErrorOrRuntimeExceptionOccurred",
-            [](JNIEnv* e, lgStream* t) { return venTraceErrorOrRuntimeExceptionOccurred(e, t, "sweep"); }),
+        traceCase("venTraceException", venTraceException, w.e1, KS_TRUE, "sweep"),
+        traceCase("venTraceExceptionOccurred", venTraceExceptionOccurred, KS_TRUE, "sweep"),
+        traceCase("venTraceErrorOrRuntimeException", venTraceErrorOrRuntimeException, w.e1, "sweep"),
+        traceCase("venTraceErrorOrRuntimeExceptionOccurred", venTraceErrorOrRuntimeExceptionOccurred,
+                  "sweep"),
 
         {.name = "venNewStringArrayFromKsVector",
          .prepare = outCall(venNewStringArrayFromKsVector, fresh(
@@ -931,7 +924,7 @@ std::vector<Case> oneOffs()
          .checks = {"venGetObjectClass: obj != NULL", "venCallBooleanMethod: result != NULL"},
          .floor = throughClass("GetObjectClass", "GetMethodID", "CallBooleanMethodV")},
         {.name = "venEnumSetNoneOf",
-         .prepare = outCall(venEnumSetNoneOf, arg(1, w.color, w.object)),
+         .prepare = outCall(venEnumSetNoneOf, arg(1, globalClass("fixtures/Color"), w.object)),
          .checks = {"result != ((void *)0)", "elementType != ((void *)0)"},
          .floor = throughClass("FindClass", "GetStaticMethodID", "CallStaticObjectMethodV")},
         {.name = "venStringToKsString",

@@ -68,7 +68,7 @@ struct Case {
 
 // The objects of the fixtures and the JDK, as global references, made once.
 struct World {
-    jclass fields, methods, natives, color, object, collection, integer, fixtureException;
+    jclass fields, methods, natives, object;
     jobject fieldsObj, badTextFields, methodsObj, childObj, list, immutableList, toStringThrowsObj;
     jstring text, badText, longText;
     jthrowable e1;    // the exception pending in the exception-state sweep
