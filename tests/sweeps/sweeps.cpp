@@ -1020,11 +1020,6 @@ std::vector<Case> oneOffs()
     };
 }
 
-// The java/io/IOException unit has the throwable units' shape but no table of its own.
-#define SWEEP_IO_EXCEPTION_UNIT(X)                                                                           \
-    X(venIOExceptionGetClass, venIOExceptionIsInstance, venIOExceptionThrowUseMessageCstr,                   \
-      venIOExceptionThrowUseMessage, venIOExceptionThrowUseMessageFormatCstr, "java/io/IOException")
-
 // A class unit's lookup and instance test. The throwable units' lookup has no test of its own:
 // venFindClass reports a NULL result.
 template <auto GetClass, auto IsInstance>
@@ -1060,9 +1055,10 @@ template <typename Ven, auto F> Case boxingCase(const char* name)
             .cannotFail = "boxing fails only for want of memory"};
 }
 
-std::vector<Case> allCases()
+const std::vector<Case>& cases()
 {
-    std::vector<Case> cases;
+    static const std::vector<Case> all = [] {
+        std::vector<Case> cases;
 #define SWEEP_TARGET_obj jobject
 #define SWEEP_TARGET_clazz jclass
 #define SWEEP_RANGE_Unchecked nullptr
@@ -1072,76 +1068,58 @@ std::vector<Case> allCases()
 #define SWEEP_FIELD(kind, name, callee, target, Ven, Jni, Range)                                             \
     cases.push_back(                                                                                         \
         fieldCase<FieldKind::kind, SWEEP_TARGET_##target, Ven, name>(#name, #callee, SWEEP_RANGE_##Range));
-    VEN_FIELD_FUNCTIONS(SWEEP_FIELD)
+        VEN_FIELD_FUNCTIONS(SWEEP_FIELD)
 #define SWEEP_CALL(form, kind, name, callee, Ven, Jni)                                                       \
     cases.push_back(callCase<Form::form, Kind::kind, Ven, name>(#name, #callee));
-    VEN_CALL_FUNCTIONS(SWEEP_CALL)
+        VEN_CALL_FUNCTIONS(SWEEP_CALL)
 #define SWEEP_ARRAY(kind, name, wrapper, Element, Array)                                                     \
     cases.push_back(arrayCase<ArrayKind::kind, Element, Array, name>(#name));
-    VEN_ARRAY_FUNCTIONS(SWEEP_ARRAY)
+        VEN_ARRAY_FUNCTIONS(SWEEP_ARRAY)
 #define SWEEP_STRING_LENGTH(name, wrapper) cases.push_back(stringLengthCase<name>(#name));
 #define SWEEP_STRING_PIN(name, Char, wrapper)                                                                \
     cases.push_back(stringPinCase<Char, name, SWEEP_UNPIN_##wrapper>(#name));
 #define SWEEP_STRING_RELEASE(name, Char, wrapper)                                                            \
     cases.push_back(stringReleaseCase<Char, name, SWEEP_PIN_##wrapper>(#name));
 #define SWEEP_STRING_REGION(name, Char, wrapper) cases.push_back(stringRegionCase<Char, name>(#name));
-    VEN_STRING_LENGTH_FUNCTIONS(SWEEP_STRING_LENGTH)
-    VEN_STRING_PIN_FUNCTIONS(SWEEP_STRING_PIN)
-    VEN_STRING_RELEASE_FUNCTIONS(SWEEP_STRING_RELEASE)
-    VEN_STRING_REGION_FUNCTIONS(SWEEP_STRING_REGION)
+        VEN_STRING_LENGTH_FUNCTIONS(SWEEP_STRING_LENGTH)
+        VEN_STRING_PIN_FUNCTIONS(SWEEP_STRING_PIN)
+        VEN_STRING_RELEASE_FUNCTIONS(SWEEP_STRING_RELEASE)
+        VEN_STRING_REGION_FUNCTIONS(SWEEP_STRING_REGION)
 #define SWEEP_CLASS_UNIT(getClass, isInstance, className)                                                    \
     classUnitCases<getClass, isInstance>(cases, #getClass, #isInstance, true);
-    VEN_BOXED_CLASSES(SWEEP_CLASS_UNIT)
-    VEN_COLLECTION_CLASSES(SWEEP_CLASS_UNIT)
-    SWEEP_CLASS_UNIT(venStringGetClass, venStringIsInstance, "java/lang/String")
+        VEN_BOXED_CLASSES(SWEEP_CLASS_UNIT)
+        VEN_COLLECTION_CLASSES(SWEEP_CLASS_UNIT)
+        SWEEP_CLASS_UNIT(venStringGetClass, venStringIsInstance, "java/lang/String")
 #define SWEEP_THROWABLE_UNIT(getClass, isInstance, throwCstr, throwKsString, throwFormat, className)         \
     classUnitCases<getClass, isInstance>(cases, #getClass, #isInstance, false);                              \
     cases.push_back(throwCase<ThrowForm::Cstr, throwCstr>(#throwCstr, className));                           \
     cases.push_back(throwCase<ThrowForm::KsString, throwKsString>(#throwKsString, className));               \
     cases.push_back(throwCase<ThrowForm::Format, throwFormat>(#throwFormat, className));
-    VEN_THROWABLE_UNITS(SWEEP_THROWABLE_UNIT)
-    SWEEP_IO_EXCEPTION_UNIT(SWEEP_THROWABLE_UNIT)
+        VEN_THROWABLE_UNITS(SWEEP_THROWABLE_UNIT)
+        // The java/io/IOException unit has the throwable units' shape but no table of its own.
+        SWEEP_THROWABLE_UNIT(venIOExceptionGetClass, venIOExceptionIsInstance,
+                             venIOExceptionThrowUseMessageCstr, venIOExceptionThrowUseMessage,
+                             venIOExceptionThrowUseMessageFormatCstr, "java/io/IOException")
 #define SWEEP_THROW_MESSAGE_FIRST(getClass, isInstance, throwMessage, className)                             \
     classUnitCases<getClass, isInstance>(cases, #getClass, #isInstance, false);                              \
     cases.push_back(throwCase<ThrowForm::MessageFirst, throwMessage>(#throwMessage, className));
-    VEN_THROWABLE_UNITS_MESSAGE_FIRST(SWEEP_THROW_MESSAGE_FIRST)
+        VEN_THROWABLE_UNITS_MESSAGE_FIRST(SWEEP_THROW_MESSAGE_FIRST)
 #define SWEEP_BOXING(name, getClass, sig, Ven, Jni) cases.push_back(boxingCase<Ven, name>(#name));
-    VEN_BOXING_FUNCTIONS(SWEEP_BOXING)
-    cases.push_back(lookupCase<venGetFieldID>("venGetFieldID", "intField", "I", true));
-    cases.push_back(lookupCase<venGetStaticFieldID>("venGetStaticFieldID", "staticIntField", "I", true));
-    cases.push_back(lookupCase<venGetMethodID>("venGetMethodID", "intGet", "()I", false));
-    cases.push_back(lookupCase<venGetStaticMethodID>("venGetStaticMethodID", "staticIntGet", "()I", false));
-    std::ranges::move(oneOffs(), std::back_inserter(cases));
-    // A check without its reporter's name is the function's own.
-    for (Case& row : cases) {
-        for (std::string& check : row.checks) {
-            check = check.starts_with("ven") ? check : row.name + ": " + check;
+        VEN_BOXING_FUNCTIONS(SWEEP_BOXING)
+        cases.push_back(lookupCase<venGetFieldID>("venGetFieldID", "intField", "I", true));
+        cases.push_back(lookupCase<venGetStaticFieldID>("venGetStaticFieldID", "staticIntField", "I", true));
+        cases.push_back(lookupCase<venGetMethodID>("venGetMethodID", "intGet", "()I", false));
+        cases.push_back(
+            lookupCase<venGetStaticMethodID>("venGetStaticMethodID", "staticIntGet", "()I", false));
+        std::ranges::move(oneOffs(), std::back_inserter(cases));
+        // A check without its reporter's name is the function's own.
+        for (Case& row : cases) {
+            for (std::string& check : row.checks) {
+                check = check.starts_with("ven") ? check : row.name + ": " + check;
+            }
         }
-    }
-    return cases;
-}
-
-// Exported ven[A-Z]* functions that the sweeps do not call, and why: functions outside the
-// success-flag convention, or that end the test process's JVM use.
-struct Exclusion {
-    const char* why;
-    std::vector<const char*> names;
-};
-const std::vector<Exclusion> kExcluded = {
-    {.why = "the frame: the harness owns the VM registry, the thread attachment and the module",
-     .names = {"venSetJavaVm", "venDelJavaVm", "venGetJavaVm", "venGetMainJniEnv", "venTryGetMainJniEnv",
-               "venAttachCurrentThread", "venAttachCurrentThreadAsDaemon", "venDetachCurrentThread",
-               "venCheckEncapsulated", "venModule"}},
-    {.why = "no success flag: straight to the wrapper",
-     .names = {"venExceptionOccurred", "venExceptionDescribe", "venExceptionClear", "venExceptionCheck",
-               "venDeleteLocalRef", "venDeleteGlobalRef", "venDeleteWeakGlobalRef", "venPopLocalFrame",
-               "venNewLocalRef", "venIsSameObject"}},
-    {.why = "does not return: the VM ends the process", .names = {"venFatalError"}},
-};
-
-const std::vector<Case>& cases()
-{
-    static const std::vector<Case> all = allCases();
+        return cases;
+    }();
     return all;
 }
 
@@ -1488,10 +1466,20 @@ TEST(Sweeps, EveryExportedFunctionIsSweptOrExcluded)
     for (const Case& row : cases()) {
         ++accounted[row.name];
     }
-    for (const Exclusion& excluded : kExcluded) {
-        for (const char* name : excluded.names) {
-            ++accounted[name];
-        }
+    // Exported functions that the sweeps do not call: outside the success-flag convention, or
+    // ending the test process's JVM use.
+    for (const char* name :
+         {// The frame: the harness owns the VM registry, the thread attachment and the module.
+          "venSetJavaVm", "venDelJavaVm", "venGetJavaVm", "venGetMainJniEnv", "venTryGetMainJniEnv",
+          "venAttachCurrentThread", "venAttachCurrentThreadAsDaemon", "venDetachCurrentThread",
+          "venCheckEncapsulated", "venModule",
+          // No success flag: straight to the wrapper.
+          "venExceptionOccurred", "venExceptionDescribe", "venExceptionClear", "venExceptionCheck",
+          "venDeleteLocalRef", "venDeleteGlobalRef", "venDeleteWeakGlobalRef", "venPopLocalFrame",
+          "venNewLocalRef", "venIsSameObject",
+          // Does not return: the VM ends the process.
+          "venFatalError"}) {
+        ++accounted[name];
     }
     std::set<std::string> exported;
     for (const std::string& name : exportedFunctions(reinterpret_cast<const void*>(&venFindClass), "ven")) {
