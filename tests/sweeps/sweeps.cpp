@@ -262,35 +262,24 @@ Prepare undoing(Prepare prepare, std::function<void()> undo)
 }
 
 // The fixtures' members are named after the function: venGetStaticIntField reads staticIntField,
-// venCallNonvirtualIntMethod calls intGet, venCallStaticVoidMethod calls staticVoidRun.
-struct Member {
-    std::string name;
-    std::string sig;
-};
-
-Member memberOf(std::string_view function, std::size_t prefix, std::string_view suffix)
+// venCallNonvirtualIntMethod calls intGet, venCallStaticVoidMethod calls staticVoidRun. Returns
+// the member's name and signature.
+std::pair<std::string, std::string> memberOf(std::string_view function, bool method)
 {
-    std::string name(function.substr(prefix, function.find(suffix) - prefix));
+    const std::size_t prefix = method ? 7 : 6;
+    std::string name(function.substr(prefix, function.find(method ? "Method" : "Field") - prefix));
     name = name.starts_with("Nonvirtual") ? name.substr(10) : name;
     const std::string type = name.starts_with("Static") ? name.substr(6) : name;
     name[0] = static_cast<char>(std::tolower(name[0]));
-    return {name, type == "Boolean"                      ? "Z"
-                  : type == "Long"                       ? "J"
-                  : type == "Object" || type == "String" ? "Ljava/lang/" + type + ";"
-                                                         : type.substr(0, 1)};
+    const std::string sig = type == "Boolean"                      ? "Z"
+                            : type == "Long"                       ? "J"
+                            : type == "Object" || type == "String" ? "Ljava/lang/" + type + ";"
+                                                                   : type.substr(0, 1);
+    return method ? std::pair{name + (sig == "V" ? "Run" : "Get"), "()" + sig}
+                  : std::pair{name + "Field", sig};
 }
 
 enum class FieldKind { Get, Set, GetString, SetString };
-
-// A value the writer accepts, or one beyond its range test.
-template <typename Ven> Ven someValue(bool beyond)
-{
-    if constexpr (std::is_same_v<Ven, jobject>) {
-        return world().text;
-    } else {
-        return beyond ? Ven(std::is_same_v<Ven, KS_CHAR> ? 0x110000 : kBeyondJint) : Ven{1};
-    }
-}
 
 std::vector<std::string> operator+(std::vector<std::string> first, const std::vector<std::string>& second)
 {
@@ -341,10 +330,9 @@ Case fieldCase(const char* name, const char* callee, const char* rangeCondition)
     row.prepare = [name](Arguments arguments) -> Prepared {
         World& w = world();
         JNIEnv* env = mainEnv();
-        const Member field = memberOf(name, 6, "Field");
-        const std::string fieldName = field.name + "Field";
-        jfieldID id = isStatic ? env->GetStaticFieldID(w.fields, fieldName.c_str(), field.sig.c_str())
-                               : env->GetFieldID(w.fields, fieldName.c_str(), field.sig.c_str());
+        const auto [field, sig] = memberOf(name, false);
+        jfieldID id = isStatic ? env->GetStaticFieldID(w.fields, field.c_str(), sig.c_str())
+                               : env->GetFieldID(w.fields, field.c_str(), sig.c_str());
         auto target = static_cast<Target>(isStatic            ? w.fields
                                           : arguments == Fail ? w.badTextFields
                                                               : w.fieldsObj);
@@ -367,7 +355,12 @@ Case fieldCase(const char* name, const char* callee, const char* rangeCondition)
             return plainCall(F, target, id,
                              fresh([] { return ksStringCreateFromCstr("written", -1); }))(arguments);
         } else {
-            return plainCall(F, target, id, someValue<Ven>(arguments.bad(2)))(arguments);
+            if constexpr (std::is_same_v<Ven, jobject>) {
+                return plainCall(F, target, id, w.text)(arguments);
+            } else { // a value the writer accepts, or one beyond its range test
+                const auto beyond = Ven(std::is_same_v<Ven, KS_CHAR> ? 0x110000 : kBeyondJint);
+                return plainCall(F, target, id, arg(2, Ven{1}, Ven{1}, beyond))(arguments);
+            }
         }
     };
     const std::string reporter = text ? std::string(callee) + ": " : "";
@@ -448,9 +441,7 @@ template <Form form, Kind kind, typename Ven, auto F> Case callCase(const char* 
     constexpr std::size_t targets = kind == Kind::Nonvirtual ? 3 : 2;
     row.prepare = [name](Arguments arguments) -> Prepared {
         World& w = world();
-        const Member m = memberOf(name, 7, "Method");
-        const std::string method = m.name + (m.sig == "V" ? "Run" : "Get");
-        const std::string sig = "()" + m.sig;
+        const auto [method, sig] = memberOf(name, true);
         Target t{kind == Kind::Nonvirtual ? w.childObj : w.methodsObj, w.methods,
                  isStatic ? mainEnv()->GetStaticMethodID(w.methods, method.c_str(), sig.c_str())
                           : mainEnv()->GetMethodID(w.methods, method.c_str(), sig.c_str())};
@@ -1240,19 +1231,6 @@ struct Run {
 
 // ---- 1. Exception state ---------------------------------------------------------------------
 
-const char* warningReason(const Case& row, Variant variant)
-{
-    if (variant == Variant::Bad) {
-        return "an argument failure throws through ThrowNew while E1 is pending";
-    }
-    if (variant == Variant::Fail) {
-        return row.failThrowsNew;
-    }
-    return row.onSuccess == OnSuccess::Throws
-               ? "the function's throw goes through ThrowNew while E1 is pending"
-               : row.successWarns;
-}
-
 void exceptionState(const Case& row, Arguments arguments)
 {
     const Variant variant = arguments.variant;
@@ -1264,7 +1242,13 @@ void exceptionState(const Case& row, Arguments arguments)
     KS_BOOL ok;
     {
         std::optional<ExpectJniWarning> warning;
-        if (const char* why = warningReason(row, variant)) {
+        const char* why = variant == Variant::Bad
+                              ? "an argument failure throws through ThrowNew while E1 is pending"
+                          : variant == Variant::Fail ? row.failThrowsNew
+                          : row.onSuccess == OnSuccess::Throws
+                              ? "the function's throw goes through ThrowNew while E1 is pending"
+                              : row.successWarns;
+        if (why != nullptr) {
             warning.emplace(kExceptionPendingWarning, why);
         }
         ok = run.prepared.act(env, run.trace.get());
