@@ -191,19 +191,6 @@ template <typename T> auto resolve(const T& argument, Arguments a)
     }
 }
 
-// What an out-parameter holds after the call is let go of: local references and ks objects.
-template <typename Out> void releaseResult(Out& out)
-{
-    if constexpr (std::is_convertible_v<Out, jobject>) {
-        if (out != nullptr) {
-            mainEnv()->DeleteLocalRef(out);
-        }
-    } else if constexpr (std::is_same_v<Out, ksString*> || std::is_same_v<Out, ksBuffer*>) {
-        ksObjRelease(out);
-    }
-    out = Out{};
-}
-
 // A call with an out-parameter; nullResult passes NULL in its place (the bad argument).
 template <typename Out>
 Prepared withResult(
@@ -214,7 +201,12 @@ Prepared withResult(
     Prepared prepared{
         [=](JNIEnv* env, lgStream* trace) { return call(nullResult ? nullptr : slot.get(), env, trace); },
         [=] {
-            releaseResult(*slot);
+            // What the out-parameter holds is let go of: local references and ks objects.
+            if constexpr (std::is_convertible_v<Out, jobject>) {
+                mainEnv()->DeleteLocalRef(*slot);
+            } else if constexpr (std::is_same_v<Out, ksString*> || std::is_same_v<Out, ksBuffer*>) {
+                ksObjRelease(*slot);
+            }
             restore();
         }};
     if constexpr (std::is_convertible_v<Out, jobject>) {
@@ -446,9 +438,7 @@ template <Form form, Kind kind, typename Ven, auto F> Case callCase(const char* 
                  isStatic ? mainEnv()->GetStaticMethodID(w.methods, method.c_str(), sig.c_str())
                           : mainEnv()->GetMethodID(w.methods, method.c_str(), sig.c_str())};
         t.obj = arguments.bad(first) && !isStatic ? nullptr : t.obj;
-        t.clazz = arguments.bad(kind == Kind::Nonvirtual ? first + 1 : first) && kind != Kind::Virtual
-                      ? nullptr
-                      : t.clazz;
+        t.clazz = arguments.bad(first + targets - 2) && kind != Kind::Virtual ? nullptr : t.clazz;
         t.id = arguments.bad(first + targets - 1) ? nullptr : t.id;
         if constexpr (form == Form::Void) {
             return Prepared{[=](JNIEnv* e, lgStream* trace) { return invoke<kind>(F, t, e, trace); },
