@@ -281,7 +281,6 @@ std::vector<std::string> operator+(std::vector<std::string> first, const std::ve
 
 // The string forms check through the object accessor first, then the text's conversion.
 const char* const kConversionResultCheck = "venStringToKsString: result != ((void *)0)";
-const std::vector<std::string> kArrayLengthCheck = {"venGetArrayLength: array != NULL"};
 
 // Floors of success paths: a call the wrapper convention guards (the exception query before and
 // after it), a call it does not guard, and the conversion of a short Java string's text. A
@@ -619,7 +618,7 @@ Case copyCase(const char* name, int slot, const char* typeName)
                     const KS_INT length = a.bad(1) ? -1 : 4;
                     return Prepared{[=](JNIEnv* e, lgStream* t) { return F(target, e, t, array, length); }};
                 },
-            .checks = std::vector<std::string>{"result != NULL", "length >= 0"} + kArrayLengthCheck,
+            .checks = {"result != NULL", "length >= 0", "venGetArrayLength: array != NULL"},
             .floor = guarded("GetArrayLength") + guarded(std::string("Get") + typeName + "ArrayElements") +
                      ("Release" + std::string(typeName) + "ArrayElements"),
             .cannotFail = "pinning fails only for want of memory"};
@@ -752,6 +751,15 @@ template <auto F, auto Delete> Case globalRefCase(const char* name)
                 },
             .checks = {"result != NULL", "obj != NULL"},
             .cannotFail = "a new global reference fails only for want of memory"};
+}
+
+ksVector* twoTexts()
+{
+    ksVector* vec = ksVectorCreate();
+    for (const char* text : {"a", "b"}) {
+        ksVectorAppend(vec, ksStr(text).get());
+    }
+    return vec;
 }
 
 // The sweep's own rows: the functions outside the family tables.
@@ -895,17 +903,7 @@ std::vector<Case> oneOffs()
                   "sweep"),
 
         {.name = "venNewStringArrayFromKsVector",
-         .prepare = outCall(venNewStringArrayFromKsVector, fresh(
-                                                               [] {
-                                                                   ksVector* vec = ksVectorCreate();
-                                                                   for (const char* text : {"a", "b"}) {
-                                                                       KsRef<ksString> s(
-                                                                           ksStringCreateFromCstr(text, -1));
-                                                                       ksVectorAppend(vec, s.get());
-                                                                   }
-                                                                   return vec;
-                                                               },
-                                                               1)),
+         .prepare = outCall(venNewStringArrayFromKsVector, fresh(twoTexts, 1)),
          .checks = {"result != NULL", "vec != NULL"},
          .floor = std::vector<std::string>{"ExceptionCheck", "FindClass", "NewObjectArray"} + element +
                   element + "DeleteLocalRef",
@@ -933,7 +931,7 @@ std::vector<Case> oneOffs()
          .blocks = 1},
         {.name = "venGetPrimitiveArrayAsKsBuffer",
          .prepare = outCall(venGetPrimitiveArrayAsKsBuffer, arg(1, w.arrays[1])),
-         .checks = std::vector<std::string>{"venArrayToKsBuffer: result != ((void *)0)"} + kArrayLengthCheck,
+         .checks = {"venArrayToKsBuffer: result != ((void *)0)", "venGetArrayLength: array != NULL"},
          .floor = guarded("GetArrayLength") + guarded("GetPrimitiveArrayCritical") +
                   "ReleasePrimitiveArrayCritical",
          .cannotFail = "pinning fails only for want of memory"},
@@ -1227,8 +1225,7 @@ void exceptionState(const Case& row, Arguments arguments)
     JNIEnv* env = mainEnv();
     Run run(row, arguments);
     ASSERT_TRUE(run.prepared.act) << "variant " << static_cast<int>(variant) << " not prepared";
-    jthrowable e1 = world().e1;
-    env->Throw(e1);
+    env->Throw(world().e1);
     KS_BOOL ok;
     {
         std::optional<ExpectJniWarning> warning;
@@ -1245,7 +1242,7 @@ void exceptionState(const Case& row, Arguments arguments)
     }
     jthrowable pending = run.take();
     const std::string pendingClass = classNameOf(env, pending);
-    const bool isE1 = pending != nullptr && env->IsSameObject(pending, e1);
+    const bool isE1 = pending != nullptr && env->IsSameObject(pending, world().e1);
     switch (variant) {
     case Variant::Succeed:
         EXPECT_EQ(KS_TRUE, ok);
