@@ -2,6 +2,7 @@
 // paths (short text through a buffer on the stack, long text in the critical region or a heap
 // block, any text with an exception pending), and the fatal stops of the two UTF-16 routines.
 #include <random>
+#include <string>
 #include <vector>
 
 #include "support/utf16_reference.hpp"
@@ -15,6 +16,7 @@ using namespace ven::test;
 
 constexpr const char* kStringPath = "source/ven/java/lang/ven_string";
 constexpr const char* kLeadingUnit = "VEN_KS_CHAR_TO_JCHAR_CONV_OK( hi )";
+constexpr const char* kInvalid = "venStringToKsString: Invalid UTF16 String.";
 constexpr std::size_t kShortText = 256; // the longest text that goes through the stack
 jchar gUnit = 0x41;
 KS_CHAR gCodePoint = 0x41;
@@ -47,10 +49,10 @@ TEST(Utf16Routines, FatalChecks)
 
 // Generated texts with pairs, lone surrogates of both kinds and plain units, of every length
 // across the vector blocks and around the longest text on the stack: Java -> ksString gives the
-// reference's code points or refuses as it does, ksString -> Java gives the units back, each on
-// its path (no JNI call inside the critical region) and with no block beyond the decoded one on
-// the stack; every fourth text (one with no lone surrogate) with an exception pending, which
-// takes the general paths.
+// reference's code points or refuses as it does (an AssertionError, traced, the result kept),
+// ksString -> Java gives the units back, each on its path (no JNI call inside the critical region,
+// the characters given back) and with no block beyond the decoded one on the stack; every fourth
+// text (one with no lone surrogate) with an exception pending, which takes the general paths.
 using Utf16Conversions = JvmTest;
 TEST_F(Utf16Conversions, AgreeWithTheReferenceOnEveryPath)
 {
@@ -88,17 +90,27 @@ TEST_F(Utf16Conversions, AgreeWithTheReferenceOnEveryPath)
             if (pending) {
                 env->ThrowNew(findClass(env, "java/lang/IllegalStateException"), "pending");
             }
+            KsRef<ksString> text = ksStr("held");
+            const ksString* const held = text.get();
+            Trace trace;
             const KS_INT blocks = ksMemAllocCount();
-            KsRef<ksString> text;
-            const KS_BOOL converted = venStringToKsString(text.out(), fault.env(), nullptr, string);
+            const KS_BOOL converted =
+                venStringToKsString(text.out(), fault.env(), pending ? nullptr : trace.get(), string);
+            // A refusal's trace reads the text of its AssertionError too.
             EXPECT_EQ(fault.calls<&JNINativeInterface_::GetStringCritical>(),
-                      pending || length > kShortText ? 1 : 0);
+                      (pending || length > kShortText ? 1 : 0) + (expected ? 0 : 1));
+            EXPECT_EQ(fault.calls<&JNINativeInterface_::ReleaseStringCritical>(),
+                      fault.calls<&JNINativeInterface_::GetStringCritical>());
             if (!pending) { // saving the pending exception throws it again inside the region
                 EXPECT_EQ(fault.callsInCriticalRegion(), std::vector<std::string>{});
             }
             ASSERT_EQ(converted, expected ? KS_TRUE : KS_FALSE);
             if (!expected) {
-                ExpectPendingClass(env, "java.lang.AssertionError");
+                EXPECT_EQ(text.get(), held);
+                EXPECT_EQ(trace.lines(), std::vector<std::string>{"[venStringToKsString()] Exception: "
+                                                                  "java.lang.AssertionError: " +
+                                                                  std::string(kInvalid)});
+                ExpectPending(env, "java.lang.AssertionError", kInvalid);
                 continue;
             }
             ASSERT_EQ(CodePoints(ksStringBacking(text), ksStringBacking(text) + ksStringLength(text)),
