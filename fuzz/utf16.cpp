@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -33,23 +32,16 @@ const char* currentInput = "(from the fuzzer)"; // the replayed file, for the re
 constexpr const char* kLeadingUnitStop =
     "source/ven/java/lang/ven_string:174 VEN_KS_CHAR_TO_JCHAR_CONV_OK( hi )";
 
-// The input as values of T in the byte order of the host (little-endian on every target); a last
-// partial value is left out.
-template <class T> std::vector<T> valuesOf(const std::uint8_t* data, std::size_t size)
+// The input as values of T (in the byte order of the host, little-endian on every target; a last
+// partial value left out), in a block of exactly their size so that the sanitizer catches a read
+// past its end.
+template <class T> std::pair<std::unique_ptr<T[]>, std::span<const T>> valuesOf(const std::uint8_t* data,
+                                                                                std::size_t size)
 {
-    std::vector<T> values(size / sizeof(T));
-    for (std::size_t i = 0; i < values.size(); ++i) {
-        std::memcpy(&values[i], data + i * sizeof(T), sizeof(T));
-    }
-    return values;
-}
-
-// A copy in a block of exactly the values' size, so that the sanitizer catches a read past its end.
-template <class T> std::unique_ptr<T[]> exactCopy(const std::vector<T>& values)
-{
-    std::unique_ptr<T[]> copy(new T[std::max<std::size_t>(values.size(), 1)]);
-    std::ranges::copy(values, copy.get());
-    return copy;
+    const std::size_t count = size / sizeof(T);
+    std::unique_ptr<T[]> block(new T[std::max<std::size_t>(count, 1)]);
+    std::copy_n(data, count * sizeof(T), reinterpret_cast<std::uint8_t*>(block.get()));
+    return {std::move(block), std::span<const T>(block.get(), count)};
 }
 
 template <class T, class U> bool agree(const T* got, KS_INT count, const std::vector<U>& expected)
@@ -59,7 +51,7 @@ template <class T, class U> bool agree(const T* got, KS_INT count, const std::ve
 
 void checkDecode(const std::uint8_t* data, std::size_t size)
 {
-    const std::vector<jchar> units = valuesOf<jchar>(data, size);
+    const auto [block, units] = valuesOf<jchar>(data, size);
     const std::optional<ven::test::CodePoints> expected = ven::test::referenceDecode(units);
     std::vector<utf16::CodePoint> out(units.size());
     for (const utf16::Kernel* kernel : utf16::available()) {
@@ -68,12 +60,11 @@ void checkDecode(const std::uint8_t* data, std::size_t size)
         FUZZ_EXPECT(!expected || agree(out.data(), count, *expected), kernel->name);
     }
 
-    const std::unique_ptr<jchar[]> source = exactCopy(units);
     const KS_INT live = ksMemLiveCount();
     KS_CHAR sentinel = 0;
     KS_CHAR* chars = &sentinel;
     KS_INT count = -7;
-    const bool decoded = ven___JCharsToChars(&chars, &count, source.get(), std::ssize(units)) != KS_FALSE;
+    const bool decoded = ven___JCharsToChars(&chars, &count, units.data(), std::ssize(units)) != KS_FALSE;
     FUZZ_EXPECT(decoded == expected.has_value() && ksMemLiveCount() == live + decoded, "decoded");
     if (!decoded) {
         FUZZ_EXPECT(chars == &sentinel && count == -7, "a refusal delivered something");
@@ -85,7 +76,7 @@ void checkDecode(const std::uint8_t* data, std::size_t size)
 
 void checkEncode(const std::uint8_t* data, std::size_t size)
 {
-    const std::vector<KS_CHAR> codePoints = valuesOf<KS_CHAR>(data, size);
+    const auto [block, codePoints] = valuesOf<KS_CHAR>(data, size);
     const auto length = std::ssize(codePoints);
     const ven::test::ReferenceEncoding expected = ven::test::referenceEncode(codePoints);
     for (const utf16::Kernel* kernel : utf16::available()) {
@@ -98,14 +89,13 @@ void checkEncode(const std::uint8_t* data, std::size_t size)
         FUZZ_EXPECT(agree(out.data(), result.written, expected.units), kernel->name);
     }
 
-    const std::unique_ptr<KS_CHAR[]> source = exactCopy(codePoints);
     const KS_INT live = ksMemLiveCount(), blocks = ksMemAllocCount();
     jchar sentinel = 0;
     jchar* units = &sentinel;
     KS_INT count = -7;
     std::string stop;
     try {
-        ven___CharsToJChars(&units, &count, length > 0 ? source.get() : nullptr, length);
+        ven___CharsToJChars(&units, &count, length > 0 ? codePoints.data() : nullptr, length);
     } catch (const std::string& where) {
         stop = where;
     }
