@@ -32,11 +32,9 @@ TEST(AbortInterception, PassesOnExactlyTheRecordedFields)
     EXPECT_NONFATAL_FAILURE(EXPECT_VEN_ABORT(ksMemFree(nullptr), "p", 1, "c"), "returned, but should have");
 }
 
-using FaultEnvTest = JvmTest;
-
 // Every local reference an entry hands out (an override's too) and every DeleteLocalRef; not
 // global references, NULL results, nor what a popped frame took along.
-TEST_F(FaultEnvTest, LedgerCountsLocalReferences)
+TEST_F(JvmTest, FaultEnvLedgerCountsLocalReferences)
 {
     FaultEnv fault(env);
     JNIEnv* fake = fault.env();

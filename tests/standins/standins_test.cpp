@@ -21,8 +21,7 @@ namespace
 struct Release {
     void operator()(void* obj) const { ksObjRelease(obj); }
 };
-template <typename T> using Ref = std::unique_ptr<T, Release>;
-using StringRef = Ref<ksString>;
+using StringRef = std::unique_ptr<ksString, Release>;
 using Chars = std::vector<KS_CHAR>;
 
 // The text of a C string that ks made, which it then frees.
