@@ -25,7 +25,7 @@ const char* currentInput = "(from the fuzzer)"; // the replayed file, for the re
 // Aborts with the finding: libFuzzer keeps the input as a crash, the replay fails its test.
 #define FUZZ_EXPECT(condition, what)                                                                         \
     ((condition) ? void()                                                                                    \
-                 : (std::fprintf(stderr, "fuzz: input %s: line %d: expected %s (%s)\n", currentInput,       \
+                 : (std::fprintf(stderr, "fuzz: input %s: line %d: expected %s (%s)\n", currentInput,        \
                                  __LINE__, #condition, what),                                                \
                     std::abort()))
 
@@ -35,8 +35,8 @@ constexpr const char* kLeadingUnitStop =
 // The input as values of T (in the byte order of the host, little-endian on every target; a last
 // partial value left out), in a block of exactly their size so that the sanitizer catches a read
 // past its end.
-template <class T> std::pair<std::unique_ptr<T[]>, std::span<const T>> valuesOf(const std::uint8_t* data,
-                                                                                std::size_t size)
+template <class T>
+std::pair<std::unique_ptr<T[]>, std::span<const T>> valuesOf(const std::uint8_t* data, std::size_t size)
 {
     const std::size_t count = size / sizeof(T);
     std::unique_ptr<T[]> block(new T[std::max<std::size_t>(count, 1)]);
