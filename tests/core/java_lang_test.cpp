@@ -1,5 +1,5 @@
 // Java strings through the integration layer and the throwable units: lengths stored whole,
-// conversions both ways, ill-formed text refused, and the message of every throw form.
+// the empty and the NULL text both ways, and the message of every throw form.
 #include <functional>
 #include <string>
 #include <vector>
@@ -34,36 +34,6 @@ TEST_F(Strings, LengthsAndConversions)
     EXPECT_TRUE(result != nullptr && env->GetStringLength(result) == 0);
     EXPECT_TRUE(venStringToKsString(text.out(), env, nullptr, nullptr) && text.get() == nullptr);
     EXPECT_TRUE(venStringFromKsString(&result, fault.env(), nullptr, nullptr) && result == nullptr);
-}
-
-// An unpaired surrogate, short (copied out by a region call) or long (read in the critical
-// region): an AssertionError, thrown only after the characters went back; the result kept.
-TEST_F(Strings, IllFormedTextKeepsTheResult)
-{
-    std::u16string text(300, u'\u00e9');
-    text[1] = 0xD83D;
-    for (const jsize length : {3, 300}) {
-        SCOPED_TRACE(length);
-        FaultEnv fault(env);
-        Trace trace;
-        KsRef<ksString> held(ksStringCreateFromCstr("held", -1));
-        ksString* const before = held.get();
-        jstring string = env->NewString(reinterpret_cast<const jchar*>(text.data()), length);
-        EXPECT_FALSE(venStringToKsString(held.out(), fault.env(), trace.get(), string));
-        EXPECT_EQ(held.get(), before);
-        const char* const message = "venStringToKsString: Invalid UTF16 String.";
-        EXPECT_EQ(
-            trace.lines(),
-            Lines{std::string("[venStringToKsString()] Exception: java.lang.AssertionError: ") + message});
-        const Lines trail = fault.trail();
-        EXPECT_EQ(std::ranges::count(trail, "ReleaseStringCritical"),
-                  std::ranges::count(trail, "GetStringCritical"));
-        if (length > 256) {
-            EXPECT_LT(std::ranges::find(trail, "ReleaseStringCritical"),
-                      std::ranges::find(trail, "ThrowNew"));
-        }
-        ExpectPending(env, "java.lang.AssertionError", message);
-    }
 }
 
 struct ThrowableUnit {

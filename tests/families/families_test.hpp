@@ -16,9 +16,7 @@ using Entry = JNINativeInterface_;
 inline jobject newInstance(JNIEnv* env, const char* className)
 {
     jclass clazz = findClass(env, className);
-    jobject obj = env->NewObject(clazz, env->GetMethodID(clazz, "<init>", "()V"));
-    env->DeleteLocalRef(clazz);
-    return obj;
+    return env->NewObject(clazz, env->GetMethodID(clazz, "<init>", "()V"));
 }
 
 // Equality that tells -0.0 from 0.0, finds NaN equal to itself and compares references by

@@ -116,11 +116,8 @@ class MembersTest : public JvmTest
         }
     }
 
-    jclass clazz = nullptr;
-    jobject obj = nullptr;
-    jclass methods = nullptr;
-    jobject parent = nullptr;
-    jobject child = nullptr;
+    jclass clazz = nullptr, methods = nullptr;
+    jobject obj = nullptr, parent = nullptr, child = nullptr;
 };
 
 // Each narrowing conversion at its exact boundaries: the bounds reach the JVM unchanged, one

@@ -1,6 +1,6 @@
-// What makes the harness trustworthy: abort assertions fail on any other field, a FaultEnv
-// forwards, overrides and counts local references, and JVM warnings arrive while the offending
-// call runs and fail the test unless a guard that then wants them covers them.
+// What makes the harness trustworthy: abort assertions fail on any other field, a FaultEnv counts
+// local references, JVM warnings arrive while the offending call runs and fail the test unless a
+// guard that then wants them covers them, and a test frame reports what outlived it.
 #include <algorithm>
 
 #include <gtest/gtest-spi.h>
@@ -32,35 +32,9 @@ TEST(AbortInterception, PassesOnExactlyTheRecordedFields)
     EXPECT_NONFATAL_FAILURE(EXPECT_VEN_ABORT(ksMemFree(nullptr), "p", 1, "c"), "returned, but should have");
 }
 
-using FaultEnvTest = JvmTest;
-
-TEST_F(FaultEnvTest, ForwardsToTheRealEnvironmentAndOverridesOneEntry)
-{
-    FaultEnv fault(env);
-    JNIEnv* fake = fault.env();
-    ASSERT_NE(fake, env);
-    jclass methods = fake->FindClass("fixtures/Methods");
-    jvalue argument{.i = 41};
-    jmethodID echo = fake->GetStaticMethodID(methods, "staticIntEcho", "(I)I");
-    EXPECT_EQ(fake->CallStaticIntMethodA(methods, echo, &argument), 41);
-    EXPECT_FALSE(fake->ExceptionCheck()); // checked JNI wants the check after a call
-    EXPECT_EQ(fault.calls<&JNINativeInterface_::FindClass>(), 1);
-    EXPECT_EQ(fault.trail(), (std::vector<std::string>{"FindClass", "GetStaticMethodID",
-                                                       "CallStaticIntMethodA", "ExceptionCheck"}));
-
-    fault.override<&JNINativeInterface_::NewStringUTF>(
-        [&](JNIEnv* real, const char*) { return real->NewStringUTF("replaced"); });
-    EXPECT_EQ(utf8(env, fake->NewStringUTF("original")), "replaced");
-    fault.raiseOutOfMemory<&JNINativeInterface_::FindClass>(FaultEnv::Calls::nth(2));
-    EXPECT_NE(fake->FindClass("java/lang/Object"), nullptr);
-    EXPECT_EQ(fake->FindClass("java/lang/Object"), nullptr);
-    ExpectPending(env, "java.lang.OutOfMemoryError", "injected by FaultEnv");
-    EXPECT_NE(fake->FindClass("java/lang/Object"), nullptr);
-}
-
 // Every local reference an entry hands out (an override's too) and every DeleteLocalRef; not
 // global references, NULL results, nor what a popped frame took along.
-TEST_F(FaultEnvTest, LedgerCountsLocalReferences)
+TEST_F(JvmTest, FaultEnvLedgerCountsLocalReferences)
 {
     FaultEnv fault(env);
     JNIEnv* fake = fault.env();

@@ -10,14 +10,12 @@
 int main(void)
 {
     lgStream* trace = lgStreamCreate(NULL);
-    ksString* line = NULL;
-    char* text = NULL;
 
     assert(venModule() == &ven___module && strcmp(venModule()->record->moduleName, "ven") == 0);
     /* Tracing a NULL throwable needs no virtual machine: one notable line. */
     assert(!venTraceException(NULL, trace, NULL, KS_TRUE, "main") && lgStreamNotable(trace));
-    line = lgStreamLineAt(trace, 0);
-    text = ksStringToUtf8Cstr(line);
+    ksString* line = lgStreamLineAt(trace, 0);
+    char* text = ksStringToUtf8Cstr(line);
     assert(strcmp(text, "[venTraceException()] throwable: NULL") == 0);
     ksMemFree(text);
     ksObjRelease(line);
