@@ -2,6 +2,7 @@
 // bounded time; a million global and weak references made and deleted.
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <fstream>
@@ -97,7 +98,9 @@ TEST_F(Threads, EightLeaveEveryCountWhereItWas)
 }
 
 // A thousand alive at a time: resident memory does not grow with them. The JVM's handles take about
-// ten bytes each, so a tenth of either kind left behind (1 MB) exceeds the bound.
+// ten bytes each, so a leak of half of either kind grows each half of the run by 2.5 MB. The JVM's
+// own growth (compiled code, metadata, a busy machine's allocator arenas) comes in steps, which
+// seldom fall into both halves; a leak grows both alike, so the smaller half is the measure.
 TEST_F(Threads, AMillionGlobalAndWeakReferencesLeaveNoGrowth)
 {
     auto residentKb = [] {
@@ -107,9 +110,12 @@ TEST_F(Threads, AMillionGlobalAndWeakReferencesLeaveNoGrowth)
     };
     jstring target = jstr(env, "target");
     std::vector<std::pair<jobject, jweak>> references(1000);
-    long failures = 0, warm = 0;
+    std::vector<long> resident; // after the warm-up, halfway, at the end
+    long failures = 0;
     for (int batch = 0; batch < 1020; ++batch) {
-        warm = batch == 20 ? residentKb() : warm; // after the warm-up
+        if (batch == 20 || batch == 520) {
+            resident.push_back(residentKb());
+        }
         for (auto& [global, weak] : references) {
             failures += !venNewGlobalRef(&global, env, nullptr, target) +
                         !venNewWeakGlobalRef(&weak, env, nullptr, target);
@@ -119,9 +125,11 @@ TEST_F(Threads, AMillionGlobalAndWeakReferencesLeaveNoGrowth)
             venDeleteWeakGlobalRef(env, weak);
         }
     }
+    resident.push_back(residentKb());
     EXPECT_EQ(failures, 0);
-    ASSERT_GT(warm, 0);
-    EXPECT_LE(residentKb() - warm, 1024) << "KB grown after the warm-up, from " << warm << " KB";
+    ASSERT_GT(resident[0], 0);
+    EXPECT_LE(std::min(resident[1] - resident[0], resident[2] - resident[1]), 1024)
+        << "KB grown in each half: " << resident[1] - resident[0] << ", " << resident[2] - resident[1];
 }
 
 } // namespace
