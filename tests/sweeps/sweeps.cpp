@@ -71,6 +71,7 @@ struct Prepared {
 struct Arguments {
     Variant variant = Variant::Succeed;
     std::size_t firstBad = 0;
+    bool below = false; // a value beyond a range of the bad ones lies below it
 
     bool bad(std::size_t check) const { return variant == Variant::Bad && check >= firstBad; }
     operator Variant() const { return variant; }
@@ -153,6 +154,14 @@ auto length(std::size_t check, KS_INT good, KS_INT fail)
 {
     return [=](Arguments a) {
         return a.bad(check) ? -1 : a.bad(check + 1) ? kBeyondJint : a == Fail ? fail : good;
+    };
+}
+
+// A KS_INT narrowed to jint: beyond its range (above or below) once check is among the bad ones.
+auto beyond(std::size_t check, KS_INT good, KS_INT fail)
+{
+    return [=](Arguments a) {
+        return a.bad(check) ? (a.below ? -kBeyondJint : kBeyondJint) : a == Fail ? fail : good;
     };
 }
 
@@ -573,8 +582,8 @@ template <ArrayKind kind, typename Element, typename Array, auto F> Case arrayCa
             {"array != NULL", "elems != NULL", kModeCheck}, -1);
     } else {
         return {.name = name,
-                .prepare = plainCall(F, arg(0, array), arg(1, KS_INT{0}, 10, kBeyondJint),
-                                     arg(2, KS_INT{2}, 2, kBeyondJint), room<Element, 4>(3)),
+                .prepare =
+                    plainCall(F, arg(0, array), beyond(1, 0, 10), beyond(2, 2, 2), room<Element, 4>(3)),
                 .checks = {"array != NULL", "VEN_KS_INT_TO_JSIZE_CONV_OK( start )",
                            "VEN_KS_INT_TO_JSIZE_CONV_OK( len )", "buf != NULL"}};
     }
@@ -884,8 +893,7 @@ std::vector<Case> oneOffs()
          .checks = {"result != NULL", "length >= 0", "VEN_KS_INT_TO_JSIZE_CONV_OK( length )",
                     "elementClass != NULL"}},
         {.name = "venSetObjectArrayElement",
-         .prepare = plainCall(venSetObjectArrayElement, arg(0, w.objectArray),
-                              arg(1, KS_INT{1}, 10, kBeyondJint), w.text),
+         .prepare = plainCall(venSetObjectArrayElement, arg(0, w.objectArray), beyond(1, 1, 10), w.text),
          .checks = {"array != NULL", "VEN_KS_INT_TO_JSIZE_CONV_OK( index )"}},
         pinCase(
             "venGetPrimitiveArrayCritical", venGetPrimitiveArrayCritical, w.arrays[4],
@@ -953,7 +961,7 @@ std::vector<Case> oneOffs()
          .floor = throughClass("FindClass", "GetMethodID", "NewObjectV"),
          .cannotFail = "a new list fails only for want of memory"},
         {.name = "venArrayListGet",
-         .prepare = outCall<2>(venArrayListGet, arg(0, w.list), arg(1, KS_INT{0}, 5, kBeyondJint)),
+         .prepare = outCall<2>(venArrayListGet, arg(0, w.list), beyond(1, 0, 5)),
          .checks =
              {"venArrayListGet: arrayList != ((void *)0)",
               // The range check's text after macro expansion.
@@ -1295,10 +1303,11 @@ TEST(Sweeps, ExceptionState)
         if (row.cannotFail == nullptr) {
             exceptionState(row, {Variant::Fail});
         }
-        // Composed operations check their arguments on a path of their own when nothing is pending.
+        // Composed operations check their arguments on a path of their own when nothing is pending;
+        // that pass also takes the values beyond a range from below.
         for (std::size_t check = 0; check < row.checks.size(); ++check) {
             for (bool e1Pending : {true, false}) {
-                exceptionState(row, {Variant::Bad, check}, e1Pending);
+                exceptionState(row, {.variant = Bad, .firstBad = check, .below = !e1Pending}, e1Pending);
             }
         }
     }
