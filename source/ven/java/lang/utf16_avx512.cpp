@@ -1,8 +1,9 @@
 // The AVX-512 kernel of the UTF-16 codecs (with the 16-bit compress of VBMI2): 16 units or code
 // points per step, text with surrogates included. Decoding keeps every lane but the low halves of
 // pairs with one compress; encoding makes two units of each supplementary lane and one of every
-// other with one compress of the units. Stores are masked to what a block yields, so that nothing
-// is written beyond it. Built for that instruction set, used only where the processor has it.
+// other with one compress of the units. Decoding stores whole blocks, as the widening does;
+// encoding stores whole blocks while the room allows and masks the last ones to what they yield.
+// Built for that instruction set, used only where the processor has it.
 #include <immintrin.h>
 
 #include "ven/java/lang/utf16_blocks.hpp"
@@ -48,10 +49,10 @@ struct Avx512 {
             const __m512i codePoints = _mm512_mask_blend_epi32(high, v32, pair);
             // The low half of a pair follows its high half: that lane gives no code point.
             const auto kept = static_cast<__mmask16>(~((unsigned{high} << 1) | taken));
-            const int count = __builtin_popcount(kept);
-            _mm512_mask_storeu_epi32(dst + out, static_cast<__mmask16>((1u << count) - 1),
-                                     _mm512_maskz_compress_epi32(kept, codePoints));
-            out += count;
+            // The whole block is stored, as widen stores it: the caller's block has room for 16
+            // at every block start, and the lanes beyond what this one yields are the next's.
+            _mm512_storeu_si512(dst + out, _mm512_maskz_compress_epi32(kept, codePoints));
+            out += __builtin_popcount(kept);
             taken = unsigned{high} >> 15;
             in += kBlock;
         } while (length - in > kBlock);
@@ -120,8 +121,14 @@ struct Avx512 {
             const __m512i laneUnits = _mm512_mask_blend_epi32(pairs, c, pair);
             // Every lane's low half; its high half only for a pair.
             const auto keep = static_cast<__mmask32>(0x55555555u | _pdep_u32(pairs, 0xAAAAAAAAu));
-            _mm512_mask_storeu_epi16(dst + out, static_cast<__mmask32>((std::uint64_t{1} << count) - 1),
-                                     _mm512_maskz_compress_epi16(keep, laneUnits));
+            const __m512i packed = _mm512_maskz_compress_epi16(keep, laneUnits);
+            // A store masked to the count is slow: a whole one while the room allows it.
+            if (capacity - out >= 2 * kBlock) [[likely]] {
+                _mm512_storeu_si512(dst + out, packed);
+            } else {
+                _mm512_mask_storeu_epi16(dst + out, static_cast<__mmask32>((std::uint64_t{1} << count) - 1),
+                                         packed);
+            }
             out += count;
         }
         return EncodeStop::done;
