@@ -331,21 +331,30 @@ void registerMemberTextRows()
     JNIEnv* env = w.env;
     const jobject target = w.target;
     const jfieldID field = w.textField;
-    const auto releaseKs = [](benchmark::State& state, ksString* result) {
-        failed(state, result != nullptr && ksStringLength(result) == 16, "wrong length");
-        ksObjRelease(result);
+    const jmethodID text = w.text;
+    // The three rows of an operation that delivers the text.
+    const auto textRows = [](const char* op, auto raw, auto min, auto ven) {
+        const auto releaseKs = [](benchmark::State& state, ksString* result) {
+            failed(state, result != nullptr && ksStringLength(result) == 16, "wrong length");
+            ksObjRelease(result);
+        };
+        resultRow<ksString*>("raw", op, raw, releaseKs);
+        resultRow<ksString*>("min", op, min, releaseKs);
+        resultRow<ksString*>("ven", op, ven, releaseKs);
     };
 
-    resultRow<ksString*>(
-        "raw", "GetStringField", [=](ksString** r) { return getStringField<Careful>(r, env, target, field); },
-        releaseKs);
-    resultRow<ksString*>(
-        "min", "GetStringField",
-        [=](ksString** r) { return getStringField<ComposedFloor>(r, env, target, field); }, releaseKs);
-    resultRow<ksString*>(
-        "ven", "GetStringField",
-        [=](ksString** r) { return venGetStringField(r, env, w.trace, target, field) == KS_TRUE; },
-        releaseKs);
+    textRows(
+        "GetStringField", [=](ksString** r) { return getStringField<Careful>(r, env, target, field); },
+        [=](ksString** r) { return getStringField<ComposedFloor>(r, env, target, field); },
+        [=](ksString** r) { return venGetStringField(r, env, w.trace, target, field) == KS_TRUE; });
+    textRows(
+        "CallStringMethod", [=](ksString** r) { return callStringMethod<Careful>(r, env, target, text); },
+        [=](ksString** r) { return callStringMethod<ComposedFloor>(r, env, target, text); },
+        [=](ksString** r) { return venCallStringMethod(r, env, w.trace, target, text) == KS_TRUE; });
+    textRows(
+        "ObjectToString", [=](ksString** r) { return objectToString<Careful>(r, env, target); },
+        [=](ksString** r) { return objectToString<ComposedFloor>(r, env, target); },
+        [=](ksString** r) { return venObjectToString(r, env, w.trace, target) == KS_TRUE; });
 
     // Kept for the whole run: the rows write it.
     static ksString* const written = ksStringCreateFromCstr("written: 16 char", -1);
@@ -361,28 +370,6 @@ void registerMemberTextRows()
     setRow("raw", [=] { return setStringField<Careful>(env, target, field, written); });
     setRow("min", [=] { return setStringField<ComposedFloor>(env, target, field, written); });
     setRow("ven", [=] { return venSetStringField(env, w.trace, target, field, written) == KS_TRUE; });
-
-    const jmethodID text = w.text;
-    resultRow<ksString*>(
-        "raw", "CallStringMethod",
-        [=](ksString** r) { return callStringMethod<Careful>(r, env, target, text); }, releaseKs);
-    resultRow<ksString*>(
-        "min", "CallStringMethod",
-        [=](ksString** r) { return callStringMethod<ComposedFloor>(r, env, target, text); }, releaseKs);
-    resultRow<ksString*>(
-        "ven", "CallStringMethod",
-        [=](ksString** r) { return venCallStringMethod(r, env, w.trace, target, text) == KS_TRUE; },
-        releaseKs);
-
-    resultRow<ksString*>(
-        "raw", "ObjectToString", [=](ksString** r) { return objectToString<Careful>(r, env, target); },
-        releaseKs);
-    resultRow<ksString*>(
-        "min", "ObjectToString", [=](ksString** r) { return objectToString<ComposedFloor>(r, env, target); },
-        releaseKs);
-    resultRow<ksString*>(
-        "ven", "ObjectToString",
-        [=](ksString** r) { return venObjectToString(r, env, w.trace, target) == KS_TRUE; }, releaseKs);
 }
 
 } // namespace
