@@ -311,11 +311,16 @@ const std::vector<std::string> kTextConversion = {"ExceptionCheck", "GetStringLe
 const std::vector<std::string> kLongTextConversion = {"ExceptionCheck", "GetStringLength", "ExceptionCheck",
                                                       "GetStringCritical", "ReleaseStringCritical"};
 
-// The class found, a method looked up on it and called, the class let go.
-std::vector<std::string> throughClass(const char* classCall, const char* lookUp, const char* call)
+// A composed operation of the class support: the class found, a method looked up on it and called,
+// the class let go. One query at the start; after a call, one only where JNI does not allow it to
+// raise (its check is kept) or where its result does not tell (a Java method's), as `classCall` and
+// `call` say.
+std::vector<std::string> throughClass(const std::vector<std::string>& classCall, const char* lookUp,
+                                      const std::vector<std::string>& call)
 {
-    return guarded(classCall) + guarded(lookUp) + guarded(call) + "DeleteLocalRef";
+    return std::vector<std::string>{"ExceptionCheck"} + classCall + lookUp + call + "DeleteLocalRef";
 }
+const std::vector<std::string> kObjectClass = {"GetObjectClass", "ExceptionCheck"};
 
 template <FieldKind kind, typename Target, typename Ven, auto F>
 Case fieldCase(const char* name, const char* callee, const char* rangeCondition)
@@ -951,14 +956,14 @@ std::vector<Case> oneOffs()
         {.name = "venObjectToString",
          .prepare = outCall(venObjectToString, arg(1, w.fieldsObj, w.toStringThrowsObj)),
          .checks = {"result != ((void *)0)", "obj != ((void *)0)"},
-         .floor = std::vector<std::string>{"ExceptionCheck", "GetObjectClass", "ExceptionCheck",
-                                           "GetMethodID", "CallObjectMethodV"} +
-                  kTextConversion + "DeleteLocalRef" + "DeleteLocalRef",
+         .floor =
+             throughClass(kObjectClass, "GetMethodID",
+                          std::vector<std::string>{"CallObjectMethodV"} + kTextConversion + "DeleteLocalRef"),
          .blocks = 1},
         {.name = "venArrayListNew",
          .prepare = outCall(venArrayListNew),
          .checks = {"venNewObject: result != NULL"},
-         .floor = throughClass("FindClass", "GetMethodID", "NewObjectV"),
+         .floor = throughClass({"FindClass"}, "GetMethodID", {"NewObjectV"}),
          .cannotFail = "a new list fails only for want of memory"},
         {.name = "venArrayListGet",
          .prepare = outCall<2>(venArrayListGet, arg(0, w.list), beyond(1, 0, 5)),
@@ -969,11 +974,11 @@ std::vector<Case> oneOffs()
               "(KS_INT)((KS_INT)(-2147483648LL)) && (KS_INT)(index) <= (KS_INT)((KS_INT)(2147483647LL)) : "
               "((KS_BOOL)1) )",
               "venCallObjectMethod: result != NULL"},
-         .floor = throughClass("FindClass", "GetMethodID", "CallObjectMethodV")},
+         .floor = throughClass({"FindClass"}, "GetMethodID", {"CallObjectMethodV", "ExceptionCheck"})},
         {.name = "venArrayListSize",
          .prepare = outCall<1>(venArrayListSize, arg(0, w.list)),
          .checks = {"venArrayListSize: arrayList != ((void *)0)", "venCallIntMethod: result != NULL"},
-         .floor = throughClass("FindClass", "GetMethodID", "CallIntMethodV"),
+         .floor = throughClass({"FindClass"}, "GetMethodID", {"CallIntMethodV", "ExceptionCheck"}),
          .cannotFail = "the size of a list raises nothing"},
 
         // An immutable list refuses null elements in contains, and every add.
@@ -981,7 +986,7 @@ std::vector<Case> oneOffs()
          .prepare =
              outCall<1>(venCollectionContains, arg(0, w.list, w.immutableList), failing(w.text, nullptr)),
          .checks = {"venGetObjectClass: obj != NULL", "venCallBooleanMethod: result != NULL"},
-         .floor = throughClass("GetObjectClass", "GetMethodID", "CallBooleanMethodV")},
+         .floor = throughClass(kObjectClass, "GetMethodID", {"CallBooleanMethodV", "ExceptionCheck"})},
         {.name = "venCollectionAdd",
          .prepare =
              [&w](Arguments a) {
@@ -991,11 +996,12 @@ std::vector<Case> oneOffs()
                  return outCall<1>(venCollectionAdd, arg(0, added, w.immutableList), w.text)(a);
              },
          .checks = {"venGetObjectClass: obj != NULL", "venCallBooleanMethod: result != NULL"},
-         .floor = throughClass("GetObjectClass", "GetMethodID", "CallBooleanMethodV")},
+         .floor = throughClass(kObjectClass, "GetMethodID", {"CallBooleanMethodV", "ExceptionCheck"})},
         {.name = "venEnumSetNoneOf",
          .prepare = outCall(venEnumSetNoneOf, arg(1, globalClass("fixtures/Color"), w.object)),
          .checks = {"result != ((void *)0)", "elementType != ((void *)0)"},
-         .floor = throughClass("FindClass", "GetStaticMethodID", "CallStaticObjectMethodV")},
+         .floor =
+             throughClass({"FindClass"}, "GetStaticMethodID", {"CallStaticObjectMethodV", "ExceptionCheck"})},
         {.name = "venStringToKsString",
          .prepare = outCall(venStringToKsString, failing(w.text, w.badText)),
          .checks = {"venStringToKsString: result != ((void *)0)"},
@@ -1020,11 +1026,12 @@ void classUnitCases(std::vector<Case>& cases, const char* getClass, const char* 
                      .checks = {ownCheck ? std::string(getClass) + ": result != ((void *)0)"
                                          : "venFindClass: result != NULL"},
                      .cannotFail = "the unit's class is always there"});
-    cases.push_back({.name = isInstance,
-                     .prepare = outCall(IsInstance, world().text),
-                     .checks = {"venIsInstanceOf: result != NULL"},
-                     .floor = guarded("FindClass") + guarded("IsInstanceOf") + "DeleteLocalRef",
-                     .cannotFail = "an instance test raises nothing"});
+    cases.push_back(
+        {.name = isInstance,
+         .prepare = outCall(IsInstance, world().text),
+         .checks = {"venIsInstanceOf: result != NULL"},
+         .floor = {"ExceptionCheck", "FindClass", "IsInstanceOf", "ExceptionCheck", "DeleteLocalRef"},
+         .cannotFail = "an instance test raises nothing"});
 }
 
 template <auto F> Case stringLengthCase(const char* name)
@@ -1041,7 +1048,8 @@ template <typename Ven, auto F> Case boxingCase(const char* name)
     return {.name = name,
             .prepare = outCall(F, Ven{1}),
             .checks = {"venCallStaticObjectMethod: result != NULL"},
-            .floor = throughClass("FindClass", "GetStaticMethodID", "CallStaticObjectMethodV"),
+            .floor = throughClass({"FindClass"}, "GetStaticMethodID",
+                                  {"CallStaticObjectMethodV", "ExceptionCheck"}),
             .cannotFail = "boxing fails only for want of memory"};
 }
 

@@ -36,10 +36,10 @@ KS_BOOL newStringArray(jobjectArray* result, JNIEnv* env, lgStream* trace, ksVec
         ksObjRelease(text);
         // Once the array holds it, the element's own reference goes: with the class and the
         // array that is three local references at most, however long the vector.
-        venDeleteLocalRef(env, element);
+        deleteLocal(env, element);
         element = nullptr;
     }
-    venDeleteLocalRef(env, stringClass);
+    deleteLocal(env, stringClass);
     if (!ok) {
         // Also lets go of the caller's entry reference when the array was never created.
         deliverLocalRef(env, result, static_cast<jobjectArray>(nullptr));

@@ -42,3 +42,25 @@
     X(String, Virtual, venCallStringMethod, venCallObjectMethodV, ksString*, jobject)                        \
     X(String, Nonvirtual, venCallNonvirtualStringMethod, venCallNonvirtualObjectMethodV, ksString*, jobject) \
     X(String, Static, venCallStaticStringMethod, venCallStaticObjectMethodV, ksString*, jobject)
+
+// The parameters of each kind, and the same as arguments; methodID always comes last.
+#define VEN_CALL_PARAMETERS_Virtual jobject obj, jmethodID methodID
+#define VEN_CALL_PARAMETERS_Nonvirtual jobject obj, jclass clazz, jmethodID methodID
+#define VEN_CALL_PARAMETERS_Static jclass clazz, jmethodID methodID
+#define VEN_CALL_ARGUMENTS_Virtual obj, methodID
+#define VEN_CALL_ARGUMENTS_Nonvirtual obj, clazz, methodID
+#define VEN_CALL_ARGUMENTS_Static clazz, methodID
+
+// The calls that composed operations make, which have settled twins (settled.hpp): twin, exported
+// function, the wrapper's settled twin it calls, form, kind, result type, JNI result type.
+#define VEN_SETTLED_CALLS(X)                                                                                 \
+    X(callObjectMethod, venCallObjectMethod, CallObjectMethodV, Value, Virtual, jobject, jobject)            \
+    X(callBooleanMethod, venCallBooleanMethod, CallBooleanMethodV, Value, Virtual, KS_BOOL, jboolean)        \
+    X(callIntMethod, venCallIntMethod, CallIntMethodV, Value, Virtual, KS_INT, jint)                         \
+    X(callStaticObjectMethod, venCallStaticObjectMethod, CallStaticObjectMethodV, Value, Static, jobject,    \
+      jobject)                                                                                               \
+    X(callObjectMethodV, venCallObjectMethodV, CallObjectMethodV, VaList, Virtual, jobject, jobject)         \
+    X(callNonvirtualObjectMethodV, venCallNonvirtualObjectMethodV, CallNonvirtualObjectMethodV, VaList,      \
+      Nonvirtual, jobject, jobject)                                                                          \
+    X(callStaticObjectMethodV, venCallStaticObjectMethodV, CallStaticObjectMethodV, VaList, Static, jobject, \
+      jobject)

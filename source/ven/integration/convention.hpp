@@ -11,6 +11,7 @@
 #include "ks/ks.h"
 #include "lg/lg.h"
 #include "ven/integration.h"
+#include "ven/wrapper/settled.hpp"
 
 namespace ven::integration
 {
@@ -46,12 +47,21 @@ inline bool checkArguments(JNIEnv* env, lgStream* trace, const char* function, c
 // unchecked and leaves it pending. Always yields KS_FALSE.
 KS_BOOL jniFailure(JNIEnv* env, lgStream* trace, const char* function);
 
+// venDeleteLocalRef for the library's own references: the same steps, without the way through
+// the symbol table.
+inline void deleteLocal(JNIEnv* env, jobject localRef)
+{
+    if (localRef != nullptr) {
+        wrapper::settled::DeleteLocalRef(env, localRef);
+    }
+}
+
 // Out-parameter rule for local references: store the new one, then delete the old.
 template <typename Ref> inline void deliverLocalRef(JNIEnv* env, Ref* result, Ref ref)
 {
     Ref old = *result;
     *result = ref;
-    venDeleteLocalRef(env, old);
+    deleteLocal(env, old);
 }
 
 // The whole tail of an operation that delivers a local reference: deliver it, and

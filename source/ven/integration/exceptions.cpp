@@ -100,7 +100,49 @@ KS_BOOL getObjectClass(jclass* result, JNIEnv* env, lgStream* trace, jobject obj
     return deliverLocalRefOrFail(env, trace, "venGetObjectClass", result, objectClass(env, obj));
 }
 
+template <jobject (*newObjectV)(JNIEnv*, jclass, jmethodID, va_list)>
+KS_BOOL newObject(jobject* result, JNIEnv* env, lgStream* trace, jclass clazz, jmethodID methodID,
+                  va_list args)
+{
+    if (!checkArguments(env, trace, "venNewObject",
+                        {{result != nullptr, "result != NULL"},
+                         {clazz != nullptr, "clazz != NULL"},
+                         {methodID != nullptr, "methodID != NULL"}})) {
+        return KS_FALSE;
+    }
+    return deliverLocalRefOrFail(env, trace, "venNewObject", result, newObjectV(env, clazz, methodID, args));
+}
+
+// A NULL obj is passed on: JNI counts it an instance of every class.
+template <jboolean (*isInstanceOf)(JNIEnv*, jobject, jclass)>
+KS_BOOL isInstance(KS_BOOL* result, JNIEnv* env, lgStream* trace, jobject obj, jclass clazz)
+{
+    if (!checkArguments(env, trace, "venIsInstanceOf",
+                        {{result != nullptr, "result != NULL"}, {clazz != nullptr, "clazz != NULL"}})) {
+        return KS_FALSE;
+    }
+    *result = toKsBool(isInstanceOf(env, obj, clazz));
+    return KS_TRUE;
+}
+
 } // namespace
+
+KS_BOOL ven::integration::settled::newObject(jobject* result, JNIEnv* env, lgStream* trace, jclass clazz,
+                                             jmethodID methodID, ...)
+{
+    va_list args;
+    va_start(args, methodID);
+    const KS_BOOL ok =
+        ::newObject<ven::wrapper::settled::NewObjectV>(result, env, trace, clazz, methodID, args);
+    va_end(args);
+    return ok;
+}
+
+KS_BOOL ven::integration::settled::isInstanceOf(KS_BOOL* result, JNIEnv* env, lgStream* trace, jobject obj,
+                                                jclass clazz)
+{
+    return isInstance<ven::wrapper::settled::IsInstanceOf>(result, env, trace, obj, clazz);
+}
 
 KS_BOOL ven::integration::settled::getObjectClass(jclass* result, JNIEnv* env, lgStream* trace, jobject obj)
 {
@@ -116,9 +158,7 @@ extern "C" {
 
 VEN_API void venDeleteLocalRef(JNIEnv* env, jobject localRef)
 {
-    if (localRef != nullptr) {
-        ven___DeleteLocalRef(env, localRef);
-    }
+    deleteLocal(env, localRef);
 }
 
 VEN_API KS_BOOL venFindClass(jclass* result, JNIEnv* env, lgStream* trace, const char* name)
@@ -234,17 +274,11 @@ VEN_API KS_BOOL venAllocObject(jobject* result, JNIEnv* env, lgStream* trace, jc
 VEN_API KS_BOOL venNewObject(jobject* result, JNIEnv* env, lgStream* trace, jclass clazz, jmethodID methodID,
                              ...)
 {
-    if (!checkArguments(env, trace, "venNewObject",
-                        {{result != nullptr, "result != NULL"},
-                         {clazz != nullptr, "clazz != NULL"},
-                         {methodID != nullptr, "methodID != NULL"}})) {
-        return KS_FALSE;
-    }
     va_list args;
     va_start(args, methodID);
-    jobject object = ven___NewObjectV(env, clazz, methodID, args);
+    const KS_BOOL ok = newObject<ven___NewObjectV>(result, env, trace, clazz, methodID, args);
     va_end(args);
-    return deliverLocalRefOrFail(env, trace, "venNewObject", result, object);
+    return ok;
 }
 
 VEN_API KS_BOOL venGetObjectClass(jclass* result, JNIEnv* env, lgStream* trace, jobject obj)
@@ -252,15 +286,9 @@ VEN_API KS_BOOL venGetObjectClass(jclass* result, JNIEnv* env, lgStream* trace, 
     return getObjectClass<ven___GetObjectClass>(result, env, trace, obj);
 }
 
-// A NULL obj is passed on: JNI counts it an instance of every class.
 VEN_API KS_BOOL venIsInstanceOf(KS_BOOL* result, JNIEnv* env, lgStream* trace, jobject obj, jclass clazz)
 {
-    if (!checkArguments(env, trace, "venIsInstanceOf",
-                        {{result != nullptr, "result != NULL"}, {clazz != nullptr, "clazz != NULL"}})) {
-        return KS_FALSE;
-    }
-    *result = toKsBool(ven___IsInstanceOf(env, obj, clazz));
-    return KS_TRUE;
+    return isInstance<ven___IsInstanceOf>(result, env, trace, obj, clazz);
 }
 
 VEN_API KS_BOOL venMonitorEnter(JNIEnv* env, lgStream* trace, jobject obj)

@@ -91,7 +91,7 @@ KS_BOOL writeStringField(JNIEnv* env, lgStream* trace, Target target, jfieldID f
         if (ok) {
             ok = Path::template call<WriteObject>(env, trace, target, fieldID, string);
         }
-        venDeleteLocalRef(env, string);
+        deleteLocal(env, string);
         return ok;
     });
 }

@@ -84,7 +84,7 @@ KS_BOOL deliverText(ksString** result, JNIEnv* env, lgStream* trace, Obtain obta
     if (ok) {
         ok = Path::toKsString(result, env, trace, static_cast<jstring>(string));
     }
-    venDeleteLocalRef(env, string);
+    deleteLocal(env, string);
     return ok;
 }
 

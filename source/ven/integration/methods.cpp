@@ -70,6 +70,13 @@ KS_BOOL lookUpMethod(jmethodID* result, JNIEnv* env, lgStream* trace, jclass cla
     return lookUpMember<lookUp>("venGetMethodID", result, env, trace, clazz, name, sig);
 }
 
+template <jmethodID (*lookUp)(JNIEnv*, jclass, const char*, const char*)>
+KS_BOOL lookUpStaticMethod(jmethodID* result, JNIEnv* env, lgStream* trace, jclass clazz, const char* name,
+                           const char* sig)
+{
+    return lookUpMember<lookUp>("venGetStaticMethodID", result, env, trace, clazz, name, sig);
+}
+
 } // namespace
 
 namespace wrapper = ven::wrapper::settled;
@@ -80,25 +87,10 @@ KS_BOOL settled::getMethodID(jmethodID* result, JNIEnv* env, lgStream* trace, jc
     return lookUpMethod<wrapper::GetMethodID>(result, env, trace, clazz, name, sig);
 }
 
-KS_BOOL settled::callObjectMethodV(jobject* result, JNIEnv* env, lgStream* trace, jobject obj,
-                                   jmethodID methodID, va_list args)
+KS_BOOL settled::getStaticMethodID(jmethodID* result, JNIEnv* env, lgStream* trace, jclass clazz,
+                                   const char* name, const char* sig)
 {
-    return callForValue<wrapper::CallObjectMethodV, jobject>("venCallObjectMethodV", result, env, trace, args,
-                                                             obj, methodID);
-}
-
-KS_BOOL settled::callNonvirtualObjectMethodV(jobject* result, JNIEnv* env, lgStream* trace, jobject obj,
-                                             jclass clazz, jmethodID methodID, va_list args)
-{
-    return callForValue<wrapper::CallNonvirtualObjectMethodV, jobject>(
-        "venCallNonvirtualObjectMethodV", result, env, trace, args, obj, clazz, methodID);
-}
-
-KS_BOOL settled::callStaticObjectMethodV(jobject* result, JNIEnv* env, lgStream* trace, jclass clazz,
-                                         jmethodID methodID, va_list args)
-{
-    return callForValue<wrapper::CallStaticObjectMethodV, jobject>("venCallStaticObjectMethodV", result, env,
-                                                                   trace, args, clazz, methodID);
+    return lookUpStaticMethod<wrapper::GetStaticMethodID>(result, env, trace, clazz, name, sig);
 }
 
 KS_BOOL settled::callStringMethod(ksString** result, JNIEnv* env, lgStream* trace, jobject obj,
@@ -115,14 +107,6 @@ KS_BOOL settled::callStringMethod(ksString** result, JNIEnv* env, lgStream* trac
 
 using namespace ven::integration;
 
-// The parameters of each kind, and the same as arguments; methodID always comes last.
-#define VEN_CALL_PARAMETERS_Virtual jobject obj, jmethodID methodID
-#define VEN_CALL_PARAMETERS_Nonvirtual jobject obj, jclass clazz, jmethodID methodID
-#define VEN_CALL_PARAMETERS_Static jclass clazz, jmethodID methodID
-#define VEN_CALL_ARGUMENTS_Virtual obj, methodID
-#define VEN_CALL_ARGUMENTS_Nonvirtual obj, clazz, methodID
-#define VEN_CALL_ARGUMENTS_Static clazz, methodID
-
 // The variadic forms gather the method's arguments and share the va_list forms' templates.
 #define VEN_WITH_GATHERED_ARGUMENTS(...)                                                                     \
     va_list args;                                                                                            \
@@ -131,34 +115,38 @@ using namespace ven::integration;
     va_end(args);                                                                                            \
     return ok;
 
-#define VEN_DEFINE_CALL_Void(kind, name, callee, Ven, Jni)                                                   \
-    extern "C" KS_BOOL name(JNIEnv* env, lgStream* trace, VEN_CALL_PARAMETERS_##kind, ...)                   \
+// One definition per form: `function` is the name defined, `reported` the name that argument and
+// JNI failures are reported under (the exported name, also for a settled twin).
+#define VEN_DEFINE_CALL_Void(function, reported, kind, callee, Ven, Jni)                                     \
+    KS_BOOL function(JNIEnv* env, lgStream* trace, VEN_CALL_PARAMETERS_##kind, ...)                          \
     {                                                                                                        \
         VEN_WITH_GATHERED_ARGUMENTS(                                                                         \
-            callForNothing<callee>(#name, env, trace, args, VEN_CALL_ARGUMENTS_##kind))                      \
+            callForNothing<callee>(#reported, env, trace, args, VEN_CALL_ARGUMENTS_##kind))                  \
     }
-#define VEN_DEFINE_CALL_Value(kind, name, callee, Ven, Jni)                                                  \
-    extern "C" KS_BOOL name(Ven* result, JNIEnv* env, lgStream* trace, VEN_CALL_PARAMETERS_##kind, ...)      \
+#define VEN_DEFINE_CALL_Value(function, reported, kind, callee, Ven, Jni)                                    \
+    KS_BOOL function(Ven* result, JNIEnv* env, lgStream* trace, VEN_CALL_PARAMETERS_##kind, ...)             \
     {                                                                                                        \
         VEN_WITH_GATHERED_ARGUMENTS(                                                                         \
-            callForValue<callee, Jni>(#name, result, env, trace, args, VEN_CALL_ARGUMENTS_##kind))           \
+            callForValue<callee, Jni>(#reported, result, env, trace, args, VEN_CALL_ARGUMENTS_##kind))       \
     }
-#define VEN_DEFINE_CALL_VaList(kind, name, callee, Ven, Jni)                                                 \
-    extern "C" KS_BOOL name(Ven* result, JNIEnv* env, lgStream* trace, VEN_CALL_PARAMETERS_##kind,           \
-                            va_list args)                                                                    \
+#define VEN_DEFINE_CALL_VaList(function, reported, kind, callee, Ven, Jni)                                   \
+    KS_BOOL function(Ven* result, JNIEnv* env, lgStream* trace, VEN_CALL_PARAMETERS_##kind, va_list args)    \
     {                                                                                                        \
-        return callForValue<callee, Jni>(#name, result, env, trace, args, VEN_CALL_ARGUMENTS_##kind);        \
+        return callForValue<callee, Jni>(#reported, result, env, trace, args, VEN_CALL_ARGUMENTS_##kind);    \
     }
-#define VEN_DEFINE_CALL_String(kind, name, callee, Ven, Jni)                                                 \
-    extern "C" KS_BOOL name(Ven* result, JNIEnv* env, lgStream* trace, VEN_CALL_PARAMETERS_##kind, ...)      \
+#define VEN_DEFINE_CALL_String(function, reported, kind, callee, Ven, Jni)                                   \
+    KS_BOOL function(Ven* result, JNIEnv* env, lgStream* trace, VEN_CALL_PARAMETERS_##kind, ...)             \
     {                                                                                                        \
         VEN_WITH_GATHERED_ARGUMENTS(composed(env, [&]<typename Path>() {                                     \
             return callForString<Path, callee>(result, env, trace, args, VEN_CALL_ARGUMENTS_##kind);         \
         }))                                                                                                  \
     }
 #define VEN_DEFINE_CALL(form, kind, name, callee, Ven, Jni)                                                  \
-    VEN_DEFINE_CALL_##form(kind, name, callee, Ven, Jni)
+    extern "C" VEN_DEFINE_CALL_##form(name, name, kind, callee, Ven, Jni)
+#define VEN_DEFINE_SETTLED_CALL(twin, exported, wrapperTwin, form, kind, Ven, Jni)                           \
+    VEN_DEFINE_CALL_##form(settled::twin, exported, kind, ven::wrapper::settled::wrapperTwin, Ven, Jni)
 
+VEN_SETTLED_CALLS(VEN_DEFINE_SETTLED_CALL)
 VEN_CALL_FUNCTIONS(VEN_DEFINE_CALL)
 
 extern "C" KS_BOOL venGetMethodID(jmethodID* result, JNIEnv* env, lgStream* trace, jclass clazz,
@@ -170,6 +158,5 @@ extern "C" KS_BOOL venGetMethodID(jmethodID* result, JNIEnv* env, lgStream* trac
 extern "C" KS_BOOL venGetStaticMethodID(jmethodID* result, JNIEnv* env, lgStream* trace, jclass clazz,
                                         const char* name, const char* sig)
 {
-    return lookUpMember<ven___GetStaticMethodID>("venGetStaticMethodID", result, env, trace, clazz, name,
-                                                 sig);
+    return lookUpStaticMethod<ven___GetStaticMethodID>(result, env, trace, clazz, name, sig);
 }

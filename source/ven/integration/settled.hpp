@@ -15,6 +15,7 @@
 #include "ven/arrays.h"
 #include "ven/fields.h"
 #include "ven/integration.h"
+#include "ven/integration/call_table.hpp"
 #include "ven/java/lang/string.h"
 #include "ven/java/lang/string_unit.hpp"
 #include "ven/methods.h"
@@ -47,12 +48,19 @@ KS_BOOL getObjectField(jobject* result, JNIEnv* env, lgStream* trace, jobject ob
 KS_BOOL getStaticObjectField(jobject* result, JNIEnv* env, lgStream* trace, jclass clazz, jfieldID fieldID);
 KS_BOOL setObjectField(JNIEnv* env, lgStream* trace, jobject obj, jfieldID fieldID, jobject value);
 KS_BOOL setStaticObjectField(JNIEnv* env, lgStream* trace, jclass clazz, jfieldID fieldID, jobject value);
-KS_BOOL callObjectMethodV(jobject* result, JNIEnv* env, lgStream* trace, jobject obj, jmethodID methodID,
-                          va_list args);
-KS_BOOL callNonvirtualObjectMethodV(jobject* result, JNIEnv* env, lgStream* trace, jobject obj, jclass clazz,
-                                    jmethodID methodID, va_list args);
-KS_BOOL callStaticObjectMethodV(jobject* result, JNIEnv* env, lgStream* trace, jclass clazz,
-                                jmethodID methodID, va_list args);
+KS_BOOL getStaticMethodID(jmethodID* result, JNIEnv* env, lgStream* trace, jclass clazz, const char* name,
+                          const char* sig);
+KS_BOOL newObject(jobject* result, JNIEnv* env, lgStream* trace, jclass clazz, jmethodID methodID, ...);
+KS_BOOL isInstanceOf(KS_BOOL* result, JNIEnv* env, lgStream* trace, jobject obj, jclass clazz);
+#define VEN_SETTLED_CALL_TAIL_Value ...
+#define VEN_SETTLED_CALL_TAIL_VaList va_list args
+#define VEN_DECLARE_SETTLED_CALL(twin, exported, wrapperTwin, form, kind, Ven, Jni)                          \
+    KS_BOOL twin(Ven* result, JNIEnv* env, lgStream* trace, VEN_CALL_PARAMETERS_##kind,                      \
+                 VEN_SETTLED_CALL_TAIL_##form);
+VEN_SETTLED_CALLS(VEN_DECLARE_SETTLED_CALL)
+#undef VEN_DECLARE_SETTLED_CALL
+#undef VEN_SETTLED_CALL_TAIL_Value
+#undef VEN_SETTLED_CALL_TAIL_VaList
 KS_BOOL callStringMethod(ksString** result, JNIEnv* env, lgStream* trace, jobject obj, jmethodID methodID,
                          ...);
 
@@ -67,13 +75,17 @@ VEN_SETTLED_TWIN(venNewObjectArray, newObjectArray)
 VEN_SETTLED_TWIN(venSetObjectArrayElement, setObjectArrayElement)
 VEN_SETTLED_TWIN(venGetObjectClass, getObjectClass)
 VEN_SETTLED_TWIN(venGetMethodID, getMethodID)
+VEN_SETTLED_TWIN(venGetStaticMethodID, getStaticMethodID)
+VEN_SETTLED_TWIN(venNewObject, newObject)
+VEN_SETTLED_TWIN(venIsInstanceOf, isInstanceOf)
 VEN_SETTLED_TWIN(venGetObjectField, getObjectField)
 VEN_SETTLED_TWIN(venGetStaticObjectField, getStaticObjectField)
 VEN_SETTLED_TWIN(venSetObjectField, setObjectField)
 VEN_SETTLED_TWIN(venSetStaticObjectField, setStaticObjectField)
-VEN_SETTLED_TWIN(venCallObjectMethodV, callObjectMethodV)
-VEN_SETTLED_TWIN(venCallNonvirtualObjectMethodV, callNonvirtualObjectMethodV)
-VEN_SETTLED_TWIN(venCallStaticObjectMethodV, callStaticObjectMethodV)
+#define VEN_SETTLED_CALL_TWIN(twin, exported, wrapperTwin, form, kind, Ven, Jni)                             \
+    VEN_SETTLED_TWIN(exported, twin)
+VEN_SETTLED_CALLS(VEN_SETTLED_CALL_TWIN)
+#undef VEN_SETTLED_CALL_TWIN
 VEN_SETTLED_TWIN(venCallStringMethod, callStringMethod)
 #undef VEN_SETTLED_TWIN
 

@@ -10,6 +10,7 @@
 #include "ven/java/lang/string.h"
 #include "ven/wrapper.h"
 
+using ven::integration::deleteLocal;
 using ven::integration::traceFailureLine;
 
 namespace
@@ -89,9 +90,9 @@ ksString* throwableText(JNIEnv* env, lgStream* trace, jthrowable throwable)
         } else {
             text = criticalText(env, trace, static_cast<jstring>(string));
         }
-        venDeleteLocalRef(env, string);
+        deleteLocal(env, string);
     }
-    venDeleteLocalRef(env, clazz);
+    deleteLocal(env, clazz);
     return text;
 }
 
@@ -123,7 +124,7 @@ VEN_API KS_BOOL venTraceException(JNIEnv* env, lgStream* trace, jthrowable throw
     if (saved != nullptr) {
         ven___Throw(env, saved);
         // The throw keeps the exception; the reference would only pile up in a loop.
-        venDeleteLocalRef(env, saved);
+        deleteLocal(env, saved);
     }
 
     if (text != nullptr) {
@@ -148,7 +149,7 @@ VEN_API KS_BOOL venTraceExceptionOccurred(JNIEnv* env, lgStream* trace, KS_BOOL 
         return KS_TRUE;
     }
     const KS_BOOL traced = venTraceException(env, trace, pending, notable, methodName);
-    venDeleteLocalRef(env, pending);
+    deleteLocal(env, pending);
     return traced;
 }
 
@@ -169,13 +170,13 @@ VEN_API KS_BOOL venTraceErrorOrRuntimeException(JNIEnv* env, lgStream* trace, jt
     }
     if (ven___IsInstanceOf(env, throwable, runtimeExceptionClass) == JNI_TRUE) {
         const KS_BOOL traced = venTraceException(env, trace, throwable, KS_TRUE, methodName);
-        venDeleteLocalRef(env, runtimeExceptionClass);
+        deleteLocal(env, runtimeExceptionClass);
         return traced;
     }
     jclass errorClass = ven___FindClass(env, kErrorClassName);
     if (errorClass == nullptr) {
         traceFailureLine(trace, format::errorClassNull, kTraceErrorOrRuntimeException);
-        venDeleteLocalRef(env, runtimeExceptionClass);
+        deleteLocal(env, runtimeExceptionClass);
         return KS_FALSE;
     }
     // A checked exception is the caller's to handle: nothing is written for it.
@@ -183,8 +184,8 @@ VEN_API KS_BOOL venTraceErrorOrRuntimeException(JNIEnv* env, lgStream* trace, jt
     if (ven___IsInstanceOf(env, throwable, errorClass) == JNI_TRUE) {
         traced = venTraceException(env, trace, throwable, KS_TRUE, methodName);
     }
-    venDeleteLocalRef(env, runtimeExceptionClass);
-    venDeleteLocalRef(env, errorClass);
+    deleteLocal(env, runtimeExceptionClass);
+    deleteLocal(env, errorClass);
     return traced;
 }
 
@@ -195,7 +196,7 @@ VEN_API KS_BOOL venTraceErrorOrRuntimeExceptionOccurred(JNIEnv* env, lgStream* t
         return KS_TRUE;
     }
     const KS_BOOL traced = venTraceErrorOrRuntimeException(env, trace, pending, methodName);
-    venDeleteLocalRef(env, pending);
+    deleteLocal(env, pending);
     return traced;
 }
 

@@ -13,25 +13,27 @@
 #include "ven/export.h"
 #include "ven/integration.h"
 #include "ven/integration/convention.hpp"
+#include "ven/integration/settled.hpp"
 
 namespace ven::java
 {
 
 using ClassLookup = KS_BOOL (*)(jclass* result, JNIEnv* env, lgStream* trace);
-using ClassOfObject = KS_BOOL (*)(jclass* result, JNIEnv* env, lgStream* trace, jobject obj);
 using ThrowWithCstr = KS_BOOL (*)(JNIEnv* env, lgStream* trace, const char* methodName, const char* message);
 using ThrowWithKsString = KS_BOOL (*)(JNIEnv* env, lgStream* trace, const char* methodName, ksString* msg);
 
 // --- Class lookup and instance test ----------------------------------------------------------
 
-// A unit's class lookup tests result itself before venFindClass does.
-inline KS_BOOL findUnitClass(const char* function, jclass* result, JNIEnv* env, lgStream* trace,
-                             const char* className)
+using FindClass = KS_BOOL (*)(jclass* result, JNIEnv* env, lgStream* trace, const char* name);
+
+// A unit's class lookup tests result itself before venFindClass (or its settled twin) does.
+inline KS_BOOL findUnitClass(FindClass find, const char* function, jclass* result, JNIEnv* env,
+                             lgStream* trace, const char* className)
 {
     if (!integration::checkArguments(env, trace, function, {{result != nullptr, "result != ((void *)0)"}})) {
         return KS_FALSE;
     }
-    return venFindClass(result, env, trace, className);
+    return find(result, env, trace, className);
 }
 
 // Runs `use` on the unit's class if the lookup succeeds; the class reference is given
@@ -43,35 +45,26 @@ template <ClassLookup lookup, typename Use> KS_BOOL withClass(JNIEnv* env, lgStr
     if (outcome) {
         outcome = use(clazz);
     }
-    venDeleteLocalRef(env, clazz);
+    integration::deleteLocal(env, clazz);
     return outcome;
 }
 
 // No checks of its own: a NULL result is reported by venIsInstanceOf, a NULL obj is
-// an instance of every class.
+// an instance of every class. A composed operation: the unit's lookup and the test.
 template <ClassLookup lookup> KS_BOOL isInstance(KS_BOOL* result, JNIEnv* env, lgStream* trace, jobject obj)
 {
-    return withClass<lookup>(env, trace,
-                             [&](jclass clazz) { return venIsInstanceOf(result, env, trace, obj, clazz); });
+    return integration::composed(env, [&]<typename Path>() {
+        return withClass<Path::template call<lookup>>(env, trace, [&](jclass clazz) {
+            return Path::template call<venIsInstanceOf>(result, env, trace, obj, clazz);
+        });
+    });
 }
 
 // --- One method called through a class ---------------------------------------------------------
 
-// The two ways an operation obtains its class: the unit's own lookup, or the object's class.
-template <ClassLookup lookup> auto unitClass(JNIEnv* env, lgStream* trace)
-{
-    return [=](jclass* clazz) { return lookup(clazz, env, trace); };
-}
-
-template <ClassOfObject objectClass = venGetObjectClass>
-auto classOf(JNIEnv* env, lgStream* trace, jobject obj)
-{
-    return [=](jclass* clazz) { return objectClass(clazz, env, trace, obj); };
-}
-
 // A class obtained by obtainClass(&clazz), a method looked up on it by name and signature
-// with venGetMethodID or venGetStaticMethodID, then call(clazz, method); each reports its
-// own failures. The class reference is let go on every path; a method ID needs no release.
+// with lookUp, then call(clazz, method); each reports its own failures. The class reference
+// is let go on every path; a method ID needs no release.
 using MethodLookUp = KS_BOOL (*)(jmethodID*, JNIEnv*, lgStream*, jclass, const char*, const char*);
 
 template <typename ObtainClass, typename Call>
@@ -82,8 +75,35 @@ KS_BOOL callThroughClass(JNIEnv* env, lgStream* trace, ObtainClass obtainClass, 
     jmethodID method = nullptr;
     const bool ok =
         obtainClass(&clazz) && lookUp(&method, env, trace, clazz, name, sig) && call(clazz, method);
-    venDeleteLocalRef(env, clazz);
+    integration::deleteLocal(env, clazz);
     return ok ? KS_TRUE : KS_FALSE;
+}
+
+// The two ways an operation obtains its class, the unit's own lookup or the object's class, each
+// a composed operation: `call` is call.operator()<Path>(clazz, method), on the path that
+// integration::composed chose, and makes its calls through Path like the lookups.
+template <ClassLookup lookup, MethodLookUp lookUp = venGetMethodID, typename Call>
+KS_BOOL callOnUnitClass(JNIEnv* env, lgStream* trace, const char* name, const char* sig, Call call)
+{
+    return integration::composed(env, [&]<typename Path>() {
+        return callThroughClass(
+            env, trace, [&](jclass* clazz) { return Path::template call<lookup>(clazz, env, trace); },
+            Path::template call<lookUp>, name, sig,
+            [&](jclass clazz, jmethodID method) { return call.template operator()<Path>(clazz, method); });
+    });
+}
+
+template <typename Call>
+KS_BOOL callOnObjectClass(JNIEnv* env, lgStream* trace, jobject obj, const char* name, const char* sig,
+                          Call call)
+{
+    return integration::composed(env, [&]<typename Path>() {
+        return callThroughClass(
+            env, trace,
+            [&](jclass* clazz) { return Path::template call<venGetObjectClass>(clazz, env, trace, obj); },
+            Path::template call<venGetMethodID>, name, sig,
+            [&](jclass clazz, jmethodID method) { return call.template operator()<Path>(clazz, method); });
+    });
 }
 
 // --- Throwables --------------------------------------------------------------------------------
@@ -122,12 +142,30 @@ KS_BOOL throwWithFormat(JNIEnv* env, lgStream* trace, const char* methodName, co
 
 } // namespace ven::java
 
+// A unit's class lookup and its settled twin, which composed operations call when nothing is
+// pending: the same body, with venFindClass or its settled twin for `find`.
+#define VEN_DEFINE_UNIT_LOOKUP(getClass, ...)                                                                \
+    extern "C" VEN_API KS_BOOL getClass(jclass* result, JNIEnv* env, lgStream* trace)                        \
+    {                                                                                                        \
+        constexpr ::ven::java::FindClass find = venFindClass;                                                \
+        return __VA_ARGS__;                                                                                  \
+    }                                                                                                        \
+    namespace ven::java::settled                                                                             \
+    {                                                                                                        \
+    static KS_BOOL getClass##Settled(jclass* result, JNIEnv* env, lgStream* trace)                           \
+    {                                                                                                        \
+        constexpr ::ven::java::FindClass find = ::ven::integration::settled::findClass;                      \
+        return __VA_ARGS__;                                                                                  \
+    }                                                                                                        \
+    }                                                                                                        \
+    template <> struct ven::integration::settled::Twin<getClass> {                                           \
+        static constexpr auto call = ::ven::java::settled::getClass##Settled;                                \
+    };
+
 // One row per class: class lookup, instance test, JNI class name.
 #define VEN_DEFINE_CLASS_UNIT(getClassName, isInstanceName, className)                                       \
-    extern "C" KS_BOOL getClassName(jclass* result, JNIEnv* env, lgStream* trace)                            \
-    {                                                                                                        \
-        return ::ven::java::findUnitClass(#getClassName, result, env, trace, className);                     \
-    }                                                                                                        \
+    VEN_DEFINE_UNIT_LOOKUP(getClassName,                                                                     \
+                           ::ven::java::findUnitClass(find, #getClassName, result, env, trace, className))   \
     extern "C" KS_BOOL isInstanceName(KS_BOOL* result, JNIEnv* env, lgStream* trace, jobject obj)            \
     {                                                                                                        \
         return ::ven::java::isInstance<getClassName>(result, env, trace, obj);                               \
@@ -136,10 +174,7 @@ KS_BOOL throwWithFormat(JNIEnv* env, lgStream* trace, const char* methodName, co
 // The lookup and instance test that every throwable unit has; the throwables' lookup
 // makes no test of its own (a NULL result is reported by venFindClass).
 #define VEN_DEFINE_THROWABLE_LOOKUP(getClass, isInstanceName, className)                                     \
-    VEN_API KS_BOOL getClass(jclass* result, JNIEnv* env, lgStream* trace)                                   \
-    {                                                                                                        \
-        return venFindClass(result, env, trace, className);                                                  \
-    }                                                                                                        \
+    VEN_DEFINE_UNIT_LOOKUP(getClass, find(result, env, trace, className))                                    \
     VEN_API KS_BOOL isInstanceName(KS_BOOL* result, JNIEnv* env, lgStream* trace, jobject obj)               \
     {                                                                                                        \
         return ::ven::java::isInstance<getClass>(result, env, trace, obj);                                   \

@@ -25,17 +25,28 @@ void throwPending(JNIEnv* env, jthrowable throwable)
     check(exceptionPending(env), 87, kExceptionRaisedCondition);
 }
 
-namespace
-{
-
-inline jobject newObjectV(JNIEnv* env, jclass clazz, jmethodID methodID, va_list args)
+template <typename Guard> jobject newObjectV(JNIEnv* env, jclass clazz, jmethodID methodID, va_list args)
 {
     checkRequired(459, {{env, "env"}, {clazz, "clazz"}, {methodID, "methodID"}});
-    return checkedResult<&Jni::NewObjectV>(env, {473, VEN_NULL_RESULT_MESSAGE(NewObjectV)}, clazz, methodID,
-                                           args);
+    return checkedResult<&Jni::NewObjectV, Guard>(env, {473, VEN_NULL_RESULT_MESSAGE(NewObjectV)}, clazz,
+                                                  methodID, args);
 }
 
-} // namespace
+jobject settled::NewObjectV(JNIEnv* env, jclass clazz, jmethodID methodID, va_list args)
+{
+    return newObjectV<NothingPending>(env, clazz, methodID, args);
+}
+
+template <typename Guard> jboolean isInstanceOf(JNIEnv* env, jobject obj, jclass clazz)
+{
+    checkRequired(513, {{env, "env"}, {clazz, "clazz"}});
+    return nonRaising<&Jni::IsInstanceOf, Guard>(env, 521, NoResultCheck{}, obj, clazz);
+}
+
+jboolean settled::IsInstanceOf(JNIEnv* env, jobject obj, jclass clazz)
+{
+    return isInstanceOf<NothingPending>(env, obj, clazz);
+}
 
 template <typename Guard> jclass findClass(JNIEnv* env, const char* name)
 {
@@ -60,6 +71,12 @@ template <typename Guard> jclass getObjectClass(JNIEnv* env, jobject obj)
 jclass settled::GetObjectClass(JNIEnv* env, jobject obj)
 {
     return getObjectClass<NothingPending>(env, obj);
+}
+
+void settled::DeleteLocalRef(JNIEnv* env, jobject localRef)
+{
+    checkRequired(168, {{env, "env"}, {localRef, "localRef"}});
+    deleteLocalRef(env, localRef);
 }
 
 } // namespace ven::wrapper
@@ -138,8 +155,7 @@ VEN_API void ven___DeleteGlobalRef(JNIEnv* env, jobject globalRef)
 
 VEN_API void ven___DeleteLocalRef(JNIEnv* env, jobject localRef)
 {
-    checkRequired(168, {{env, "env"}, {localRef, "localRef"}});
-    deleteLocalRef(env, localRef);
+    settled::DeleteLocalRef(env, localRef);
 }
 
 VEN_API jint ven___RegisterNatives(JNIEnv* env, jclass clazz, const JNINativeMethod* methods, jint nMethods)
@@ -238,14 +254,14 @@ VEN_API jobject ven___NewObjectA(JNIEnv* env, jclass clazz, jmethodID methodID, 
 
 VEN_API jobject ven___NewObjectV(JNIEnv* env, jclass clazz, jmethodID methodID, va_list args)
 {
-    return newObjectV(env, clazz, methodID, args);
+    return newObjectV<SavedException>(env, clazz, methodID, args);
 }
 
 VEN_API jobject ven___NewObject(JNIEnv* env, jclass clazz, jmethodID methodID, ...)
 {
     va_list args;
     va_start(args, methodID);
-    jobject object = newObjectV(env, clazz, methodID, args);
+    jobject object = newObjectV<SavedException>(env, clazz, methodID, args);
     va_end(args);
     return object;
 }
@@ -257,8 +273,7 @@ VEN_API jclass ven___GetObjectClass(JNIEnv* env, jobject obj)
 
 VEN_API jboolean ven___IsInstanceOf(JNIEnv* env, jobject obj, jclass clazz)
 {
-    checkRequired(513, {{env, "env"}, {clazz, "clazz"}});
-    return nonRaising<&Jni::IsInstanceOf>(env, 521, NoResultCheck{}, obj, clazz);
+    return isInstanceOf<SavedException>(env, obj, clazz);
 }
 
 VEN_API jboolean ven___IsSameObject(JNIEnv* env, jobject ref1, jobject ref2)

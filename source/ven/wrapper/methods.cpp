@@ -139,11 +139,36 @@ template <typename Guard> jmethodID GetMethodID(JNIEnv* env, jclass clazz, const
                                                    name, sig);
 }
 
+template <typename Guard>
+jmethodID GetStaticMethodID(JNIEnv* env, jclass clazz, const char* name, const char* sig)
+{
+    checkRequired(2965, {{env, "env"}, {clazz, "clazz"}, {name, "name"}, {sig, "sig"}});
+    return checkedResult<&Jni::GetStaticMethodID, Guard>(
+        env, {2980, VEN_NULL_RESULT_MESSAGE(GetStaticMethodID)}, clazz, name, sig);
+}
+
 } // namespace rows
 
 jmethodID settled::GetMethodID(JNIEnv* env, jclass clazz, const char* name, const char* sig)
 {
     return rows::GetMethodID<NothingPending>(env, clazz, name, sig);
+}
+
+jmethodID settled::GetStaticMethodID(JNIEnv* env, jclass clazz, const char* name, const char* sig)
+{
+    return rows::GetStaticMethodID<NothingPending>(env, clazz, name, sig);
+}
+
+// The calls under the class support units' operations.
+jboolean settled::CallIntMethodV(jint* result, JNIEnv* env, jobject obj, jmethodID methodID, va_list args)
+{
+    return rows::CallIntMethodV<NothingPending>(result, env, obj, methodID, args);
+}
+
+jboolean settled::CallBooleanMethodV(jboolean* result, JNIEnv* env, jobject obj, jmethodID methodID,
+                                     va_list args)
+{
+    return rows::CallBooleanMethodV<NothingPending>(result, env, obj, methodID, args);
 }
 
 // The object calls under the string forms of the integration layer.
@@ -176,9 +201,7 @@ VEN_API jmethodID ven___GetMethodID(JNIEnv* env, jclass clazz, const char* name,
 
 VEN_API jmethodID ven___GetStaticMethodID(JNIEnv* env, jclass clazz, const char* name, const char* sig)
 {
-    checkRequired(2965, {{env, "env"}, {clazz, "clazz"}, {name, "name"}, {sig, "sig"}});
-    return checkedResult<&Jni::GetStaticMethodID>(env, {2980, VEN_NULL_RESULT_MESSAGE(GetStaticMethodID)},
-                                                  clazz, name, sig);
+    return rows::GetStaticMethodID<SavedException>(env, clazz, name, sig);
 }
 
 VEN_CALL_TYPES(VEN_DEFINE_CALLS)

@@ -6,7 +6,6 @@
 #include "lg/lg.h"
 #include "ven/integration/convention.hpp"
 #include "ven/integration/members.hpp"
-#include "ven/integration/settled.hpp"
 #include "ven/java/class_unit.hpp"
 #include "ven/java/lang/boxed.h"
 #include "ven/java/lang/boxed_table.hpp"
@@ -25,11 +24,11 @@ namespace
 template <auto GetClass, typename Jni>
 KS_BOOL box(jobject* result, JNIEnv* env, lgStream* trace, const char* sig, VenValue<Jni> value)
 {
-    return callThroughClass(env, trace, unitClass<GetClass>(env, trace), venGetStaticMethodID, "valueOf", sig,
-                            [&](jclass clazz, jmethodID valueOf) {
-                                return venCallStaticObjectMethod(result, env, trace, clazz, valueOf,
-                                                                 Value<Jni>::toJni(value));
-                            });
+    return callOnUnitClass<GetClass, venGetStaticMethodID>(
+        env, trace, "valueOf", sig, [&]<typename Path>(jclass clazz, jmethodID valueOf) {
+            return Path::template call<venCallStaticObjectMethod>(result, env, trace, clazz, valueOf,
+                                                                  Value<Jni>::toJni(value));
+        });
 }
 
 } // namespace
@@ -50,12 +49,8 @@ extern "C" KS_BOOL venObjectToString(ksString** result, JNIEnv* env, lgStream* t
             {{result != nullptr, "result != ((void *)0)"}, {obj != nullptr, "obj != ((void *)0)"}})) {
         return KS_FALSE;
     }
-    return composed(env, [&]<typename Path>() {
-        return callThroughClass(env, trace, classOf<Path::template call<venGetObjectClass>>(env, trace, obj),
-                                Path::template call<venGetMethodID>, "toString", "()Ljava/lang/String;",
-                                [&](jclass, jmethodID toString) {
-                                    return Path::template call<venCallStringMethod>(result, env, trace, obj,
-                                                                                    toString);
-                                });
-    });
+    return callOnObjectClass(
+        env, trace, obj, "toString", "()Ljava/lang/String;", [&]<typename Path>(jclass, jmethodID toString) {
+            return Path::template call<venCallStringMethod>(result, env, trace, obj, toString);
+        });
 }

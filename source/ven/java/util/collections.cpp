@@ -22,9 +22,10 @@ constexpr const char* indexInJintRange = VEN_EXPANDED_TEXT(VEN_KS_INT_TO_JINT_CO
 // A NULL result is reported by the call, after the lookups, under the called function's name.
 extern "C" KS_BOOL venArrayListNew(jobject* result, JNIEnv* env, lgStream* trace)
 {
-    return callThroughClass(
-        env, trace, unitClass<venArrayListGetClass>(env, trace), venGetMethodID, "<init>", "()V",
-        [&](jclass clazz, jmethodID init) { return venNewObject(result, env, trace, clazz, init); });
+    return callOnUnitClass<venArrayListGetClass>(
+        env, trace, "<init>", "()V", [&]<typename Path>(jclass clazz, jmethodID init) {
+            return Path::template call<venNewObject>(result, env, trace, clazz, init);
+        });
 }
 
 extern "C" KS_BOOL venArrayListGet(jobject* result, JNIEnv* env, lgStream* trace, jobject arrayList,
@@ -35,11 +36,11 @@ extern "C" KS_BOOL venArrayListGet(jobject* result, JNIEnv* env, lgStream* trace
                          {static_cast<bool>(VEN_KS_INT_TO_JINT_CONV_OK(index)), indexInJintRange}})) {
         return KS_FALSE;
     }
-    return callThroughClass(env, trace, unitClass<venArrayListGetClass>(env, trace), venGetMethodID, "get",
-                            "(I)Ljava/lang/Object;", [&](jclass, jmethodID get) {
-                                return venCallObjectMethod(result, env, trace, arrayList, get,
-                                                           static_cast<jint>(index));
-                            });
+    return callOnUnitClass<venArrayListGetClass>(
+        env, trace, "get", "(I)Ljava/lang/Object;", [&]<typename Path>(jclass, jmethodID get) {
+            return Path::template call<venCallObjectMethod>(result, env, trace, arrayList, get,
+                                                            static_cast<jint>(index));
+        });
 }
 
 extern "C" KS_BOOL venArrayListSize(KS_INT* result, JNIEnv* env, lgStream* trace, jobject arrayList)
@@ -48,9 +49,10 @@ extern "C" KS_BOOL venArrayListSize(KS_INT* result, JNIEnv* env, lgStream* trace
                         {{arrayList != nullptr, "arrayList != ((void *)0)"}})) {
         return KS_FALSE;
     }
-    return callThroughClass(
-        env, trace, unitClass<venArrayListGetClass>(env, trace), venGetMethodID, "size", "()I",
-        [&](jclass, jmethodID size) { return venCallIntMethod(result, env, trace, arrayList, size); });
+    return callOnUnitClass<venArrayListGetClass>(
+        env, trace, "size", "()I", [&]<typename Path>(jclass, jmethodID size) {
+            return Path::template call<venCallIntMethod>(result, env, trace, arrayList, size);
+        });
 }
 
 // Contains and add are looked up on the collection's own class, so any implementation works.
@@ -58,20 +60,20 @@ extern "C" KS_BOOL venArrayListSize(KS_INT* result, JNIEnv* env, lgStream* trace
 extern "C" KS_BOOL venCollectionContains(KS_BOOL* result, JNIEnv* env, lgStream* trace, jobject collection,
                                          jobject element)
 {
-    return callThroughClass(env, trace, classOf(env, trace, collection), venGetMethodID, "contains",
-                            "(Ljava/lang/Object;)Z", [&](jclass, jmethodID contains) {
-                                return venCallBooleanMethod(result, env, trace, collection, contains,
-                                                            element);
-                            });
+    return callOnObjectClass(env, trace, collection, "contains", "(Ljava/lang/Object;)Z",
+                             [&]<typename Path>(jclass, jmethodID contains) {
+                                 return Path::template call<venCallBooleanMethod>(
+                                     result, env, trace, collection, contains, element);
+                             });
 }
 
 extern "C" KS_BOOL venCollectionAdd(KS_BOOL* result, JNIEnv* env, lgStream* trace, jobject collection,
                                     jobject element)
 {
-    return callThroughClass(env, trace, classOf(env, trace, collection), venGetMethodID, "add",
-                            "(Ljava/lang/Object;)Z", [&](jclass, jmethodID add) {
-                                return venCallBooleanMethod(result, env, trace, collection, add, element);
-                            });
+    return callOnObjectClass(
+        env, trace, collection, "add", "(Ljava/lang/Object;)Z", [&]<typename Path>(jclass, jmethodID add) {
+            return Path::template call<venCallBooleanMethod>(result, env, trace, collection, add, element);
+        });
 }
 
 extern "C" KS_BOOL venEnumSetNoneOf(jobject* result, JNIEnv* env, lgStream* trace, jclass elementType)
@@ -81,9 +83,10 @@ extern "C" KS_BOOL venEnumSetNoneOf(jobject* result, JNIEnv* env, lgStream* trac
                          {elementType != nullptr, "elementType != ((void *)0)"}})) {
         return KS_FALSE;
     }
-    return callThroughClass(
-        env, trace, unitClass<venEnumSetGetClass>(env, trace), venGetStaticMethodID, "noneOf",
-        "(Ljava/lang/Class;)Ljava/util/EnumSet;", [&](jclass clazz, jmethodID noneOf) {
-            return venCallStaticObjectMethod(result, env, trace, clazz, noneOf, elementType);
+    return callOnUnitClass<venEnumSetGetClass, venGetStaticMethodID>(
+        env, trace, "noneOf", "(Ljava/lang/Class;)Ljava/util/EnumSet;",
+        [&]<typename Path>(jclass clazz, jmethodID noneOf) {
+            return Path::template call<venCallStaticObjectMethod>(result, env, trace, clazz, noneOf,
+                                                                  elementType);
         });
 }
