@@ -1,9 +1,10 @@
 // The AVX-512 kernel of the UTF-16 codecs (with the 16-bit compress of VBMI2): 16 units or code
-// points per step, text with surrogates included. Decoding keeps every lane but the low halves of
-// pairs with one compress; encoding makes two units of each supplementary lane and one of every
-// other with one compress of the units. Decoding stores whole blocks, as the widening does;
-// encoding stores whole blocks while the room allows and masks the last ones to what they yield.
-// Built for that instruction set, used only where the processor has it.
+// points per step, text with surrogates included, and the text after the last whole block in one
+// masked step, so that short text takes no loop of single units. Decoding keeps every lane but the low halves
+// of pairs with one compress; encoding makes two units of each supplementary lane and one of every other with
+// one compress of the units. Decoding stores whole blocks, as the widening does; encoding stores whole blocks
+// while the room allows and masks the last ones to what they yield. Built for that instruction set, used only
+// where the processor has it.
 #include <immintrin.h>
 
 #include "ven/java/lang/utf16_blocks.hpp"
@@ -32,31 +33,66 @@ struct Avx512 {
     // it holds, and a pair across a block's end leaves the next block's first lane as taken.
     static bool decodePairs(CodePoint* dst, Count& out, const Unit* src, Count& in, Count length)
     {
-        const __m512i pairBias = lanes(0x35FDC00); // (0xD800 << 10) + 0xDC00 - 0x10000
         unsigned taken = 0;
         do {
             const __m256i v = load16(src + in);
             const __m256i next = load16(src + in + 1);
-            const __mmask16 high = _mm256_cmpeq_epi16_mask(_mm256_and_si256(v, units(0xFC00)), units(0xD800));
-            const __mmask16 lowNext =
-                _mm256_cmpeq_epi16_mask(_mm256_and_si256(next, units(0xFC00)), units(0xDC00));
-            if ((high & ~lowNext) != 0) {
+            const __mmask16 high = highLanes(v);
+            if ((high & ~lowLanes(next)) != 0) {
                 return false; // a high surrogate without its low one refuses the whole text
             }
-            const __m512i v32 = _mm512_cvtepu16_epi32(v);
-            const __m512i pair = _mm512_add_epi32(_mm512_slli_epi32(v32, 10),
-                                                  _mm512_sub_epi32(_mm512_cvtepu16_epi32(next), pairBias));
-            const __m512i codePoints = _mm512_mask_blend_epi32(high, v32, pair);
             // The low half of a pair follows its high half: that lane gives no code point.
             const auto kept = static_cast<__mmask16>(~((unsigned{high} << 1) | taken));
             // The whole block is stored, as widen stores it: the caller's block has room for 16
             // at every block start, and the lanes beyond what this one yields are the next's.
-            _mm512_storeu_si512(dst + out, _mm512_maskz_compress_epi32(kept, codePoints));
+            _mm512_storeu_si512(dst + out, decodedLanes(v, next, high, kept));
             out += __builtin_popcount(kept);
             taken = unsigned{high} >> 15;
             in += kBlock;
         } while (length - in > kBlock);
         in += taken;
+        return true;
+    }
+
+    // A block's code points, those of the lanes in `kept` packed in order: a lane in `high`
+    // takes the unit after it (the same lane of `next`) into a pair.
+    static __m512i decodedLanes(__m256i v, __m256i next, __mmask16 high, __mmask16 kept)
+    {
+        const __m512i pairBias = lanes(0x35FDC00); // (0xD800 << 10) + 0xDC00 - 0x10000
+        const __m512i v32 = _mm512_cvtepu16_epi32(v);
+        const __m512i pair = _mm512_add_epi32(_mm512_slli_epi32(v32, 10),
+                                              _mm512_sub_epi32(_mm512_cvtepu16_epi32(next), pairBias));
+        return _mm512_maskz_compress_epi32(kept, _mm512_mask_blend_epi32(high, v32, pair));
+    }
+    static __mmask16 highLanes(__m256i v)
+    {
+        return _mm256_cmpeq_epi16_mask(_mm256_and_si256(v, units(0xFC00)), units(0xD800));
+    }
+    static __mmask16 lowLanes(__m256i v)
+    {
+        return _mm256_cmpeq_epi16_mask(_mm256_and_si256(v, units(0xFC00)), units(0xDC00));
+    }
+
+    // The units after the last whole block (the first may be the low half of a pair already
+    // taken), as one block read and written to its end only; no unit after the last.
+    static bool decodeTail(CodePoint* dst, Count& out, const Unit* src, Count in, Count length)
+    {
+        const auto count = static_cast<unsigned>(length - in);
+        if (count == 0) {
+            return true;
+        }
+        const auto active = static_cast<__mmask16>((1u << count) - 1);
+        const __m256i v = _mm256_maskz_loadu_epi16(active, src + in);
+        const __m256i next = _mm256_maskz_loadu_epi16(static_cast<__mmask16>(active >> 1), src + in + 1);
+        const __mmask16 high = highLanes(v);
+        if ((high & ~lowLanes(next)) != 0) {
+            return false;
+        }
+        const auto kept = static_cast<__mmask16>(active & ~(unsigned{high} << 1));
+        const auto yielded = static_cast<unsigned>(__builtin_popcount(kept));
+        _mm512_mask_storeu_epi32(dst + out, static_cast<__mmask16>((1u << yielded) - 1),
+                                 decodedLanes(v, next, high, kept));
+        out += yielded;
         return true;
     }
 
@@ -95,6 +131,43 @@ struct Avx512 {
         return __builtin_popcount(supplementaryLanes(_mm512_loadu_si512(src)));
     }
 
+    // A block's units, in order: the low half of the lanes in `lowHalves` (one bit in two), the
+    // high half too of those in `pairs`.
+    static __m512i encodedLanes(__m512i c, unsigned lowHalves, __mmask16 pairs)
+    {
+        // The leading unit (c >> 10) + 0xD7C0 in the low half, the trailing one 0xDC00 +
+        // (c & 0x3FF) in the high half: neither sum carries out of its half.
+        const __m512i pair =
+            _mm512_add_epi32(_mm512_add_epi32(_mm512_srli_epi32(c, 10),
+                                              _mm512_slli_epi32(_mm512_and_si512(c, lanes(0x3FF)), 16)),
+                             lanes(0xDC00D7C0u));
+        const auto keep = static_cast<__mmask32>(lowHalves | _pdep_u32(pairs, 0xAAAAAAAAu));
+        return _mm512_maskz_compress_epi16(keep, _mm512_mask_blend_epi32(pairs, c, pair));
+    }
+
+    // The code points after the last whole block, as one block read and written to its end
+    // only; a value whose leading unit does not fit, or units beyond the count, take the plain
+    // rule, which stops where it says.
+    static EncodeStop encodeTail(Unit* dst, Count& out, Count capacity, const CodePoint* src, Count i,
+                                 Count length)
+    {
+        const auto count = static_cast<unsigned>(length - i);
+        if (count == 0) {
+            return EncodeStop::done;
+        }
+        const auto active = static_cast<__mmask16>((1u << count) - 1);
+        const __m512i c = _mm512_maskz_loadu_epi32(active, src + i);
+        const __mmask16 pairs = supplementaryLanes(c);
+        const auto written = count + static_cast<unsigned>(__builtin_popcount(pairs));
+        if (_mm512_cmpge_epu32_mask(c, lanes(0xA10000)) != 0 || out + written > capacity) {
+            return encodeScalar(dst, out, capacity, src, i, length);
+        }
+        _mm512_mask_storeu_epi16(dst + out, static_cast<__mmask32>((std::uint64_t{1} << written) - 1),
+                                 encodedLanes(c, _pdep_u32(active, 0x55555555u), pairs));
+        out += written;
+        return EncodeStop::done;
+    }
+
     // The remaining blocks, once one held a supplementary code point. A block with a value whose
     // leading unit does not fit, or whose units would not fit in the count, takes the plain rule,
     // which stops where it says.
@@ -112,16 +185,7 @@ struct Avx512 {
                 }
                 continue;
             }
-            // The leading unit (c >> 10) + 0xD7C0 in the low half, the trailing one 0xDC00 +
-            // (c & 0x3FF) in the high half: neither sum carries out of its half.
-            const __m512i pair =
-                _mm512_add_epi32(_mm512_add_epi32(_mm512_srli_epi32(c, 10),
-                                                  _mm512_slli_epi32(_mm512_and_si512(c, lanes(0x3FF)), 16)),
-                                 lanes(0xDC00D7C0u));
-            const __m512i laneUnits = _mm512_mask_blend_epi32(pairs, c, pair);
-            // Every lane's low half; its high half only for a pair.
-            const auto keep = static_cast<__mmask32>(0x55555555u | _pdep_u32(pairs, 0xAAAAAAAAu));
-            const __m512i packed = _mm512_maskz_compress_epi16(keep, laneUnits);
+            const __m512i packed = encodedLanes(c, 0x55555555u, pairs);
             // A store masked to the count is slow: a whole one while the room allows it.
             if (capacity - out >= 2 * kBlock) [[likely]] {
                 _mm512_storeu_si512(dst + out, packed);

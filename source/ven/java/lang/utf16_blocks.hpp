@@ -121,7 +121,13 @@ constexpr auto kGatherQuarterLanes = [] {
 //   bool blocksAreBmp(const CodePoint* src, Count blocks);
 //   Count supplementary(const CodePoint* src): code points above 0xFFFF in one block;
 //   EncodeStop encodePairs(Unit* dst, Count& out, Count capacity, const CodePoint* src, Count& i,
-//     Count length): from a block with a supplementary code point on, whole blocks only.
+//     Count length): from a block with a supplementary code point on, whole blocks only;
+// and, where the instruction set can read and write part of a block, the text after the last whole
+// block in one step instead of the plain rules:
+//   bool decodeTail(CodePoint* dst, Count& out, const Unit* src, Count in, Count length): up to 16
+//     units, the unit after the last not readable; false when ill-formed;
+//   EncodeStop encodeTail(Unit* dst, Count& out, Count capacity, const CodePoint* src, Count i,
+//     Count length): fewer than 16 code points.
 template <class Isa> Count decodeBlocks(CodePoint* dst, const Unit* src, Count length)
 {
     Count in = 0;
@@ -139,7 +145,11 @@ template <class Isa> Count decodeBlocks(CodePoint* dst, const Unit* src, Count l
         in += kBlock;
         out += kBlock;
     }
-    if (!decodeScalar(dst, out, src, in, length, length)) {
+    if constexpr (requires { Isa::decodeTail(dst, out, src, in, length); }) {
+        if (!Isa::decodeTail(dst, out, src, in, length)) {
+            return kIllFormed;
+        }
+    } else if (!decodeScalar(dst, out, src, in, length, length)) {
         return kIllFormed;
     }
     return out;
@@ -194,7 +204,12 @@ template <class Isa> EncodeResult encodeBlocks(Unit* dst, Count capacity, const 
             }
         }
     }
-    const EncodeStop stop = encodeScalar(dst, out, capacity, src, i, length);
+    EncodeStop stop;
+    if constexpr (requires { Isa::encodeTail(dst, out, capacity, src, i, length); }) {
+        stop = Isa::encodeTail(dst, out, capacity, src, i, length);
+    } else {
+        stop = encodeScalar(dst, out, capacity, src, i, length);
+    }
     return {stop, out};
 }
 
