@@ -7,6 +7,11 @@
 
 #include <benchmark/benchmark.h>
 
+#include <time.h>
+
+#include <cstdint>
+#include <functional>
+#include <limits>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -144,6 +149,95 @@ template <typename Ref> inline void replaceLocal(JNIEnv* env, Ref* variable, Ref
 
 // --- Rows ------------------------------------------------------------------------------------
 
+// One batch of a row: `iterations` passes of its loop, timed from the loop's first pass to its
+// end on the calling thread's CPU clock and on the wall clock. A row's body loops over it as
+// over Google Benchmark's State, `for (auto _ : batch)`; what it does before and after the
+// loop (making inputs, checking and letting go of the last result) is not timed.
+class Batch
+{
+  public:
+    explicit Batch(std::int64_t iterations) : iterations_(iterations) {}
+    Batch(const Batch&) = delete;
+    Batch& operator=(const Batch&) = delete;
+
+    struct [[gnu::unused]] Pass {
+    };
+    class Iterator
+    {
+      public:
+        Iterator(Batch* batch, std::int64_t left) : batch_(batch), left_(left) {}
+        Pass operator*() const { return {}; }
+        Iterator& operator++()
+        {
+            --left_;
+            return *this;
+        }
+        bool operator!=(const Iterator&)
+        {
+            if (left_ != 0) [[likely]] {
+                return true;
+            }
+            batch_->stop();
+            return false;
+        }
+
+      private:
+        Batch* batch_;
+        std::int64_t left_;
+    };
+    Iterator begin()
+    {
+        start();
+        return {this, iterations_};
+    }
+    Iterator end() { return {nullptr, 0}; }
+
+    std::int64_t iterations() const { return iterations_; }
+    // The loop's time per pass, in ns; NaN when the loop did not run to its end.
+    double cpuNs() const { return perPass(cpu_); }
+    double wallNs() const { return perPass(wall_); }
+
+    void fail(const char* why) { error_ = why; }
+    const char* error() const { return error_; }
+    void setBytes(double bytes) { bytes_ = bytes; }
+    double bytes() const { return bytes_; }
+
+  private:
+    struct Clock {
+        std::int64_t start = 0;
+        std::int64_t stop = -1;
+    };
+    static std::int64_t now(clockid_t clock)
+    {
+        timespec t{};
+        clock_gettime(clock, &t);
+        return std::int64_t{t.tv_sec} * 1'000'000'000 + t.tv_nsec;
+    }
+    void start()
+    {
+        wall_.start = now(CLOCK_MONOTONIC);
+        cpu_.start = now(CLOCK_THREAD_CPUTIME_ID);
+    }
+    void stop()
+    {
+        cpu_.stop = now(CLOCK_THREAD_CPUTIME_ID);
+        wall_.stop = now(CLOCK_MONOTONIC);
+    }
+    double perPass(const Clock& clock) const
+    {
+        return clock.stop < clock.start || iterations_ == 0
+                   ? std::numeric_limits<double>::quiet_NaN()
+                   : static_cast<double>(clock.stop - clock.start) / static_cast<double>(iterations_);
+    }
+
+    std::int64_t iterations_;
+    Clock cpu_, wall_;
+    const char* error_ = nullptr;
+    double bytes_ = 0;
+};
+
+using RowBody = std::function<void(Batch&)>;
+
 // Row kinds:
 //   raw   careful hand-written JNI code (Careful), making the JNI calls of the library's
 //         composition, or for a composed operation the best such code for the job; for the
@@ -152,28 +246,23 @@ template <typename Ref> inline void replaceLocal(JNIEnv* env, Ref* variable, Ref
 //   ven   the library call
 //   wrap  the wrapper-layer call (ven___...), measured against the op's raw and min
 //   best  the fastest hand-written code for the job, where it differs from raw
-template <typename Body> void addRow(const char* kind, const std::string& op, Body&& body)
-{
-    const std::string name = std::string(kind) + "/" + op;
-    benchmark::RegisterBenchmark(name.c_str(), std::forward<Body>(body))
-        ->UseRealTime()
-        ->Unit(benchmark::kNanosecond);
-}
+// The rows of one op are measured side by side (harness.cpp).
+void addRow(const char* kind, const std::string& op, RowBody body);
 
 // Stops a row whose operation failed: a figure for a failure path would mislead.
-inline bool failed(benchmark::State& state, bool ok, const char* what)
+inline bool failed(Batch& batch, bool ok, const char* what)
 {
     if (!ok) [[unlikely]] {
-        state.SkipWithError(what);
+        batch.fail(what);
         return true;
     }
     return false;
 }
 
 // The bytes a row moves per iteration, for the throughput figures of the report.
-inline void setBytes(benchmark::State& state, double bytes)
+inline void setBytes(Batch& batch, double bytes)
 {
-    state.counters["bytes"] = bytes;
+    batch.setBytes(bytes);
 }
 
 // A row whose operation delivers into a variable of type Result (a local reference, a ks
@@ -182,16 +271,16 @@ inline void setBytes(benchmark::State& state, double bytes)
 template <typename Result, typename Op, typename Finish>
 void resultRow(const char* kind, const std::string& op, Op operation, Finish finish, double bytes = 0)
 {
-    addRow(kind, op, [=](benchmark::State& state) {
+    addRow(kind, op, [=](Batch& batch) {
         Result result{};
-        for (auto _ : state) {
-            if (failed(state, operation(&result), "the operation failed")) {
+        for (auto _ : batch) {
+            if (failed(batch, operation(&result), "the operation failed")) {
                 break;
             }
         }
-        finish(state, result);
+        finish(batch, result);
         if (bytes > 0) {
-            setBytes(state, bytes);
+            setBytes(batch, bytes);
         }
     });
 }
@@ -207,5 +296,7 @@ KS_INT encodeInto(jchar* __restrict destination, const KS_CHAR* __restrict sourc
 void registerCallRows();
 void registerStringRows();
 void registerBridgeRows();
+// Registers one Google Benchmark per op, which measures its rows side by side (harness.cpp).
+void registerOps();
 
 } // namespace ven::bench

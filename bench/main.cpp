@@ -1,6 +1,5 @@
-// The benchmark program: starts the JVM, registers every row, and runs them with the
-// defaults that make the figures trustworthy on a small shared machine (repetitions taken
-// round-robin in random order, medians reported). Later command-line flags override them.
+// The benchmark program: starts the JVM, registers every row, and measures the rows of each
+// op side by side (harness.cpp). Google Benchmark's flags select ops and name the JSON file.
 #include <malloc.h>
 #include <unistd.h>
 
@@ -59,23 +58,39 @@ void keepNativeHeapTouched()
     }
 }
 
-// The console shows one line per row, its median; every run goes to the JSON file.
-class MedianReporter : public benchmark::ConsoleReporter
+// The console shows one line per op as it is measured: its rounds and each subject's ratio to
+// the floor with the middle half of the rounds' ratios. The table comes from the JSON file.
+class ProgressReporter : public benchmark::ConsoleReporter
 {
   public:
-    MedianReporter() : ConsoleReporter(OO_Tabular) {}
-
     void ReportRuns(const std::vector<Run>& runs) override
     {
-        std::vector<Run> medians;
         for (const Run& run : runs) {
-            if (run.error_occurred || run.aggregate_name == "median" || run.repetitions <= 1) {
-                medians.push_back(run);
+            std::string line = run.benchmark_name();
+            if (run.error_occurred) {
+                line += ": " + run.error_message;
+            } else {
+                line += ": " + std::to_string(static_cast<int>(counter(run, "rounds"))) + " rounds";
+                for (const char* ratio : {"ven/min", "wrap/min"}) {
+                    if (run.counters.count(ratio) != 0) {
+                        char text[96];
+                        std::snprintf(text, sizeof text, ", %s %.2f (%.2f-%.2f)", ratio, counter(run, ratio),
+                                      counter(run, (std::string(ratio) + ".q1").c_str()),
+                                      counter(run, (std::string(ratio) + ".q3").c_str()));
+                        line += text;
+                    }
+                }
             }
+            std::printf("%s\n", line.c_str());
         }
-        if (!medians.empty()) {
-            ConsoleReporter::ReportRuns(medians);
-        }
+        std::fflush(stdout);
+    }
+
+  private:
+    static double counter(const Run& run, const char* name)
+    {
+        const auto found = run.counters.find(name);
+        return found == run.counters.end() ? 0.0 : found->second.value;
     }
 };
 
@@ -85,16 +100,11 @@ int main(int argc, char** argv)
 {
     using namespace ven::bench;
 
-    std::vector<std::string> defaults = {
-        "--benchmark_repetitions=12",                  // medians of 12
-        "--benchmark_enable_random_interleaving=true", // taken round-robin, in random order
-        "--benchmark_min_time=0.05",                   // seconds per repetition
-        "--benchmark_min_warmup_time=0.05",            // every row, before its first repetition
-    };
-    std::vector<char*> args{argv[0]};
-    for (std::string& flag : defaults) {
-        args.push_back(flag.data());
-    }
+    // Each op is one iteration of its Google Benchmark, which takes as long as its rounds: a minimum
+    // time below that keeps it at one (and the op's name free of an "/iterations:" suffix).
+    // Later command-line flags override it.
+    std::string minTime = "--benchmark_min_time=0.001";
+    std::vector<char*> args{argv[0], minTime.data()};
     args.insert(args.end(), argv + 1, argv + argc);
     int count = static_cast<int>(args.size());
     args.push_back(nullptr);
@@ -119,7 +129,8 @@ int main(int argc, char** argv)
     registerCallRows();
     registerStringRows();
     registerBridgeRows();
-    MedianReporter console;
+    registerOps();
+    ProgressReporter console;
     benchmark::RunSpecifiedBenchmarks(&console);
     benchmark::Shutdown();
     // The JVM is never destroyed (DestroyJavaVM waits for its non-daemon threads): leave

@@ -321,20 +321,20 @@ void registerBridgeRows()
         ksObjRelease(string);
     }
 
-    const auto deleteRef = [env](benchmark::State&, jobject ref) {
+    const auto deleteRef = [env](Batch&, jobject ref) {
         if (ref != nullptr) {
             env->DeleteLocalRef(ref);
         }
     };
-    const auto releaseBuffer = [](benchmark::State& state, ksBuffer* result) {
-        failed(state, result != nullptr && ksBufferLength(result) == kElements, "wrong buffer length");
+    const auto releaseBuffer = [](Batch& batch, ksBuffer* result) {
+        failed(batch, result != nullptr && ksBufferLength(result) == kElements, "wrong buffer length");
         ksObjRelease(result);
     };
-    const auto checkInts = [](benchmark::State& state, KS_INT*) {
-        failed(state, intsOut[kElements - 1] == ints[kElements - 1], "the ints were not copied");
+    const auto checkInts = [](Batch& batch, KS_INT*) {
+        failed(batch, intsOut[kElements - 1] == ints[kElements - 1], "the ints were not copied");
     };
-    const auto checkDoubles = [](benchmark::State& state, double*) {
-        failed(state, doublesOut[kElements - 1] == doubles[kElements - 1], "the doubles were not copied");
+    const auto checkDoubles = [](Batch& batch, double*) {
+        failed(batch, doublesOut[kElements - 1] == doubles[kElements - 1], "the doubles were not copied");
     };
 
     const char* strings = "NewStringArrayFromKsVector/1000";

@@ -64,16 +64,18 @@ template <class P> [[gnu::noinline]] bool newStringUtf(jstring* result, JNIEnv* 
     return ok;
 }
 
-// Boxing as the class support unit composes it: class lookup, method lookup, the call.
+// Boxing as the class support unit composes it: class lookup, method lookup, the call. The
+// lookups' results tell whether they raised; the Java method's does not.
 template <class P> [[gnu::noinline]] bool booleanValueOf(jobject* result, JNIEnv* env, jboolean value)
 {
+    P::start(env);
     bool ok = true;
-    jclass clazz = P::call(env, ok, [&] { return env->FindClass("java/lang/Boolean"); });
+    jclass clazz = P::reference(env, ok, [&] { return env->FindClass("java/lang/Boolean"); });
     if (!ok) {
         return false;
     }
-    jmethodID valueOf =
-        P::call(env, ok, [&] { return env->GetStaticMethodID(clazz, "valueOf", "(Z)Ljava/lang/Boolean;"); });
+    jmethodID valueOf = P::reference(
+        env, ok, [&] { return env->GetStaticMethodID(clazz, "valueOf", "(Z)Ljava/lang/Boolean;"); });
     if (ok) {
         replaceLocal(env, result,
                      P::call(env, ok, [&] { return env->CallStaticObjectMethod(clazz, valueOf, value); }));
@@ -206,10 +208,10 @@ void writeTraceLine(lgStream* trace, ksString* text)
 // Reads and writes, calls: one value per iteration through `op`.
 template <typename Op> void valueRow(const char* kind, const char* name, Op op)
 {
-    addRow(kind, name, [op](benchmark::State& state) {
+    addRow(kind, name, [op](Batch& batch) {
         KS_INT value = 0;
-        for (auto _ : state) {
-            if (failed(state, op(&value), "the operation failed")) {
+        for (auto _ : batch) {
+            if (failed(batch, op(&value), "the operation failed")) {
                 break;
             }
             benchmark::DoNotOptimize(value);
@@ -220,12 +222,12 @@ template <typename Op> void valueRow(const char* kind, const char* name, Op op)
 // Operations that deliver a local reference, which the next iteration replaces.
 template <typename Ref, typename Op> void referenceRow(const char* kind, const char* name, Op op)
 {
-    resultRow<Ref>(kind, name, op, [](benchmark::State&, Ref ref) { world().env->DeleteLocalRef(ref); });
+    resultRow<Ref>(kind, name, op, [](Batch&, Ref ref) { world().env->DeleteLocalRef(ref); });
 }
 
 template <typename Op> void failureRow(const char* kind, const char* name, Op op)
 {
-    addRow(kind, name, [op](benchmark::State& state) {
+    addRow(kind, name, [op](Batch& batch) {
         World& w = world();
         lgStreamReset(w.trace);
         op(w.env, w.trace);
@@ -233,10 +235,10 @@ template <typename Op> void failureRow(const char* kind, const char* name, Op op
             w.env->ExceptionCheck() && lgStreamLineCount(w.trace) == 1 && lgStreamNotable(w.trace);
         w.env->ExceptionClear();
         lgStreamReset(w.trace);
-        if (failed(state, traced, "the failure was not traced as one notable line")) {
+        if (failed(batch, traced, "the failure was not traced as one notable line")) {
             return;
         }
-        for (auto _ : state) {
+        for (auto _ : batch) {
             benchmark::DoNotOptimize(op(w.env, w.trace));
             w.env->ExceptionClear();
             lgStreamReset(w.trace);
@@ -330,7 +332,7 @@ void registerCallRows()
     referenceRow<jobject>("raw", "BooleanValueOf",
                           [=](jobject* o) { return booleanValueOf<Careful>(o, env, JNI_TRUE); });
     referenceRow<jobject>("min", "BooleanValueOf",
-                          [=](jobject* o) { return booleanValueOf<Floor>(o, env, JNI_TRUE); });
+                          [=](jobject* o) { return booleanValueOf<ComposedFloor>(o, env, JNI_TRUE); });
     referenceRow<jobject>("ven", "BooleanValueOf",
                           [=](jobject* o) { return venBooleanValueOf(o, env, w.trace, KS_TRUE); });
     referenceRow<jobject>("best", "BooleanValueOf",

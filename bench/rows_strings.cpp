@@ -5,6 +5,7 @@
 // conversions against the best hand-written JNI code with the same routines.
 #include <algorithm>
 #include <cstring>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -239,14 +240,14 @@ template <class P> [[gnu::noinline]] bool objectToString(ksString** result, JNIE
 // memcpy of `size` bytes between two blocks made once.
 void memcpyRow(const std::string& op, std::size_t size)
 {
-    addRow("raw", op, [size](benchmark::State& state) {
-        std::vector<unsigned char> source(size, 0x5A);
-        std::vector<unsigned char> destination(size);
-        for (auto _ : state) {
-            copyBytes(destination.data(), source.data(), size);
+    auto source = std::make_shared<std::vector<unsigned char>>(size, 0x5A);
+    auto destination = std::make_shared<std::vector<unsigned char>>(size);
+    addRow("raw", op, [size, source, destination](Batch& batch) {
+        for (auto _ : batch) {
+            copyBytes(destination->data(), source->data(), size);
             benchmark::ClobberMemory();
         }
-        setBytes(state, static_cast<double>(size));
+        setBytes(batch, static_cast<double>(size));
     });
 }
 
@@ -262,8 +263,8 @@ void registerTextRows(const Text& text)
     const auto codePointCount = static_cast<KS_INT>(text.codePoints.size());
 
     const std::string toKs = "StringToKsString/" + text.name;
-    const auto releaseKs = [=](benchmark::State& state, ksString* result) {
-        failed(state, result != nullptr && ksStringLength(result) == codePointCount, "wrong length");
+    const auto releaseKs = [=](Batch& batch, ksString* result) {
+        failed(batch, result != nullptr && ksStringLength(result) == codePointCount, "wrong length");
         ksObjRelease(result);
     };
     resultRow<ksString*>(
@@ -275,8 +276,8 @@ void registerTextRows(const Text& text)
         releaseKs);
 
     const std::string fromKs = "StringFromKsString/" + text.name;
-    const auto deleteJava = [=](benchmark::State& state, jstring result) {
-        failed(state, result != nullptr && env->GetStringLength(result) == unitCount, "wrong length");
+    const auto deleteJava = [=](Batch& batch, jstring result) {
+        failed(batch, result != nullptr && env->GetStringLength(result) == unitCount, "wrong length");
         env->DeleteLocalRef(result);
     };
     resultRow<jstring>(
@@ -293,34 +294,34 @@ void registerTextRows(const Text& text)
     // The routines: one new block per call, freed again, as every caller does.
     const std::string decode = "JCharsToChars/" + text.name;
     memcpyRow(decode, static_cast<std::size_t>(codePointCount) * sizeof(KS_CHAR));
-    addRow("ven", decode, [=](benchmark::State& state) {
-        for (auto _ : state) {
+    addRow("ven", decode, [=](Batch& batch) {
+        for (auto _ : batch) {
             KS_CHAR* block = nullptr;
             KS_INT count = 0;
             const bool ok = ven___JCharsToChars(&block, &count, units, unitCount);
-            if (failed(state, ok && count == codePointCount, "the decoding failed")) {
+            if (failed(batch, ok && count == codePointCount, "the decoding failed")) {
                 break;
             }
             benchmark::DoNotOptimize(block);
             ksMemFree(block);
         }
-        setBytes(state, static_cast<double>(unitCount) * sizeof(jchar)); // UTF-16 input
+        setBytes(batch, static_cast<double>(unitCount) * sizeof(jchar)); // UTF-16 input
     });
 
     const std::string encode = "CharsToJChars/" + text.name;
     memcpyRow(encode, static_cast<std::size_t>(unitCount) * sizeof(jchar));
-    addRow("ven", encode, [=](benchmark::State& state) {
-        for (auto _ : state) {
+    addRow("ven", encode, [=](Batch& batch) {
+        for (auto _ : batch) {
             jchar* block = nullptr;
             KS_INT count = 0;
             ven___CharsToJChars(&block, &count, codePoints, codePointCount);
-            if (failed(state, count == unitCount, "the encoding gave another length")) {
+            if (failed(batch, count == unitCount, "the encoding gave another length")) {
                 break;
             }
             benchmark::DoNotOptimize(block);
             ksMemFree(block);
         }
-        setBytes(state, static_cast<double>(unitCount) * sizeof(jchar)); // UTF-16 output
+        setBytes(batch, static_cast<double>(unitCount) * sizeof(jchar)); // UTF-16 output
     });
 }
 
@@ -334,8 +335,8 @@ void registerMemberTextRows()
     const jmethodID text = w.text;
     // The three rows of an operation that delivers the text.
     const auto textRows = [](const char* op, auto raw, auto min, auto ven) {
-        const auto releaseKs = [](benchmark::State& state, ksString* result) {
-            failed(state, result != nullptr && ksStringLength(result) == 16, "wrong length");
+        const auto releaseKs = [](Batch& batch, ksString* result) {
+            failed(batch, result != nullptr && ksStringLength(result) == 16, "wrong length");
             ksObjRelease(result);
         };
         resultRow<ksString*>("raw", op, raw, releaseKs);
@@ -359,9 +360,9 @@ void registerMemberTextRows()
     // Kept for the whole run: the rows write it.
     static ksString* const written = ksStringCreateFromCstr("written: 16 char", -1);
     const auto setRow = [](const char* kind, auto write) {
-        addRow(kind, "SetStringField", [=](benchmark::State& state) {
-            for (auto _ : state) {
-                if (failed(state, write(), "the operation failed")) {
+        addRow(kind, "SetStringField", [=](Batch& batch) {
+            for (auto _ : batch) {
+                if (failed(batch, write(), "the operation failed")) {
                     break;
                 }
             }
@@ -394,9 +395,9 @@ void registerStringRows()
     const std::string large = "bmp/1000000";
     const jstring java =
         std::find_if(texts.begin(), texts.end(), [&](const Text& t) { return t.name == large; })->java;
-    addRow("raw", "StringCritical/" + large, [=](benchmark::State& state) {
-        for (auto _ : state) {
-            if (failed(state, criticalPair(env, java), "GetStringCritical failed")) {
+    addRow("raw", "StringCritical/" + large, [=](Batch& batch) {
+        for (auto _ : batch) {
+            if (failed(batch, criticalPair(env, java), "GetStringCritical failed")) {
                 break;
             }
         }
