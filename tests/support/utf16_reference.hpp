@@ -2,7 +2,6 @@
 // kernel sweep, the conversions through Java and the fuzz targets hold the library to.
 #pragma once
 
-#include <algorithm>
 #include <cstdint>
 #include <optional>
 #include <span>
@@ -56,15 +55,6 @@ inline ReferenceEncoding referenceEncode(std::span<const std::uint32_t> codePoin
         }
     }
     return out;
-}
-
-// The blocks ven___CharsToJChars takes for a text: one, and a second, of the exact size, for a text
-// longer than 256 code points whose first 64 are BMP and a later one is not (it was encoded on the
-// guess that all are).
-template <class Text> int encodingBlocks(const Text& text)
-{
-    const auto first = std::find_if(text.begin(), text.end(), [](auto c) { return c > 0xFFFFu; });
-    return text.size() > 256 && first - text.begin() >= 64 && first != text.end() ? 2 : 1;
 }
 
 } // namespace ven::test

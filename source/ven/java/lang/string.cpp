@@ -1,6 +1,5 @@
 // The java/lang/String unit: the UTF-16 conversion routines over the codecs of utf16.hpp (their
 // argument and fatal checks, their blocks), and the conversions between jstring and ksString.
-#include <cstring>
 #include <memory>
 
 #include <jni.h>
@@ -103,8 +102,6 @@ KS_INT encodedLength(const KS_CHAR* src, KS_INT length)
 // Text up to this many units (code points the other way) goes through a buffer on the stack: one
 // region call instead of a critical pair, no block for the encoded units.
 constexpr KS_INT kShortText = 256;
-// Longer text is encoded on the guess that it is all BMP when this many code points at its start are.
-constexpr KS_INT kBmpGuessSpan = 64;
 
 constexpr const char* kStringClassName = "java/lang/String";
 
@@ -205,36 +202,14 @@ VEN_API void ven___CharsToJChars(jchar** resultChars, KS_INT* resultLength, cons
         *resultLength = 0;
         return;
     }
+    const KS_INT destLength = encodedLength(srcChars, srcLength);
     // Encoding may stop at a unit beyond 16 bits through ks___Abort, whose hook may throw
-    // instead of ending the process: a block is given back on that way out.
-    using Block = std::unique_ptr<jchar, decltype(&ksMemFree)>;
-    const auto newBlock = [](KS_INT units) {
-        return Block(static_cast<jchar*>(ksMemAllocN(units, KS_INT{sizeof(jchar)})), &ksMemFree);
-    };
-    // Short text is counted first: the count costs little next to a block that might be wasted.
-    // Longer text whose start is all BMP is taken to be so, and encoded as it is read into one unit
-    // per code point; from the first code point above 0xFFFF on, the rest is counted and encoded
-    // into a block of the exact size, which takes over the units before it.
-    KS_INT encoded = 0;
-    Block block(nullptr, &ksMemFree);
-    if (srcLength > kShortText && encodedLength(srcChars, kBmpGuessSpan) == kBmpGuessSpan) {
-        block = newBlock(srcLength);
-        encoded = utf16::active().encodeBmpPrefix(block.get(), srcChars, srcLength);
-        if (encoded == srcLength) {
-            *resultChars = block.release();
-            *resultLength = srcLength;
-            return;
-        }
-    }
-    const KS_INT restLength = encodedLength(srcChars + encoded, srcLength - encoded);
-    Block exact = newBlock(encoded + restLength);
-    if (encoded > 0) {
-        std::memcpy(exact.get(), block.get(), static_cast<std::size_t>(encoded) * sizeof(jchar));
-    }
-    block.reset();
-    encodeInto(exact.get() + encoded, restLength, srcChars + encoded, srcLength - encoded);
-    *resultChars = exact.release();
-    *resultLength = encoded + restLength;
+    // instead of ending the process: the block is given back on that way out.
+    std::unique_ptr<jchar, decltype(&ksMemFree)> block(
+        static_cast<jchar*>(ksMemAllocN(destLength, KS_INT{sizeof(jchar)})), &ksMemFree);
+    encodeInto(block.get(), destLength, srcChars, srcLength);
+    *resultChars = block.release();
+    *resultLength = destLength;
 }
 
 VEN_API KS_BOOL venStringGetClass(jclass* result, JNIEnv* env, lgStream* trace)

@@ -35,9 +35,6 @@ struct Kernel {
     // `length` code points into `dst`, which has room for `capacity` units; a value up to
     // 0xFFFF (surrogate values too) is one unit, a larger one the pair of the decoding rule.
     EncodeResult (*encode)(Unit* dst, Count capacity, const CodePoint* src, Count length);
-    // The leading code points up to 0xFFFF, one unit each, into `dst`, which has room for
-    // `length` units; how many. Units after them, up to the end of their block, may be written.
-    Count (*encodeBmpPrefix)(Unit* dst, const CodePoint* src, Count length);
 };
 
 namespace detail

@@ -213,20 +213,6 @@ template <class Isa> EncodeResult encodeBlocks(Unit* dst, Count capacity, const 
     return {stop, out};
 }
 
-// Whole blocks while they narrow, then one code point at a time to the first above 0xFFFF (the
-// block that stopped the narrowing is written over).
-template <class Isa> Count encodeBmpPrefixBlocks(Unit* dst, const CodePoint* src, Count length)
-{
-    Count i = 0;
-    while (length - i >= kBlock && Isa::narrow(dst + i, src + i)) {
-        i += kBlock;
-    }
-    for (; i < length && src[i] <= 0xFFFFu; ++i) {
-        dst[i] = static_cast<Unit>(src[i]);
-    }
-    return i;
-}
-
 // The fallbacks of a kernel without a vector path for surrogates.
 struct ScalarPairs {
     static bool decodePairs(CodePoint* dst, Count& out, const Unit* src, Count& in, Count length)
@@ -244,8 +230,7 @@ struct ScalarPairs {
 
 template <class Isa> constexpr Kernel kernelOf(const char* name)
 {
-    return {name, &decodeBlocks<Isa>, &encodedLengthBlocks<Isa>, &encodeBlocks<Isa>,
-            &encodeBmpPrefixBlocks<Isa>};
+    return {name, &decodeBlocks<Isa>, &encodedLengthBlocks<Isa>, &encodeBlocks<Isa>};
 }
 
 } // namespace
