@@ -44,3 +44,17 @@
     X(GetString, venGetStaticStringField, venGetStaticObjectField, clazz, ksString*, jobject, Unchecked)     \
     X(SetString, venSetStringField, venSetObjectField, obj, ksString*, jobject, Unchecked)                   \
     X(SetString, venSetStaticStringField, venSetStaticObjectField, clazz, ksString*, jobject, Unchecked)
+
+// The target parameter of each kind.
+#define VEN_FIELD_TARGET_obj jobject obj
+#define VEN_FIELD_TARGET_clazz jclass clazz
+
+// The accesses that composed operations make, which have settled twins (settled.hpp): twin,
+// exported function, the wrapper's settled twin it calls, then the columns of its row above.
+#define VEN_SETTLED_FIELDS(X)                                                                                \
+    X(getObjectField, venGetObjectField, GetObjectField, Get, obj, jobject, jobject, Unchecked)              \
+    X(getStaticObjectField, venGetStaticObjectField, GetStaticObjectField, Get, clazz, jobject, jobject,     \
+      Unchecked)                                                                                             \
+    X(setObjectField, venSetObjectField, SetObjectField, Set, obj, jobject, jobject, Unchecked)              \
+    X(setStaticObjectField, venSetStaticObjectField, SetStaticObjectField, Set, clazz, jobject, jobject,     \
+      Unchecked)

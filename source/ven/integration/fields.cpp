@@ -98,67 +98,39 @@ KS_BOOL writeStringField(JNIEnv* env, lgStream* trace, Target target, jfieldID f
 
 } // namespace
 
-namespace wrapper = ven::wrapper::settled;
-
-KS_BOOL settled::getObjectField(jobject* result, JNIEnv* env, lgStream* trace, jobject obj, jfieldID fieldID)
-{
-    return readField<wrapper::GetObjectField, jobject>("venGetObjectField", result, env, trace, obj, fieldID);
-}
-
-KS_BOOL settled::getStaticObjectField(jobject* result, JNIEnv* env, lgStream* trace, jclass clazz,
-                                      jfieldID fieldID)
-{
-    return readField<wrapper::GetStaticObjectField, jobject>("venGetStaticObjectField", result, env, trace,
-                                                             clazz, fieldID);
-}
-
-KS_BOOL settled::setObjectField(JNIEnv* env, lgStream* trace, jobject obj, jfieldID fieldID, jobject value)
-{
-    return writeField<wrapper::SetObjectField, jobject, Unchecked>("venSetObjectField", env, trace, obj,
-                                                                   fieldID, value);
-}
-
-KS_BOOL settled::setStaticObjectField(JNIEnv* env, lgStream* trace, jclass clazz, jfieldID fieldID,
-                                      jobject value)
-{
-    return writeField<wrapper::SetStaticObjectField, jobject, Unchecked>("venSetStaticObjectField", env,
-                                                                         trace, clazz, fieldID, value);
-}
-
 } // namespace ven::integration
 
 using namespace ven::integration;
 
-#define VEN_FIELD_TARGET_obj jobject obj
-#define VEN_FIELD_TARGET_clazz jclass clazz
-
-#define VEN_DEFINE_FIELD_Get(name, callee, target, Ven, Jni, Range)                                          \
-    extern "C" KS_BOOL name(Ven* result, JNIEnv* env, lgStream* trace, VEN_FIELD_TARGET_##target,            \
-                            jfieldID fieldID)                                                                \
+// One definition per kind: `function` is the name defined, `reported` the name that argument
+// failures are reported under (the exported name, also for a settled twin).
+#define VEN_DEFINE_FIELD_Get(function, reported, callee, target, Ven, Jni, Range)                            \
+    KS_BOOL function(Ven* result, JNIEnv* env, lgStream* trace, VEN_FIELD_TARGET_##target, jfieldID fieldID) \
     {                                                                                                        \
-        return readField<callee, Jni>(#name, result, env, trace, target, fieldID);                           \
+        return readField<callee, Jni>(#reported, result, env, trace, target, fieldID);                       \
     }
-#define VEN_DEFINE_FIELD_Set(name, callee, target, Ven, Jni, Range)                                          \
-    extern "C" KS_BOOL name(JNIEnv* env, lgStream* trace, VEN_FIELD_TARGET_##target, jfieldID fieldID,       \
-                            Ven value)                                                                       \
+#define VEN_DEFINE_FIELD_Set(function, reported, callee, target, Ven, Jni, Range)                            \
+    KS_BOOL function(JNIEnv* env, lgStream* trace, VEN_FIELD_TARGET_##target, jfieldID fieldID, Ven value)   \
     {                                                                                                        \
-        return writeField<callee, Jni, Range>(#name, env, trace, target, fieldID, value);                    \
+        return writeField<callee, Jni, Range>(#reported, env, trace, target, fieldID, value);                \
     }
-#define VEN_DEFINE_FIELD_GetString(name, callee, target, Ven, Jni, Range)                                    \
-    extern "C" KS_BOOL name(Ven* result, JNIEnv* env, lgStream* trace, VEN_FIELD_TARGET_##target,            \
-                            jfieldID fieldID)                                                                \
+#define VEN_DEFINE_FIELD_GetString(function, reported, callee, target, Ven, Jni, Range)                      \
+    KS_BOOL function(Ven* result, JNIEnv* env, lgStream* trace, VEN_FIELD_TARGET_##target, jfieldID fieldID) \
     {                                                                                                        \
         return readStringField<callee>(result, env, trace, target, fieldID);                                 \
     }
-#define VEN_DEFINE_FIELD_SetString(name, callee, target, Ven, Jni, Range)                                    \
-    extern "C" KS_BOOL name(JNIEnv* env, lgStream* trace, VEN_FIELD_TARGET_##target, jfieldID fieldID,       \
-                            Ven value)                                                                       \
+#define VEN_DEFINE_FIELD_SetString(function, reported, callee, target, Ven, Jni, Range)                      \
+    KS_BOOL function(JNIEnv* env, lgStream* trace, VEN_FIELD_TARGET_##target, jfieldID fieldID, Ven value)   \
     {                                                                                                        \
         return writeStringField<callee>(env, trace, target, fieldID, value);                                 \
     }
 #define VEN_DEFINE_FIELD(kind, name, callee, target, Ven, Jni, Range)                                        \
-    VEN_DEFINE_FIELD_##kind(name, callee, target, Ven, Jni, Range)
+    extern "C" VEN_DEFINE_FIELD_##kind(name, name, callee, target, Ven, Jni, Range)
+#define VEN_DEFINE_SETTLED_FIELD(twin, exported, wrapperTwin, kind, target, Ven, Jni, Range)                 \
+    VEN_DEFINE_FIELD_##kind(settled::twin, exported, ven::wrapper::settled::wrapperTwin, target, Ven, Jni,   \
+                            Range)
 
+VEN_SETTLED_FIELDS(VEN_DEFINE_SETTLED_FIELD)
 VEN_FIELD_FUNCTIONS(VEN_DEFINE_FIELD)
 
 extern "C" KS_BOOL venGetFieldID(jfieldID* result, JNIEnv* env, lgStream* trace, jclass clazz,

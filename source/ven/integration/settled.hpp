@@ -16,6 +16,7 @@
 #include "ven/fields.h"
 #include "ven/integration.h"
 #include "ven/integration/call_table.hpp"
+#include "ven/integration/field_table.hpp"
 #include "ven/java/lang/string.h"
 #include "ven/java/lang/string_unit.hpp"
 #include "ven/methods.h"
@@ -44,10 +45,16 @@ KS_BOOL setObjectArrayElement(JNIEnv* env, lgStream* trace, jobjectArray array, 
 KS_BOOL getObjectClass(jclass* result, JNIEnv* env, lgStream* trace, jobject obj);
 KS_BOOL getMethodID(jmethodID* result, JNIEnv* env, lgStream* trace, jclass clazz, const char* name,
                     const char* sig);
-KS_BOOL getObjectField(jobject* result, JNIEnv* env, lgStream* trace, jobject obj, jfieldID fieldID);
-KS_BOOL getStaticObjectField(jobject* result, JNIEnv* env, lgStream* trace, jclass clazz, jfieldID fieldID);
-KS_BOOL setObjectField(JNIEnv* env, lgStream* trace, jobject obj, jfieldID fieldID, jobject value);
-KS_BOOL setStaticObjectField(JNIEnv* env, lgStream* trace, jclass clazz, jfieldID fieldID, jobject value);
+#define VEN_SETTLED_FIELD_Get(twin, target, Ven)                                                             \
+    KS_BOOL twin(Ven* result, JNIEnv* env, lgStream* trace, VEN_FIELD_TARGET_##target, jfieldID fieldID);
+#define VEN_SETTLED_FIELD_Set(twin, target, Ven)                                                             \
+    KS_BOOL twin(JNIEnv* env, lgStream* trace, VEN_FIELD_TARGET_##target, jfieldID fieldID, Ven value);
+#define VEN_DECLARE_SETTLED_FIELD(twin, exported, wrapperTwin, kind, target, Ven, Jni, Range)                \
+    VEN_SETTLED_FIELD_##kind(twin, target, Ven)
+VEN_SETTLED_FIELDS(VEN_DECLARE_SETTLED_FIELD)
+#undef VEN_DECLARE_SETTLED_FIELD
+#undef VEN_SETTLED_FIELD_Get
+#undef VEN_SETTLED_FIELD_Set
 KS_BOOL getStaticMethodID(jmethodID* result, JNIEnv* env, lgStream* trace, jclass clazz, const char* name,
                           const char* sig);
 KS_BOOL newObject(jobject* result, JNIEnv* env, lgStream* trace, jclass clazz, jmethodID methodID, ...);
@@ -78,10 +85,10 @@ VEN_SETTLED_TWIN(venGetMethodID, getMethodID)
 VEN_SETTLED_TWIN(venGetStaticMethodID, getStaticMethodID)
 VEN_SETTLED_TWIN(venNewObject, newObject)
 VEN_SETTLED_TWIN(venIsInstanceOf, isInstanceOf)
-VEN_SETTLED_TWIN(venGetObjectField, getObjectField)
-VEN_SETTLED_TWIN(venGetStaticObjectField, getStaticObjectField)
-VEN_SETTLED_TWIN(venSetObjectField, setObjectField)
-VEN_SETTLED_TWIN(venSetStaticObjectField, setStaticObjectField)
+#define VEN_SETTLED_FIELD_TWIN(twin, exported, wrapperTwin, kind, target, Ven, Jni, Range)                   \
+    VEN_SETTLED_TWIN(exported, twin)
+VEN_SETTLED_FIELDS(VEN_SETTLED_FIELD_TWIN)
+#undef VEN_SETTLED_FIELD_TWIN
 #define VEN_SETTLED_CALL_TWIN(twin, exported, wrapperTwin, form, kind, Ven, Jni)                             \
     VEN_SETTLED_TWIN(exported, twin)
 VEN_SETTLED_CALLS(VEN_SETTLED_CALL_TWIN)
