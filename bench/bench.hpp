@@ -1,6 +1,7 @@
 // Shared pieces of the benchmark suite: the JVM and the Java objects the rows use, the two
-// ways of making a JNI call that the library is measured against, and how a row is named
-// and registered. A row is "<kind>/<op>"; kinds are listed with addRow().
+// ways of making a JNI call that the library is measured against, and how a row is written
+// and registered: a row is one kind (listed with addRow()) of an op, whose rows are measured
+// side by side.
 #pragma once
 
 #include <jni.h>
