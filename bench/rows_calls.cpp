@@ -1,7 +1,8 @@
 // Rows of single JNI operations (a field read and write, a virtual and a static call, a class
-// lookup, a string made from modified UTF-8), of boxing through Boolean.valueOf, and of the
-// failure path of a call with tracing on. Each reference sequence is written once as a
-// template over Careful/Floor and kept out of line, as the library's own code is.
+// lookup, a string made from modified UTF-8), of class support composing lookups and a call
+// (boxing through Boolean.valueOf, a list's size), and of the failure path of a call with tracing
+// on. Each reference sequence is written once as a template over its policies and kept out of
+// line, as the library's own code is.
 #include "bench.hpp"
 
 namespace ven::bench
@@ -79,6 +80,23 @@ template <class P> [[gnu::noinline]] bool booleanValueOf(jobject* result, JNIEnv
     if (ok) {
         replaceLocal(env, result,
                      P::call(env, ok, [&] { return env->CallStaticObjectMethod(clazz, valueOf, value); }));
+    }
+    env->DeleteLocalRef(clazz);
+    return ok;
+}
+
+// A list's size as the class support unit composes it: the list class, its size method, the call.
+template <class P> [[gnu::noinline]] bool arrayListSize(KS_INT* result, JNIEnv* env, jobject list)
+{
+    P::start(env);
+    bool ok = true;
+    jclass clazz = P::reference(env, ok, [&] { return env->FindClass("java/util/ArrayList"); });
+    if (!ok) {
+        return false;
+    }
+    const jmethodID size = P::reference(env, ok, [&] { return env->GetMethodID(clazz, "size", "()I"); });
+    if (ok) {
+        *result = P::call(env, ok, [&] { return env->CallIntMethod(list, size); });
     }
     env->DeleteLocalRef(clazz);
     return ok;
@@ -337,6 +355,23 @@ void registerCallRows()
                           [=](jobject* o) { return venBooleanValueOf(o, env, w.trace, KS_TRUE); });
     referenceRow<jobject>("best", "BooleanValueOf",
                           [=](jobject* o) { return booleanValueOfCached(o, env, cache, JNI_TRUE); });
+
+    // A list of three, made through JNI so that the rows share nothing with the library's making.
+    jclass arrayList = env->FindClass("java/util/ArrayList");
+    jobject made = env->NewObject(arrayList, env->GetMethodID(arrayList, "<init>", "()V"));
+    const jmethodID add = env->GetMethodID(arrayList, "add", "(Ljava/lang/Object;)Z");
+    for (int i = 0; i < 3; ++i) {
+        env->CallBooleanMethod(made, add, w.target);
+    }
+    const jobject list = env->NewGlobalRef(made);
+    env->DeleteLocalRef(made);
+    env->DeleteLocalRef(arrayList);
+    valueRow("raw", "ArrayListSize",
+             [=](KS_INT* v) { return arrayListSize<Careful>(v, env, list) && *v == 3; });
+    valueRow("min", "ArrayListSize",
+             [=](KS_INT* v) { return arrayListSize<ComposedFloor>(v, env, list) && *v == 3; });
+    valueRow("ven", "ArrayListSize",
+             [=](KS_INT* v) { return venArrayListSize(v, env, w.trace, list) == KS_TRUE && *v == 3; });
 
     const char* failure = "CallIntMethod/throws/traced";
     failureRow("raw", failure,
