@@ -65,41 +65,47 @@ template <class P> [[gnu::noinline]] bool newStringUtf(jstring* result, JNIEnv* 
     return ok;
 }
 
-// Boxing as the class support unit composes it: class lookup, method lookup, the call. The
-// lookups' results tell whether they raised; the Java method's does not.
-template <class P> [[gnu::noinline]] bool booleanValueOf(jobject* result, JNIEnv* env, jboolean value)
+// Class support's composition as careful code writes it: the class, a method looked up on it
+// (`lookUp(clazz)`), `call(clazz, method, ok)`, the class let go. The lookups' results tell whether
+// they raised; a Java method's does not.
+template <class P, typename LookUp, typename Call>
+inline bool throughClass(JNIEnv* env, const char* className, LookUp lookUp, Call call)
 {
     P::start(env);
     bool ok = true;
-    jclass clazz = P::reference(env, ok, [&] { return env->FindClass("java/lang/Boolean"); });
+    jclass clazz = P::reference(env, ok, [&] { return env->FindClass(className); });
     if (!ok) {
         return false;
     }
-    jmethodID valueOf = P::reference(
-        env, ok, [&] { return env->GetStaticMethodID(clazz, "valueOf", "(Z)Ljava/lang/Boolean;"); });
+    const jmethodID method = P::reference(env, ok, [&] { return lookUp(clazz); });
     if (ok) {
-        replaceLocal(env, result,
-                     P::call(env, ok, [&] { return env->CallStaticObjectMethod(clazz, valueOf, value); }));
+        call(clazz, method, ok);
     }
     env->DeleteLocalRef(clazz);
     return ok;
 }
 
-// A list's size as the class support unit composes it: the list class, its size method, the call.
+// Boxing: Boolean.valueOf looked up and called.
+template <class P> [[gnu::noinline]] bool booleanValueOf(jobject* result, JNIEnv* env, jboolean value)
+{
+    return throughClass<P>(
+        env, "java/lang/Boolean",
+        [&](jclass clazz) { return env->GetStaticMethodID(clazz, "valueOf", "(Z)Ljava/lang/Boolean;"); },
+        [&](jclass clazz, jmethodID valueOf, bool& ok) {
+            replaceLocal(env, result, P::call(env, ok, [&] {
+                             return env->CallStaticObjectMethod(clazz, valueOf, value);
+                         }));
+        });
+}
+
+// A list's size: ArrayList.size looked up and called.
 template <class P> [[gnu::noinline]] bool arrayListSize(KS_INT* result, JNIEnv* env, jobject list)
 {
-    P::start(env);
-    bool ok = true;
-    jclass clazz = P::reference(env, ok, [&] { return env->FindClass("java/util/ArrayList"); });
-    if (!ok) {
-        return false;
-    }
-    const jmethodID size = P::reference(env, ok, [&] { return env->GetMethodID(clazz, "size", "()I"); });
-    if (ok) {
-        *result = P::call(env, ok, [&] { return env->CallIntMethod(list, size); });
-    }
-    env->DeleteLocalRef(clazz);
-    return ok;
+    return throughClass<P>(
+        env, "java/util/ArrayList", [&](jclass clazz) { return env->GetMethodID(clazz, "size", "()I"); },
+        [&](jclass, jmethodID size, bool& ok) {
+            *result = P::call(env, ok, [&] { return env->CallIntMethod(list, size); });
+        });
 }
 
 // The best code for boxing: class and method looked up once, one call per value.

@@ -159,36 +159,21 @@ jmethodID settled::GetStaticMethodID(JNIEnv* env, jclass clazz, const char* name
     return rows::GetStaticMethodID<NothingPending>(env, clazz, name, sig);
 }
 
-// The calls under the class support units' operations.
-jboolean settled::CallIntMethodV(jint* result, JNIEnv* env, jobject obj, jmethodID methodID, va_list args)
-{
-    return rows::CallIntMethodV<NothingPending>(result, env, obj, methodID, args);
-}
-
-jboolean settled::CallBooleanMethodV(jboolean* result, JNIEnv* env, jobject obj, jmethodID methodID,
-                                     va_list args)
-{
-    return rows::CallBooleanMethodV<NothingPending>(result, env, obj, methodID, args);
-}
-
-// The object calls under the string forms of the integration layer.
-jboolean settled::CallObjectMethodV(jobject* result, JNIEnv* env, jobject obj, jmethodID methodID,
-                                    va_list args)
-{
-    return rows::CallObjectMethodV<NothingPending>(result, env, obj, methodID, args);
-}
-
-jboolean settled::CallNonvirtualObjectMethodV(jobject* result, JNIEnv* env, jobject obj, jclass clazz,
-                                              jmethodID methodID, va_list args)
-{
-    return rows::CallNonvirtualObjectMethodV<NothingPending>(result, env, obj, clazz, methodID, args);
-}
-
-jboolean settled::CallStaticObjectMethodV(jobject* result, JNIEnv* env, jclass clazz, jmethodID methodID,
-                                          va_list args)
-{
-    return rows::CallStaticObjectMethodV<NothingPending>(result, env, clazz, methodID, args);
-}
+// The va_list calls that composed operations make (the string forms, the class support units),
+// each its row's template with no query before the call.
+#define VEN_DEFINE_SETTLED_CALL(Kind, KIND, Type, type)                                                      \
+    jboolean settled::Call##Kind##Type##MethodV(type* result, JNIEnv* env, VEN_TARGET_PARAMS_##KIND,         \
+                                                jmethodID methodID, va_list args)                            \
+    {                                                                                                        \
+        return rows::Call##Kind##Type##MethodV<NothingPending>(result, env, VEN_TARGET_ARGS_##KIND,          \
+                                                               methodID, args);                              \
+    }
+VEN_DEFINE_SETTLED_CALL(, VIRTUAL, Object, jobject)
+VEN_DEFINE_SETTLED_CALL(Nonvirtual, NONVIRTUAL, Object, jobject)
+VEN_DEFINE_SETTLED_CALL(Static, STATIC, Object, jobject)
+VEN_DEFINE_SETTLED_CALL(, VIRTUAL, Int, jint)
+VEN_DEFINE_SETTLED_CALL(, VIRTUAL, Boolean, jboolean)
+#undef VEN_DEFINE_SETTLED_CALL
 
 } // namespace ven::wrapper
 
